@@ -1,0 +1,72 @@
+#pragma once
+
+#include <support/call_journal.hpp>
+
+#include <zant/velmora/host/filesystem.hpp>
+
+#include <map>
+#include <memory>
+#include <optional>
+#include <set>
+#include <string>
+
+namespace zant::velmora::test_support {
+
+/// An in-memory file service with the whole contract of the real one; the contract suite runs over both.
+///
+/// Every operation is recorded in the journal as its name and arguments: "exists /a", "remove /a",
+/// "remove [/a, /b]", "remove_all /a", "is_empty /a", "list_files /a .x", "copy_file /a -> /b (2)",
+/// "copy_files [/a, /b] -> /c (2)", "read_file /a (0)", "write_file /a (0)", "create_directories /a",
+/// "files_equal /a /b".
+///
+/// `add_file` and the other arranging and looking operations are not recorded.
+class Fake_Filesystem : public Filesystem {
+ public:
+  explicit Fake_Filesystem(std::shared_ptr<Call_Journal> journal = make_journal());
+
+  /// Arranges a file, with the directories above it.
+  void add_file(const Path& path, const std::string& contents);
+
+  /// Arranges a directory, with those above it.
+  void add_directory(const Path& path);
+
+  /// What a file holds; nothing when it is missing.
+  std::optional<std::string> contents(const Path& path) const;
+
+  /// Whether a file or directory is there.
+  bool has(const Path& path) const;
+
+  /// The nth operation from now that the journal records in exactly these words fails (1 is the next one): it
+  /// reports the failure in its way and changes nothing. For copy_files see `fail_copies_of`.
+  void fail(const std::string& operation, int nth = 1);
+
+  /// Every copy of this source, by copy_file or copy_files, fails from now on.
+  void fail_copies_of(const Path& source);
+
+  bool remove(const Path& path) override;
+  void remove(const std::vector<Path>& paths) override;
+  void remove_all(const Path& path) override;
+  bool exists(const Path& path) override;
+  bool is_empty(const Path& path) override;
+  std::vector<Path> list_files(const Path& directory, const std::string& extension) override;
+  bool copy_file(const Path& source, const Path& destination, int copy_option) override;
+  std::size_t copy_files(const std::vector<Path>& sources, const Path& directory, int copy_option) override;
+  std::string read_file(const Path& path, int read_flag) override;
+  bool write_file(const Path& path, const std::string& contents, int write_flag) override;
+  bool create_directories(const Path& path) override;
+  bool files_equal(const Path& first, const Path& second) override;
+
+ private:
+  bool record_(const std::string& operation);
+  bool is_directory_(const std::string& path) const;
+  bool has_entries_(const std::string& directory) const;
+  bool copy_(const Path& source, const Path& destination, int copy_option);
+
+  std::shared_ptr<Call_Journal> journal_;
+  std::map<std::string, std::string> files_;
+  std::set<std::string> directories_;
+  std::map<std::string, int> failures_;
+  std::set<std::string> uncopyable_;
+};
+
+}  // namespace zant::velmora::test_support
