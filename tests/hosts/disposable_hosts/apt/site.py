@@ -1,0 +1,102 @@
+"""A host with zant-velmora on it, the vendor's repository in reach, and package-minder ready to start."""
+
+import contextlib
+import shlex
+import tempfile
+from pathlib import Path
+
+from disposable_hosts import catalog, image, web_server
+from disposable_hosts.apt.repository import PACKAGE, AptRepository
+from disposable_hosts.host import Host
+from disposable_hosts.package_minder import STAGING, PackageMinder
+from disposable_hosts.web_server import WebServer
+
+SUITES = ("systemd-production", "sysvinit-production")
+REPOSITORY = "velmora-apt-repo"
+KEYRING = "/etc/apt/trusted.gpg.d/zant-velmora.gpg"
+SOURCE_LIST = "/etc/apt/sources.list.d/zant-velmora.list"
+APT_CONFIGURATION = "/etc/apt/apt.conf.d"
+SERVICE_FILES = tuple(f"{APT_CONFIGURATION}/{name}" for name in ("20auto-upgrades", "50unattended-upgrades", "75lowerspeed"))
+BACKUPS = f"{APT_CONFIGURATION}/.zant-backups"
+TIMER = "apt-daily-upgrade.timer"
+DROP_INS = f"/etc/systemd/system/{TIMER}.d"
+CALENDAR_DROP_IN = f"{DROP_INS}/{TIMER}.on-calendar.conf"
+DELAY_DROP_IN = f"{DROP_INS}/{TIMER}.randomized-delay.conf"
+
+CALENDAR_KEY, DELAY_KEY = "package.apt.upgrade_timer.on_calendar", "package.apt.upgrade_timer.randomized_delay"
+URL_KEY, CHANNEL_KEY = "package.apt.repo.url", "package.apt.repo.channel"
+
+# The shortest tick that no start limit of systemd's gets in the way of.
+EVERY_FEW_SECONDS = "*:*:0/5"
+
+# Stock, the refresh of the package lists is put off by up to twelve hours. Nothing but the schedule is changed.
+REFRESH_DROP_IN = "/etc/systemd/system/apt-daily.timer.d/of-the-test.conf"
+REFRESH_EVERY_FEW_SECONDS = f"""\
+[Timer]
+OnCalendar=
+OnCalendar={EVERY_FEW_SECONDS}
+RandomizedDelaySec=0
+AccuracySec=1s
+"""
+
+
+class AptSite:
+    """One host and the repository that it can reach. Use it as a context manager."""
+
+    def __init__(self, image_name, bundle, key, *, authority=None, say=print):
+        self._image_root = image.provide(catalog.RECIPES[image_name], say)
+        self._bundle, self._key, self._authority = bundle, key, authority
+        self._cleanup = contextlib.ExitStack()
+        self.host = self.server = self.repository = self.minder = None
+        self.web_root = None
+
+    def __enter__(self):
+        with contextlib.ExitStack() as stack:
+            self.web_root = Path(stack.enter_context(tempfile.TemporaryDirectory(prefix="velmora-www-")))
+            self.repository = self.new_repository(REPOSITORY)
+            self.host = stack.enter_context(Host(self._image_root))
+            self.server = stack.enter_context(WebServer(self.host, self.web_root, self._authority))
+            self.minder = PackageMinder(self.host)
+            self._cleanup = stack.pop_all()
+        return self
+
+    def __exit__(self, *_):
+        self._cleanup.close()
+
+    def url(self, path=REPOSITORY, scheme=None, port=None):
+        scheme = scheme or ("https" if self._authority else "http")
+        return f"{scheme}://{web_server.NAME}{f':{port}' if port else ''}/{path}/"
+
+    def settings(self, changes=None):
+        """Settings for this site: upgrades at night, a cycle every second; `changes` replace or add to them."""
+        usual = {URL_KEY: self.url(), CALENDAR_KEY: "*-*-* 03:00", DELAY_KEY: "15m", "minder.interval": 1}
+        return {**usual, **(changes or {})}
+
+    def new_repository(self, path, *, key=None, suites=SUITES, **release):
+        """A further repository on the same server."""
+        return AptRepository(self.web_root / path, key or self._key, suites=suites, **release)
+
+    def install_package(self, version, name=PACKAGE, repository=None):
+        """Publishes a version and installs it as the vendor's first installer does: from the file."""
+        self.install_file((repository or self.repository).publish(version, name))
+
+    def install_file(self, package):
+        self.host.copy_in(package, "/root/package.deb")
+        self.host.run("dpkg --install /root/package.deb && rm /root/package.deb")
+
+    def install_minder(self, changes=None):
+        """Puts package-minder, the keyring and a settings file onto the host; `changes` as for settings()."""
+        self.minder.install(self._bundle)
+        self.host.write(f"{STAGING}/keyrings/zant-velmora.gpg", self._key.public_key())
+        self.minder.configure(self.settings(changes))
+
+    def refresh_lists_often(self):
+        self.host.write(REFRESH_DROP_IN, REFRESH_EVERY_FEW_SECONDS)
+        self.host.run("systemctl daemon-reload && systemctl restart apt-daily.timer")
+
+    def installed_version(self, name=PACKAGE):
+        """The version that dpkg has, or an empty text."""
+        return self.host.run(f"dpkg-query --show --showformat='${{Version}}' {shlex.quote(name)}", check=False).output
+
+    def holds(self):
+        return self.host.output_of("apt-mark showhold").split()

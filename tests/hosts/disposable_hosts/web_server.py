@@ -1,0 +1,99 @@
+"""Serves a directory inside a host's private network, over http and https.
+
+The server is a process of this machine in the host's network, so no image needs
+one. It can fall silent: connections are then accepted and never answered.
+"""
+
+import contextlib
+import functools
+import http.server
+import os
+import signal
+import ssl
+import subprocess
+import sys
+import threading
+
+NAME = "repo.velmora.test"
+HTTP_PORT, HTTPS_PORT = 80, 443
+# Nobody listens here.
+CLOSED_PORT = 9
+
+
+class WebServer:
+    """Serves `directory` as http://repo.velmora.test/ inside `host` while the context lasts.
+
+    With an authority it also answers https, and the host trusts that authority.
+    """
+
+    def __init__(self, host, directory, authority=None):
+        self._host, self._directory, self._authority = host, directory, authority
+        self._process = None
+
+    def __enter__(self):
+        self._host.add_name(NAME)
+        arguments = [sys.executable, __file__, str(self._directory)]
+        if self._authority:
+            self._authority.make_trusted_by(self._host)
+            arguments.append(str(self._authority.server_credentials))
+        command, descriptors = self._host.in_network(["setpriv", "--pdeathsig", "TERM", *arguments])
+        self._process = subprocess.Popen(
+            command, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, pass_fds=descriptors, start_new_session=True
+        )
+        if self._process.stdout.readline() != b"ready\n":
+            raise RuntimeError("the web server did not start")
+        return self
+
+    def __exit__(self, *_):
+        self.answer()
+        self._process.terminate()
+        self._process.wait(timeout=10)
+        self._process.stdout.close()
+
+    def fall_silent(self):
+        """From now on the kernel takes connections and nobody answers them."""
+        self._process.send_signal(signal.SIGSTOP)
+
+    def answer(self):
+        self._process.send_signal(signal.SIGCONT)
+
+    @contextlib.contextmanager
+    def silent(self):
+        self.fall_silent()
+        try:
+            yield
+        finally:
+            self.answer()
+
+
+class _Handler(http.server.SimpleHTTPRequestHandler):
+    # Connections stay open between files: this server ends a TLS connection without saying so, which
+    # recent releases of APT take for a cut-off answer.
+    protocol_version = "HTTP/1.1"
+
+    def send_head(self):
+        # Its answers to this header compare whole seconds; tests publish more often.
+        del self.headers["If-Modified-Since"]
+        return super().send_head()
+
+    def log_message(self, format, *args):
+        pass
+
+
+def _serve(directory, credentials=None):
+    handler = functools.partial(_Handler, directory=directory)
+    servers = [http.server.ThreadingHTTPServer(("127.0.0.1", HTTP_PORT), handler)]
+    if credentials:
+        context = ssl.create_default_context(ssl.Purpose.CLIENT_AUTH)
+        context.load_cert_chain(credentials)
+        secure = http.server.ThreadingHTTPServer(("127.0.0.1", HTTPS_PORT), handler)
+        secure.socket = context.wrap_socket(secure.socket, server_side=True)
+        servers.append(secure)
+    for server in servers[1:]:
+        threading.Thread(target=server.serve_forever, daemon=True).start()
+    os.write(1, b"ready\n")
+    servers[0].serve_forever()
+
+
+if __name__ == "__main__":
+    _serve(*sys.argv[1:])
