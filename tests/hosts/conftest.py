@@ -5,6 +5,7 @@ What belongs to one family of package managers stands in a plugin of its own.
 
 import contextlib
 import os
+import signal
 
 import pytest
 from disposable_hosts import bundle as bundles
@@ -25,6 +26,19 @@ def pytest_addoption(parser):
         "--build-directory", default=os.path.join(CHECKOUT, "build", "release"),
         help="the build whose program is put onto the hosts (default: build/release)",
     )
+
+
+def pytest_configure():
+    # A run that is told to end still cleans up.
+    signal.signal(signal.SIGTERM, signal.default_int_handler)
+
+
+def pytest_sessionstart(session):
+    """Builds the images before there are workers: of what a worker prints nothing is seen."""
+    options = session.config.option
+    if getattr(options, "numprocesses", None) and not options.collectonly and not machine.reason_it_cannot_carry_hosts():
+        for recipe in RECIPES.values():
+            image.provide(recipe)
 
 
 @pytest.hookimpl(hookwrapper=True)

@@ -20,7 +20,7 @@ def main():
     commands = parser.add_subparsers(dest="command", required=True)
     commands.add_parser("images")
     build = commands.add_parser("build")
-    build.add_argument("images", nargs="*", choices=[[], *RECIPES], metavar="IMAGE")
+    build.add_argument("images", nargs="*", type=_known_image, metavar="IMAGE")
     shell = commands.add_parser("shell")
     shell.add_argument("image", choices=RECIPES)
     arguments = parser.parse_args()
@@ -35,6 +35,12 @@ def main():
             image.provide(RECIPES[name])
     else:
         _open_shell(arguments.image)
+
+
+def _known_image(name):
+    if name not in RECIPES:
+        raise argparse.ArgumentTypeError(f"there is no image {name}; there are {', '.join(RECIPES)}")
+    return name
 
 
 def _list_images():

@@ -33,8 +33,9 @@ class PackageMinder:
     def stop(self):
         self.host.run(f"systemctl stop {UNIT}")
 
-    def is_active(self):
-        return self.host.succeeds(f"systemctl is-active --quiet {UNIT}")
+    def state(self):
+        """What systemd says of the service: active, deactivating, inactive, failed, ..."""
+        return self.host.output_of(f"systemctl show --property=ActiveState --value {UNIT}")
 
     def log(self):
         """What the service has written to the journal."""

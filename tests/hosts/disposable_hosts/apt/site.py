@@ -1,14 +1,17 @@
 """A host with zant-velmora on it, the vendor's repository in reach, and package-minder ready to start."""
 
 import contextlib
+import re
 import shlex
 import tempfile
+from dataclasses import dataclass
 from pathlib import Path
 
-from disposable_hosts import catalog, image, web_server
+from disposable_hosts import catalog, image, snapshot, web_server
 from disposable_hosts.apt.repository import PACKAGE, AptRepository
 from disposable_hosts.host import Host
 from disposable_hosts.package_minder import STAGING, PackageMinder
+from disposable_hosts.polling import wait_until
 from disposable_hosts.web_server import WebServer
 
 SUITES = ("systemd-production", "sysvinit-production")
@@ -38,6 +41,14 @@ OnCalendar={EVERY_FEW_SECONDS}
 RandomizedDelaySec=0
 AccuracySec=1s
 """
+
+
+@dataclass(frozen=True)
+class Schedule:
+    """When systemd fires a timer, as it reports it itself."""
+
+    calendar: str
+    delay: str
 
 
 class AptSite:
@@ -90,6 +101,14 @@ class AptSite:
         self.host.write(f"{STAGING}/keyrings/zant-velmora.gpg", self._key.public_key())
         self.minder.configure(self.settings(changes))
 
+    def take_away_unattended_upgrades(self):
+        """Makes a host that does not have it yet; its distribution, on this site's server, offers it."""
+        distribution = self.new_repository("distribution", suites=("stable",), origin="Debian", label="Debian")
+        for package in (self._image_root / "srv" / "packages").glob("unattended-upgrades_*.deb"):
+            distribution.publish_file(package)
+        self.host.write("/etc/apt/sources.list", f"deb [trusted=yes] {self.url('distribution')} stable main\n")
+        self.host.run("dpkg --purge unattended-upgrades")
+
     def refresh_lists_often(self):
         self.host.write(REFRESH_DROP_IN, REFRESH_EVERY_FEW_SECONDS)
         self.host.run("systemctl daemon-reload && systemctl restart apt-daily.timer")
@@ -100,3 +119,34 @@ class AptSite:
 
     def holds(self):
         return self.host.output_of("apt-mark showhold").split()
+
+    def timer_schedule(self):
+        properties = self.host.output_of(f"systemctl show --property=TimersCalendar,RandomizedDelayUSec {TIMER}")
+        calendars = re.findall(r"OnCalendar=(.*?) ;", properties)
+        delay = re.search(r"RandomizedDelayUSec=(.*)", properties)
+        return Schedule(" and ".join(calendars), delay[1] if delay else "")
+
+    def missing_files(self, *, drop_ins=True):
+        """Those of package-minder's files that are not installed."""
+        wanted = [KEYRING, SOURCE_LIST, *SERVICE_FILES, *([CALENDAR_DROP_IN, DELAY_DROP_IN] if drop_ins else [])]
+        return self.host.output_of(f"for file in {shlex.join(wanted)}; do test -e $file || echo $file; done").splitlines()
+
+    def out_of_order(self):
+        """What package-minder has still to put right on this host; empty when nothing."""
+        findings = [f"{path} is missing" for path in self.missing_files()]
+        findings += [f"{unit} does not run" for unit in (TIMER, "unattended-upgrades.service") if not self.is_active(unit)]
+        findings += [f"{PACKAGE} is held"] if PACKAGE in self.holds() else []
+        return findings
+
+    def is_active(self, unit):
+        return self.host.succeeds(f"systemctl is-active --quiet {unit}")
+
+    def wait_until_in_order(self, timeout=60):
+        wait_until(self.out_of_order, "package-minder to bring the host in order", expect=[], timeout=timeout)
+
+    def wait_for_log(self, text, timeout=30):
+        wait_until(self.minder.log, f"the service to log: {text}", expect=lambda log: text in log, timeout=timeout)
+
+    def differences_since(self, before):
+        """How /etc differs from an earlier snapshot."""
+        return snapshot.differences(before, self.host.snapshot())

@@ -1,0 +1,1 @@
+"""What package-minder does, shown step by step on a disposable host."""
