@@ -54,6 +54,10 @@ void Fake_Filesystem::fail(const std::string& operation, int nth) {
   failures_[operation] = nth;
 }
 
+void Fake_Filesystem::during(const std::string& operation, std::function<void()> action) {
+  actions_[operation] = std::move(action);
+}
+
 void Fake_Filesystem::fail_copies_of(const Path& source) {
   uncopyable_.insert(key(source));
 }
@@ -177,6 +181,9 @@ bool Fake_Filesystem::files_equal(const Path& first, const Path& second) {
 // False when the operation is one that was arranged to fail.
 bool Fake_Filesystem::record_(const std::string& operation) {
   journal_->push_back(operation);
+  if (const auto action = actions_.find(operation); action != actions_.end()) {
+    action->second();
+  }
   const auto failure = failures_.find(operation);
   return failure == failures_.end() || --failure->second != 0;
 }

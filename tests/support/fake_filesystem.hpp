@@ -4,6 +4,7 @@
 
 #include <zant/velmora/host/filesystem.hpp>
 
+#include <functional>
 #include <map>
 #include <memory>
 #include <optional>
@@ -40,6 +41,10 @@ class Fake_Filesystem : public Filesystem {
   /// reports the failure in its way and changes nothing. For copy_files see `fail_copies_of`.
   void fail(const std::string& operation, int nth = 1);
 
+  /// Runs the action inside every operation that the journal records in exactly these words, before the
+  /// operation does anything; an action that throws is a service that throws.
+  void during(const std::string& operation, std::function<void()> action);
+
   /// Every copy of this source, by copy_file or copy_files, fails from now on.
   void fail_copies_of(const Path& source);
 
@@ -66,6 +71,7 @@ class Fake_Filesystem : public Filesystem {
   std::map<std::string, std::string> files_;
   std::set<std::string> directories_;
   std::map<std::string, int> failures_;
+  std::map<std::string, std::function<void()>> actions_;
   std::set<std::string> uncopyable_;
 };
 
