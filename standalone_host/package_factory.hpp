@@ -1,0 +1,47 @@
+#pragma once
+
+#include <standalone_host/settings.hpp>
+
+#include <zant/velmora/host/filesystem.hpp>
+#include <zant/velmora/host/system.hpp>
+#include <zant/velmora/package_minder/package.hpp>
+#include <zant/velmora/package_minder/package_config.hpp>
+
+#include <boost/filesystem/path.hpp>
+
+#include <memory>
+
+namespace zant::velmora::standalone_host {
+
+/// The two services that the library works through.
+struct Host_Services {
+  std::shared_ptr<System> system;
+  std::shared_ptr<Filesystem> filesystem;
+};
+
+/// Makes the library's objects for the kind of host that this is.
+class Package_Factory {
+ public:
+  virtual ~Package_Factory() = default;
+
+  /// Renders the host's files into the staging directory, and changes nothing else. Empty when the host has no
+  /// package manager that the library knows.
+  virtual std::shared_ptr<Package_Config> create_package_config(bool automatic_upgrades) const = 0;
+
+  virtual std::shared_ptr<Package> create_package(std::shared_ptr<Package_Config> config) const = 0;
+};
+
+/// The real services of this operating system.
+Host_Services make_host_services(const Settings& settings);
+
+/// The factory for this operating system.
+///
+/// @param settings outlives the factory and what it makes.
+std::unique_ptr<Package_Factory> make_package_factory(const Host_Services& services, const Settings& settings,
+                                                      const boost::filesystem::path& staging_directory);
+
+/// Takes away what killed processes of this program left in the host's directories. Only while no other process
+/// of this program works.
+void remove_interrupted_writes();
+
+}  // namespace zant::velmora::standalone_host

@@ -1,0 +1,68 @@
+#include <standalone_host/package_factory.hpp>
+
+#include <standalone_host/build_config.hpp>
+#include <standalone_host/posix/posix_filesystem.hpp>
+#include <standalone_host/posix/posix_system.hpp>
+
+#include <zant/velmora/apt/apt_constants.hpp>
+#include <zant/velmora/dnf/dnf_constants.hpp>
+#include <zant/velmora/facilitators/linux_package_facilitator.hpp>
+
+#include <utility>
+#include <vector>
+
+namespace zant::velmora::standalone_host {
+namespace {
+
+class Linux_Package_Factory : public Package_Factory {
+ public:
+  Linux_Package_Factory(const Host_Services& services, const Settings& settings,
+                        const boost::filesystem::path& staging_directory)
+      : facilitator_(services.filesystem, services.system, settings.configuration(), staging_directory) {}
+
+  std::shared_ptr<Package_Config> create_package_config(bool automatic_upgrades) const override {
+    return facilitator_.create_package_config(automatic_upgrades);
+  }
+
+  std::shared_ptr<Package> create_package(std::shared_ptr<Package_Config> config) const override {
+    return facilitator_.create_package(std::move(config));
+  }
+
+ private:
+  Linux_Package_Facilitator facilitator_;
+};
+
+}  // namespace
+
+Host_Services make_host_services(const Settings& settings) {
+  Posix_System::Options options;
+  options.time_limit = settings.command_time_limit();
+  options.kill_delay = settings.command_kill_delay();
+  // APT alone takes a repository that cannot be reached for a passing trouble and reports success.
+  options.environment = {{"APT_CONFIG", Build_Config::APT_CONFIG_FILE}};
+  return {std::make_shared<Posix_System>(options), std::make_shared<Posix_Filesystem>()};
+}
+
+std::unique_ptr<Package_Factory> make_package_factory(const Host_Services& services, const Settings& settings,
+                                                      const boost::filesystem::path& staging_directory) {
+  return std::make_unique<Linux_Package_Factory>(services, settings, staging_directory);
+}
+
+void remove_interrupted_writes() {
+  using boost::filesystem::path;
+  const std::vector<path> directories = {
+      path(APT_Constants::REPO_KEYRING_PATH).parent_path(),
+      path(APT_Constants::SOURCE_LIST_PATH).parent_path(),
+      APT_Constants::APT_GLOBAL_CONFIG_DIR,
+      APT_Constants::APT_CONFIG_BACKUP_DIR,
+      APT_Constants::TIMER_OVERRIDE_DIR,
+      path(DNF_Constants::REPO_FILE_PATH).parent_path(),
+      DNF_Constants::TIMER_OVERRIDE_DIR,
+  };
+  Posix_Filesystem filesystem;
+  for (const auto& directory : directories) {
+    filesystem.remove_leftovers(directory);
+  }
+}
+
+}  // namespace zant::velmora::standalone_host

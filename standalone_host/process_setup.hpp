@@ -1,0 +1,8 @@
+#pragma once
+
+namespace zant::velmora::standalone_host {
+
+/// Makes this process independent of how it was started. First thing in the program.
+void set_up_process();
+
+}  // namespace zant::velmora::standalone_host

@@ -1,0 +1,155 @@
+#include <standalone_host/staging_tree.hpp>
+
+#include <standalone_host/privileges.hpp>
+
+#include <zant/velmora/apt/apt_constants.hpp>
+#include <zant/velmora/dnf/dnf_constants.hpp>
+#include <zant/velmora/upgrade_timer/upgrade_timer_constants.hpp>
+
+#include <boost/filesystem/directory.hpp>
+#include <boost/filesystem/operations.hpp>
+#include <fmt/format.h>
+
+#include <fstream>
+#include <functional>
+#include <sstream>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace zant::velmora::standalone_host {
+namespace {
+
+using boost::filesystem::path;
+
+constexpr const char* REINSTALL = "install the package-minder's staging tree again, or correct it";
+
+// A template, and how the library fills it: with how many values, and of which kinds.
+struct Template {
+  const char* family;
+  std::string name;
+  std::function<void(const std::string& text)> render;
+
+  path file() const { return path("config-files") / family / "templates" / (name + ".template"); }
+};
+
+template <typename... Values>
+std::function<void(const std::string&)> filled_with(Values... values) {
+  return [=](const std::string& text) { static_cast<void>(fmt::format(fmt::runtime(text), values...)); };
+}
+
+const std::vector<Template>& templates() {
+  static const std::string text = "value";
+  static const int number = 1;
+  using namespace Upgrade_Timer_Constants;
+  static const std::vector<Template> all = {
+      {"apt", APT_Constants::APT_SOURCE_LIST_FILE, filled_with(text, text, text)},
+      {"apt", APT_Constants::APT_UNATTENDED_UPGRADES_FILE, filled_with(text)},
+      {"apt", APT_Constants::APT_LOWERSPEED_FILE, filled_with(number)},
+      {"apt", STAGED_ON_CALENDAR_FILE, filled_with(text)},
+      {"apt", STAGED_RANDOMIZED_DELAY_FILE, filled_with(text)},
+      {"dnf", DNF_Constants::DNF_REPO_FILE, filled_with(text, text, text, text, text)},
+      {"dnf", STAGED_ON_CALENDAR_FILE, filled_with(text)},
+      {"dnf", STAGED_RANDOMIZED_DELAY_FILE, filled_with(text)},
+  };
+  return all;
+}
+
+path keyring_in(const path& tree) { return tree / "keyrings" / APT_Constants::APT_REPO_KEYRING_FILE; }
+
+bool is_file(const path& file) {
+  boost::system::error_code ignored;
+  return boost::filesystem::is_regular_file(file, ignored);
+}
+
+std::string read(const path& file) {
+  const std::ifstream stream(file.string(), std::ios::binary);
+  std::ostringstream contents;
+  contents << stream.rdbuf();
+  return contents.str();
+}
+
+Findings find_template_faults(const path& tree) {
+  Findings findings;
+  for (const auto& candidate : templates()) {
+    const path file = tree / candidate.file();
+    if (!is_file(file)) {
+      findings.push_back({file.string(), "this template is missing", REINSTALL});
+      continue;
+    }
+    try {
+      candidate.render(read(file));
+    } catch (const fmt::format_error& error) {
+      findings.push_back({file.string(), fmt::format("this template cannot be filled: {}", error.what()),
+                          "write braces that are text twice, and no more placeholders than the file has values"});
+    }
+  }
+  return findings;
+}
+
+Findings find_static_file_faults(const path& tree) {
+  const path file = tree / "config-files" / "apt" / APT_Constants::APT_AUTO_UPGRADES_FILE;
+  return is_file(file) ? Findings{} : Findings{{file.string(), "this file is missing", REINSTALL}};
+}
+
+Findings find_foreign_writers(const path& tree) {
+  Findings findings;
+  const auto examine = [&findings](const path& entry) {
+    const std::string fault = Privileges::who_else_may_write(entry);
+    if (!fault.empty()) {
+      findings.push_back({entry.string(), fault,
+                          "everything there ends up in the host's configuration: it must belong to root, and "
+                          "nobody else may write to it"});
+    }
+  };
+  examine(tree);
+  boost::system::error_code error;
+  for (boost::filesystem::recursive_directory_iterator entry(tree, error), end; !error && entry != end;
+       entry.increment(error)) {
+    examine(entry->path());
+  }
+  return findings;
+}
+
+[[noreturn]] void throw_not_copied(const path& source) {
+  throw std::runtime_error(fmt::format("cannot copy {} to the working copy of the staging tree", source.string()));
+}
+
+}  // namespace
+
+Findings find_staging_tree_faults(const path& tree) {
+  boost::system::error_code ignored;
+  if (!boost::filesystem::is_directory(tree, ignored)) {
+    return {{tree.string(), "this directory, the staging tree, is missing",
+             "install it, or name another one with minder.staging_directory"}};
+  }
+  Findings findings = find_template_faults(tree);
+  append(findings, find_static_file_faults(tree));
+  append(findings, find_foreign_writers(tree));
+  return findings;
+}
+
+Findings find_keyring_faults(const path& tree) {
+  const path keyring = keyring_in(tree);
+  if (is_file(keyring)) {
+    return {};
+  }
+  return {{keyring.string(), "the keyring of the APT repository is missing",
+           "put the repository's public keys there, binary, as \"gpg --export\" writes them"}};
+}
+
+void copy_staging_tree(const path& tree, const path& destination, Filesystem& filesystem) {
+  if (!filesystem.create_directories(destination)) {
+    throw_not_copied(tree);
+  }
+  for (const auto& entry : boost::filesystem::directory_iterator(tree)) {
+    const path target = destination / entry.path().filename();
+    if (boost::filesystem::is_directory(entry.path())) {
+      copy_staging_tree(entry.path(), target, filesystem);
+    } else if (!filesystem.copy_file(entry.path(), target, Copy_Option::OVERWRITE_EXISTING)) {
+      throw_not_copied(entry.path());
+    }
+  }
+}
+
+}  // namespace zant::velmora::standalone_host

@@ -1,0 +1,15 @@
+#pragma once
+
+namespace zant::velmora::standalone_host {
+
+/// The requests of the operating system to stop. To be made before any other thread is started: from then on
+/// the requests are kept for `wait`, also those that come before it is called.
+class Stop_Signals {
+ public:
+  Stop_Signals();
+
+  /// Blocks until the program is told to stop, and says by what.
+  const char* wait();
+};
+
+}  // namespace zant::velmora::standalone_host

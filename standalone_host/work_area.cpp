@@ -1,0 +1,71 @@
+#include <standalone_host/work_area.hpp>
+
+#include <standalone_host/exit_status.hpp>
+#include <standalone_host/privileges.hpp>
+#include <standalone_host/refusal.hpp>
+#include <standalone_host/staging_tree.hpp>
+
+#include <boost/filesystem/operations.hpp>
+
+#include <system_error>
+#include <utility>
+
+namespace zant::velmora::standalone_host {
+namespace {
+
+using boost::filesystem::path;
+
+constexpr const char* LOCK_FILE = "lock";
+constexpr const char* STAGING_DIRECTORY = "staging";
+constexpr const char* UNFINISHED_STAGING_DIRECTORY = "staging.new";
+
+[[noreturn]] void refuse(const path& directory, const std::string& what) {
+  throw Refusal(Exit_Status::BAD_SETTINGS,
+                Findings{{directory.string(), what,
+                          "the state directory must belong to root alone and be writable, or "
+                          "minder.state_directory must name another one"}});
+}
+
+path prepare_directory(const path& directory, Filesystem& filesystem) {
+  if (!filesystem.create_directories(directory)) {
+    refuse(directory, "the state directory cannot be created");
+  }
+  // Files are installed from here.
+  if (const std::string fault = Privileges::who_else_may_write(directory); !fault.empty()) {
+    refuse(directory, fault);
+  }
+  return directory;
+}
+
+path lock_file_in(const path& directory) { return directory / LOCK_FILE; }
+
+}  // namespace
+
+Work_Area::Work_Area(const Settings& settings, std::shared_ptr<Filesystem> filesystem) try
+    : filesystem_(std::move(filesystem)),
+      directory_(prepare_directory(settings.state_directory(), *filesystem_)),
+      lock_(lock_file_in(directory_)) {
+  copy_staging_tree_(settings.staging_directory());
+} catch (const std::system_error& error) {
+  refuse(settings.state_directory(), error.what());
+}
+
+path Work_Area::staging_directory() const { return directory_ / STAGING_DIRECTORY; }
+
+void Work_Area::remove() {
+  filesystem_->remove_all(staging_directory());
+  lock_.remove_file();
+  boost::system::error_code not_empty;
+  boost::filesystem::remove(directory_, not_empty);
+}
+
+void Work_Area::copy_staging_tree_(const path& tree) {
+  const path unfinished = directory_ / UNFINISHED_STAGING_DIRECTORY;
+  filesystem_->remove_all(unfinished);
+  copy_staging_tree(tree, unfinished, *filesystem_);
+  // What an earlier run rendered must not be taken for this one's.
+  filesystem_->remove_all(staging_directory());
+  boost::filesystem::rename(unfinished, staging_directory());
+}
+
+}  // namespace zant::velmora::standalone_host

@@ -1,0 +1,36 @@
+#pragma once
+
+#include <standalone_host/instance_lock.hpp>
+#include <standalone_host/settings.hpp>
+
+#include <zant/velmora/host/filesystem.hpp>
+
+#include <boost/filesystem/path.hpp>
+
+#include <memory>
+
+namespace zant::velmora::standalone_host {
+
+/// The state directory, while this process and no other works there, with a fresh copy of the staging tree for
+/// the library to render into.
+class Work_Area {
+ public:
+  /// @throws Refusal when the state directory cannot be used or another process works there; then nothing in
+  ///         it has changed.
+  Work_Area(const Settings& settings, std::shared_ptr<Filesystem> filesystem);
+
+  /// The copy of the staging tree.
+  boost::filesystem::path staging_directory() const;
+
+  /// Takes away all that the program keeps in the state directory, and the directory if nothing else is in it.
+  void remove();
+
+ private:
+  void copy_staging_tree_(const boost::filesystem::path& tree);
+
+  std::shared_ptr<Filesystem> filesystem_;
+  boost::filesystem::path directory_;
+  Instance_Lock lock_;
+};
+
+}  // namespace zant::velmora::standalone_host
