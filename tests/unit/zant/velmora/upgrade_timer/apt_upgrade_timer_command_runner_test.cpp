@@ -23,74 +23,74 @@ constexpr const char* STATUS = "systemctl status apt-daily-upgrade.timer";
 constexpr const char* NEEDS_RELOAD = "systemctl show apt-daily-upgrade.timer | grep -q NeedDaemonReload=yes";
 constexpr const char* RELOAD = "systemctl daemon-reload && systemctl restart apt-daily-upgrade.timer";
 
-class APTUpgradeTimerCommandRunner : public testing::Test {
+class AptUpgradeTimerCommandRunner : public testing::Test {
  protected:
   std::shared_ptr<Fake_System> system = std::make_shared<Fake_System>();
   APT_Upgrade_Timer_Command_Runner runner{system};
 };
 
-TEST_F(APTUpgradeTimerCommandRunner, KeepsTheSystemAndRunsNothingAtConstruction) {
+TEST_F(AptUpgradeTimerCommandRunner, KeepsTheSystemAndRunsNothingAtConstruction) {
   EXPECT_EQ(system.use_count(), 2);
   EXPECT_THAT(system->commands(), IsEmpty());
 }
 
-TEST_F(APTUpgradeTimerCommandRunner, StartsTheTimerWithOneCommand) {
+TEST_F(AptUpgradeTimerCommandRunner, StartsTheTimerWithOneCommand) {
   system->on(START, 0);
 
   EXPECT_TRUE(runner.start_timer());
   EXPECT_THAT(system->commands(), ElementsAre(START));
 }
 
-TEST_F(APTUpgradeTimerCommandRunner, ReportsATimerThatDoesNotStart) {
+TEST_F(AptUpgradeTimerCommandRunner, ReportsATimerThatDoesNotStart) {
   system->on(START, 5, "Unit not found.");
 
   EXPECT_FALSE(runner.start_timer());
   EXPECT_THAT(system->commands(), ElementsAre(START));
 }
 
-TEST_F(APTUpgradeTimerCommandRunner, FindsThatTheTimerNeedsAReload) {
+TEST_F(AptUpgradeTimerCommandRunner, FindsThatTheTimerNeedsAReload) {
   system->on(NEEDS_RELOAD, 0);
 
   EXPECT_TRUE(runner.timer_needs_reload());
   EXPECT_THAT(system->commands(), ElementsAre(NEEDS_RELOAD));
 }
 
-TEST_F(APTUpgradeTimerCommandRunner, FindsNoNeedForAReloadWhenGrepFindsNothing) {
+TEST_F(AptUpgradeTimerCommandRunner, FindsNoNeedForAReloadWhenGrepFindsNothing) {
   system->on(NEEDS_RELOAD, 1);
 
   EXPECT_FALSE(runner.timer_needs_reload());
   EXPECT_THAT(system->commands(), ElementsAre(NEEDS_RELOAD));
 }
 
-TEST_F(APTUpgradeTimerCommandRunner, ReloadsTheTimerWithOneCommand) {
+TEST_F(AptUpgradeTimerCommandRunner, ReloadsTheTimerWithOneCommand) {
   system->on(RELOAD, 0);
 
   EXPECT_TRUE(runner.reload_timer());
   EXPECT_THAT(system->commands(), ElementsAre(RELOAD));
 }
 
-TEST_F(APTUpgradeTimerCommandRunner, ReportsATimerThatDoesNotReload) {
+TEST_F(AptUpgradeTimerCommandRunner, ReportsATimerThatDoesNotReload) {
   system->on(RELOAD, 1);
 
   EXPECT_FALSE(runner.reload_timer());
   EXPECT_THAT(system->commands(), ElementsAre(RELOAD));
 }
 
-TEST_F(APTUpgradeTimerCommandRunner, FindsAnActiveTimerRunning) {
+TEST_F(AptUpgradeTimerCommandRunner, FindsAnActiveTimerRunning) {
   system->on(STATUS, 0, "Active: active (waiting)");
 
   EXPECT_TRUE(runner.timer_is_running());
   EXPECT_THAT(system->commands(), ElementsAre(STATUS));
 }
 
-TEST_F(APTUpgradeTimerCommandRunner, FindsAnInactiveTimerNotRunning) {
+TEST_F(AptUpgradeTimerCommandRunner, FindsAnInactiveTimerNotRunning) {
   system->on(STATUS, 3, "Active: inactive (dead)");
 
   EXPECT_FALSE(runner.timer_is_running());
   EXPECT_THAT(system->commands(), ElementsAre(STATUS));
 }
 
-TEST_F(APTUpgradeTimerCommandRunner, LetsAnExceptionOfTheCommandServiceThrough) {
+TEST_F(AptUpgradeTimerCommandRunner, LetsAnExceptionOfTheCommandServiceThrough) {
   for (const char* command : {START, STATUS, NEEDS_RELOAD, RELOAD}) {
     system->on(command, 0);
     system->during(command, [] { throw std::domain_error("no shell"); });
