@@ -70,4 +70,4 @@ def test_it_works_on_in_the_background_until_it_is_told_to_stop(site):
 
     site.host.run("pkill --exact package-minder")
 
-    wait_until(lambda: "Package minding has stopped" in site.host.read("/var/log/package-minder.log"), "it to stop")
+    wait_until(lambda: "package-minder: Stopped" in site.host.read("/var/log/package-minder.log"), "it to stop")

@@ -53,9 +53,10 @@ def _publish_and_install(narrator, site):
 def _install_minder(narrator, site):
     with narrator.step(
         "Install package-minder and start its service",
-        """Three settings: where the repository is, that upgrades are installed every five seconds instead
-        of once a day, and that they are not put off. For the same reason the host's daily refresh of its
-        package lists is set to every five seconds. What /etc holds now is remembered for later.""",
+        """Its settings say where the repository is. The others are for impatient spectators: it looks after
+        the host every second instead of every hour, and upgrades are installed every five seconds instead of
+        once a day. The host's own refresh of its package lists, else twice a day, is hurried likewise. What
+        /etc holds now is remembered for later.""",
     ):
         site.install_minder(SETTINGS)
         site.refresh_lists_often()
@@ -93,12 +94,15 @@ def _show_upgrade_machinery(narrator, site):
         site.wait_until_in_order()
         narrator.show_command(site.host, "ls -A /etc/apt/apt.conf.d /etc/systemd/system/apt-daily-upgrade.timer.d")
         narrator.show_command(site.host, "systemctl show --property=ActiveState,TimersCalendar apt-daily-upgrade.timer")
+        narrator.tell("All that package-minder has to say about its work so far:")
+        narrator.show_command(site.host, "journalctl --quiet --output=cat --unit=package-minder _COMM=package-minder")
 
 
 def _show_unattended_upgrade(narrator, site):
     with narrator.step(
         "Publish zant-velmora 2.0 and wait",
-        "From here on nobody does anything: the host's own timers find the new version and install it.",
+        """From here on nobody does anything. The host's own timers find the new version and install it;
+        package-minder itself never installs a version of zant-velmora.""",
     ):
         site.repository.publish("2.0")
         wait_until(site.installed_version, "the host to upgrade zant-velmora", expect="2.0", timeout=60)
@@ -112,9 +116,8 @@ def _show_purge(narrator, site, before):
         "package-minder takes out what it installed and puts back what was there. /etc is compared, file by file, with before.",
     ):
         site.minder.stop()
-        site.minder.run("purge")
+        narrator.show_command(site.host, "package-minder purge 2>&1")
         differences = site.differences_since(before)
-        narrator.show("# package-minder purge")
         if differences:
             narrator.show("\n".join(differences))
             raise AssertionError("/etc is not as it was before")

@@ -26,7 +26,7 @@ def make(build_directory, target):
     target = Path(target)
     for component in COMPONENTS:
         subprocess.run(
-            ["cmake", "--install", build_directory, "--component", component],
+            ["cmake", "--install", build_directory, "--strip", "--component", component],
             check=True, capture_output=True, env={**os.environ, "DESTDIR": str(target)},
         )
     _collect_libraries(target)
@@ -36,15 +36,17 @@ def make(build_directory, target):
 def _collect_libraries(target):
     program, libraries = target / PROGRAM, target / LIBRARIES
     libraries.mkdir(parents=True, exist_ok=True)
-    own = {library.parent for library in (target / "usr" / "lib").rglob("lib*.so.*")}
+    own = list((target / "usr" / "lib").rglob("lib*.so.*"))
     listing = subprocess.run(
         ["ldd", program], check=True, capture_output=True, text=True,
-        env={**os.environ, "LD_LIBRARY_PATH": ":".join(map(str, own))},
+        env={**os.environ, "LD_LIBRARY_PATH": ":".join({str(library.parent) for library in own})},
     ).stdout
     if "not found" in listing:
         raise RuntimeError(f"{program} lacks libraries:\n{listing}")
     for path in re.findall(r"(?:=> |^\t)(/\S+)", listing, re.MULTILINE):
         shutil.copy(path, libraries)
+    for library in own:
+        library.unlink()
     loader = _patchelf("--print-interpreter", program).strip()
     # As an RPATH, not a RUNPATH, it also holds for what the libraries need in turn.
     _patchelf("--force-rpath", "--set-rpath", f"/{LIBRARIES}", program)

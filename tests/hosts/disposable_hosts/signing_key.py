@@ -11,7 +11,7 @@ class SigningKey:
     def __init__(self, home, owner="Quorvane test repository <repository@velmora.test>", algorithm="ed25519"):
         self.home = Path(home)
         self.home.mkdir(mode=0o700, parents=True, exist_ok=True)
-        self._owner = owner
+        self.owner = owner
         # SHA-1 anywhere, even in the key's own signature, is refused by current releases.
         self._gpg("--quick-generate-key", owner, algorithm, "sign", "never")
 
@@ -22,7 +22,7 @@ class SigningKey:
         subprocess.run(["gpgconf", "--homedir", self.home, "--kill", "all"], check=False, capture_output=True)
 
     def public_key(self, *, armoured=False):
-        return self._gpg(*(["--armor"] if armoured else []), "--export", self._owner)
+        return self._gpg(*(["--armor"] if armoured else []), "--export", self.owner)
 
     def clearsign(self, source, target):
         self._gpg("--clearsign", "--output", target, source)

@@ -80,13 +80,18 @@ class _Handler(http.server.SimpleHTTPRequestHandler):
         pass
 
 
+class _Server(http.server.ThreadingHTTPServer):
+    def handle_error(self, request, client_address):
+        pass  # Clients that are killed in the middle of an answer are what some tests are about.
+
+
 def _serve(directory, credentials=None):
     handler = functools.partial(_Handler, directory=directory)
-    servers = [http.server.ThreadingHTTPServer(("127.0.0.1", HTTP_PORT), handler)]
+    servers = [_Server(("127.0.0.1", HTTP_PORT), handler)]
     if credentials:
         context = ssl.create_default_context(ssl.Purpose.CLIENT_AUTH)
         context.load_cert_chain(credentials)
-        secure = http.server.ThreadingHTTPServer(("127.0.0.1", HTTPS_PORT), handler)
+        secure = _Server(("127.0.0.1", HTTPS_PORT), handler)
         secure.socket = context.wrap_socket(secure.socket, server_side=True)
         servers.append(secure)
     for server in servers[1:]:
