@@ -36,15 +36,20 @@ bool ends_in_blank(std::string line) {
   return boost::algorithm::ends_with(line, " ") || boost::algorithm::ends_with(line, "\t");
 }
 
+// As the INI parser has it: blanks beside the name and text behind the bracket do not count.
+bool opens_our_section(const std::string& line) {
+  const std::string name = line.substr(1, line.find(']') - 1);
+  return boost::algorithm::iequals(boost::algorithm::trim_copy(name), DNF_Constants::DNF_REPO_ID);
+}
+
 // The INI parser trims values, so it cannot show that one of ours has been given a trailing blank.
 bool a_configured_value_ends_in_blank(const std::string& text) {
-  const std::string our_section = fmt::format("[{}]", DNF_Constants::DNF_REPO_ID);
   std::istringstream lines(text);
   bool in_our_section = false;
   for (std::string line; std::getline(lines, line);) {
     const std::string trimmed = boost::algorithm::trim_copy(line);
     if (boost::algorithm::starts_with(trimmed, "[")) {
-      in_our_section = trimmed == our_section;
+      in_our_section = opens_our_section(trimmed);
     } else if (in_our_section && ends_in_blank(line) &&
                is_configured_option(boost::algorithm::trim_copy(line.substr(0, line.find('='))))) {
       return true;
