@@ -6,6 +6,7 @@
 #include <exception>
 #include <memory>
 #include <stdexcept>
+#include <type_traits>
 
 using namespace zant::velmora;
 using testing::InSequence;
@@ -14,6 +15,8 @@ using testing::StrictMock;
 using testing::Throw;
 
 namespace {
+
+static_assert(!std::is_polymorphic_v<Package_Minder>);
 
 class Mock_Package : public Package {
  public:
