@@ -6,6 +6,7 @@ What belongs to one family of package managers stands in a plugin of its own.
 import contextlib
 import os
 import signal
+import sys
 
 import pytest
 from disposable_hosts import bundle as bundles
@@ -16,7 +17,7 @@ from disposable_hosts.host import Host
 from disposable_hosts.signing_key import SigningKey
 from disposable_hosts.web_server import NAME
 
-pytest_plugins = ("apt_fixtures",)
+pytest_plugins = ("apt_fixtures", "dnf_fixtures")
 
 CHECKOUT = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
 
@@ -31,14 +32,6 @@ def pytest_addoption(parser):
 def pytest_configure():
     # A run that is told to end still cleans up.
     signal.signal(signal.SIGTERM, signal.default_int_handler)
-
-
-def pytest_sessionstart(session):
-    """Builds the images before there are workers: of what a worker prints nothing is seen."""
-    options = session.config.option
-    if getattr(options, "numprocesses", None) and not options.collectonly and not machine.reason_it_cannot_carry_hosts():
-        for recipe in RECIPES.values():
-            image.provide(recipe)
 
 
 @pytest.hookimpl(hookwrapper=True)
@@ -64,7 +57,7 @@ def say(pytestconfig):
 
     def print_now(text):
         with capture.global_and_fixture_disabled():
-            print(f"\n{text}", end="", flush=True)
+            print(text, file=sys.stderr, flush=True)  # A worker's standard output is not its own.
 
     return print_now
 

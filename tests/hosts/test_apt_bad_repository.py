@@ -38,8 +38,8 @@ def test_a_repository_that_cannot_be_read_is_taken_out_again(open_site, url, why
 def test_a_repository_with_a_bad_signature_is_taken_out_again(open_site, tmp_path):
     site = open_site()
     with SigningKey(tmp_path / "key", owner="Somebody else <somebody@velmora.test>") as stranger:
-        site.new_repository("forged", key=stranger).publish("6.6.6")
-    site.minder.configure(site.settings({apt.URL_KEY: site.url("forged")}))
+        site.add_repository("forged", key=stranger).publish("6.6.6")
+    site.minder.configure(site.settings({apt.URL_KEY: site.url("forged/")}))
 
     result = site.minder.once(check=False)
 

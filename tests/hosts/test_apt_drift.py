@@ -3,6 +3,7 @@
 import pytest
 from disposable_hosts.apt import site as apt
 from disposable_hosts.polling import wait_until
+from disposable_hosts.site import Schedule
 
 pytestmark = pytest.mark.xdist_group("drift")
 
@@ -39,7 +40,7 @@ def test_a_changed_file_is_put_back(site, what_an_administrator_does):
     site.minder.start()
 
     wait_until(lambda: site.differences_since(before), "the file to be put back", expect=[])
-    wait_until(site.timer_schedule, "the timer to have its schedule", expect=apt.Schedule("*-*-* 03:00:00", "15min"))
+    wait_until(site.timer_schedule, "the timer to have its schedule", expect=Schedule("*-*-* 03:00:00", "15min"))
 
 
 def test_a_hold_by_an_administrator_is_released(site):

@@ -2,6 +2,7 @@
 
 import pytest
 from disposable_hosts.apt import site as apt
+from disposable_hosts.site import Schedule
 
 OWN_FILES = {
     f"{apt.APT_CONFIGURATION}/20auto-upgrades": 'APT::Periodic::Enable "0";\n',
@@ -27,7 +28,7 @@ def test_purge_gives_back_etc_byte_for_byte(site, own_files):
     site.minder.run("purge")
 
     assert site.differences_since(before) == []
-    assert site.timer_schedule() == apt.Schedule("*-*-* 06:00:00", "1h")
+    assert site.timer_schedule() == Schedule("*-*-* 06:00:00", "1h")
 
 
 def test_purge_releases_a_hold(site):

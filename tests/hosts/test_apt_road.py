@@ -3,8 +3,9 @@
 import pytest
 from disposable_hosts.apt import site as apt
 from disposable_hosts.polling import wait_until
+from disposable_hosts.site import EVERY_FEW_SECONDS
 
-OFTEN = {apt.CALENDAR_KEY: apt.EVERY_FEW_SECONDS, apt.DELAY_KEY: "0"}
+OFTEN = {apt.CALENDAR_KEY: EVERY_FEW_SECONDS, apt.DELAY_KEY: "0"}
 
 
 @pytest.mark.slow

@@ -28,8 +28,8 @@ def test_the_hosts_tools_read_the_installed_files_as_meant(open_site, release):
 def test_the_distributions_own_security_upgrades_stay_in_force(open_site, release):
     site = open_site(release)
     suite = f"{release}-security"
-    security = site.new_repository("security", suites=(suite,), origin="Debian", label="Debian-Security")
-    foreign = site.new_repository("foreign", suites=("stable",), origin="Somebody", label="Somebody")
+    security = site.add_repository("security", suites=(suite,), origin="Debian", label="Debian-Security")
+    foreign = site.add_repository("foreign", suites=("stable",), origin="Somebody", label="Somebody")
     for repository, name in ((security, "fixed-package"), (foreign, "foreign-package")):
         site.install_package("1.0", name, repository)
         repository.publish("1.1", name)

@@ -7,9 +7,10 @@ from disposable_hosts import bundle
 from disposable_hosts.apt import site as apt
 from disposable_hosts.polling import wait_until
 from disposable_hosts.signing_key import SigningKey
+from disposable_hosts.site import EVERY_FEW_SECONDS
 
 IMAGE = "bookworm"
-SETTINGS = {apt.CALENDAR_KEY: apt.EVERY_FEW_SECONDS, apt.DELAY_KEY: "0"}
+SETTINGS = {apt.CALENDAR_KEY: EVERY_FEW_SECONDS, apt.DELAY_KEY: "0"}
 
 
 def run(narrator, build_directory):
@@ -74,7 +75,7 @@ def _show_repository(narrator, site):
     ):
         wait_until(
             lambda: site.host.run("apt-cache policy zant-velmora").output, "APT to know the repository",
-            expect=lambda policy: site.url().rstrip("/") in policy,
+            expect=lambda policy: site.repository_url().rstrip("/") in policy,
         )
         narrator.show_command(site.host, f"grep ^deb {apt.SOURCE_LIST}; apt-cache policy zant-velmora")
 

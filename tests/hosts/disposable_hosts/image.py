@@ -12,7 +12,6 @@ import re
 import shlex
 import shutil
 import subprocess
-import sys
 import time
 from dataclasses import asdict, dataclass
 
@@ -84,7 +83,7 @@ def _build(recipe, archive, say):
         output.flush()
         with subprocess.Popen(command, stdin=subprocess.DEVNULL, stdout=output, stderr=output) as process:
             try:
-                _show_progress(process, f"building host image {recipe.name}", say)
+                _show_progress(process, recipe.name, log, say)
             except BaseException:
                 process.terminate()
                 raise
@@ -106,23 +105,17 @@ def _unpack(archive, tree):
     unfinished.rename(tree)
 
 
-def _show_progress(process, what, say):
-    """On a terminal one line that counts the seconds; elsewhere a line now and then."""
+def _show_progress(process, name, log, say):
+    """Says what mmdebstrap is at, whenever it comes to something new."""
     start = time.monotonic()
-    on_terminal = sys.stdout.isatty()
-    say(f"{what} (kept for the next time) ...")
-    last_said = 0
+    said = None
+    say(f"building host image {name}, which is kept for the next time")
     while process.poll() is None:
         time.sleep(0.2)
-        seconds = int(time.monotonic() - start)
-        if on_terminal:
-            print(f"\r{what}: {seconds} s ", end="", flush=True)
-        elif seconds - last_said >= 10:
-            last_said = seconds
-            say(f"{what}: {seconds} s")
-    if on_terminal:
-        print("\r", end="")
-    say(f"{what}: done in {time.monotonic() - start:.0f} s")
+        stages = re.findall(r"^I: (.*?)\.\.\.$", log.read_text(errors="replace"), re.MULTILINE)
+        if stages and stages[-1] != said:
+            said = stages[-1]
+            say(f"building host image {name}: {time.monotonic() - start:3.0f} s  {said[:60]}")
 
 
 def _mirror():

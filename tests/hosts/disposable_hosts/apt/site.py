@@ -1,18 +1,10 @@
-"""A host with zant-velmora on it, the vendor's repository in reach, and package-minder ready to start."""
+"""An APT host with zant-velmora on it, the vendor's repository in reach, and package-minder ready to start."""
 
-import contextlib
-import re
 import shlex
-import tempfile
-from dataclasses import dataclass
-from pathlib import Path
 
-from disposable_hosts import catalog, image, snapshot, web_server
 from disposable_hosts.apt.repository import PACKAGE, AptRepository
-from disposable_hosts.host import Host
-from disposable_hosts.package_minder import STAGING, PackageMinder
-from disposable_hosts.polling import wait_until
-from disposable_hosts.web_server import WebServer
+from disposable_hosts.package_minder import STAGING
+from disposable_hosts.site import EVERY_FEW_SECONDS, Site
 
 SUITES = ("systemd-production", "sysvinit-production")
 REPOSITORY = "velmora-apt-repo"
@@ -20,17 +12,13 @@ KEYRING = "/etc/apt/trusted.gpg.d/zant-velmora.gpg"
 SOURCE_LIST = "/etc/apt/sources.list.d/zant-velmora.list"
 APT_CONFIGURATION = "/etc/apt/apt.conf.d"
 SERVICE_FILES = tuple(f"{APT_CONFIGURATION}/{name}" for name in ("20auto-upgrades", "50unattended-upgrades", "75lowerspeed"))
-BACKUPS = f"{APT_CONFIGURATION}/.zant-backups"
 TIMER = "apt-daily-upgrade.timer"
 DROP_INS = f"/etc/systemd/system/{TIMER}.d"
 CALENDAR_DROP_IN = f"{DROP_INS}/{TIMER}.on-calendar.conf"
 DELAY_DROP_IN = f"{DROP_INS}/{TIMER}.randomized-delay.conf"
 
 CALENDAR_KEY, DELAY_KEY = "package.apt.upgrade_timer.on_calendar", "package.apt.upgrade_timer.randomized_delay"
-URL_KEY, CHANNEL_KEY = "package.apt.repo.url", "package.apt.repo.channel"
-
-# The shortest tick that no start limit of systemd's gets in the way of.
-EVERY_FEW_SECONDS = "*:*:0/5"
+URL_KEY = "package.apt.repo.url"
 
 # Stock, the refresh of the package lists is put off by up to twelve hours. Nothing but the schedule is changed.
 REFRESH_DROP_IN = "/etc/systemd/system/apt-daily.timer.d/of-the-test.conf"
@@ -43,49 +31,23 @@ AccuracySec=1s
 """
 
 
-@dataclass(frozen=True)
-class Schedule:
-    """When systemd fires a timer, as it reports it itself."""
+class AptSite(Site):
+    timer = TIMER
 
-    calendar: str
-    delay: str
+    def new_repository(self):
+        return self.add_repository(REPOSITORY)
 
+    def add_repository(self, path, *, key=None, suites=SUITES, **release):
+        """A further repository on the same server."""
+        return AptRepository(self.web_root / path, key or self._key, suites=suites, **release)
 
-class AptSite:
-    """One host and the repository that it can reach. Use it as a context manager."""
-
-    def __init__(self, image_name, bundle, key, *, authority=None, say=print):
-        self._image_root = image.provide(catalog.RECIPES[image_name], say)
-        self._bundle, self._key, self._authority = bundle, key, authority
-        self._cleanup = contextlib.ExitStack()
-        self.host = self.server = self.repository = self.minder = None
-        self.web_root = None
-
-    def __enter__(self):
-        with contextlib.ExitStack() as stack:
-            self.web_root = Path(stack.enter_context(tempfile.TemporaryDirectory(prefix="velmora-www-")))
-            self.repository = self.new_repository(REPOSITORY)
-            self.host = stack.enter_context(Host(self._image_root))
-            self.server = stack.enter_context(WebServer(self.host, self.web_root, self._authority))
-            self.minder = PackageMinder(self.host)
-            self._cleanup = stack.pop_all()
-        return self
-
-    def __exit__(self, *_):
-        self._cleanup.close()
-
-    def url(self, path=REPOSITORY, scheme=None, port=None):
-        scheme = scheme or ("https" if self._authority else "http")
-        return f"{scheme}://{web_server.NAME}{f':{port}' if port else ''}/{path}/"
+    def repository_url(self):
+        return self.url(f"{REPOSITORY}/")
 
     def settings(self, changes=None):
         """Settings for this site: upgrades at night, a cycle every second; `changes` replace or add to them."""
-        usual = {URL_KEY: self.url(), CALENDAR_KEY: "*-*-* 03:00", DELAY_KEY: "15m", "minder.interval": 1}
+        usual = {URL_KEY: self.repository_url(), CALENDAR_KEY: "*-*-* 03:00", DELAY_KEY: "15m", "minder.interval": 1}
         return {**usual, **(changes or {})}
-
-    def new_repository(self, path, *, key=None, suites=SUITES, **release):
-        """A further repository on the same server."""
-        return AptRepository(self.web_root / path, key or self._key, suites=suites, **release)
 
     def install_package(self, version, name=PACKAGE, repository=None):
         """Publishes a version and installs it as the vendor's first installer does: from the file."""
@@ -103,7 +65,7 @@ class AptSite:
 
     def take_away_unattended_upgrades(self):
         """Makes a host that does not have it yet; its distribution, on this site's server, offers it."""
-        distribution = self.new_repository("distribution", suites=("stable",), origin="Debian", label="Debian")
+        distribution = self.add_repository("distribution", suites=("stable",), origin="Debian", label="Debian")
         for package in (self._image_root / "srv" / "packages").glob("unattended-upgrades_*.deb"):
             distribution.publish_file(package)
         self.host.write("/etc/apt/sources.list", f"deb [trusted=yes] {self.url('distribution')} stable main\n")
@@ -120,12 +82,6 @@ class AptSite:
     def holds(self):
         return self.host.output_of("apt-mark showhold").split()
 
-    def timer_schedule(self):
-        properties = self.host.output_of(f"systemctl show --property=TimersCalendar,RandomizedDelayUSec {TIMER}")
-        calendars = re.findall(r"OnCalendar=(.*?) ;", properties)
-        delay = re.search(r"RandomizedDelayUSec=(.*)", properties)
-        return Schedule(" and ".join(calendars), delay[1] if delay else "")
-
     def missing_files(self, *, drop_ins=True):
         """Those of package-minder's files that are not installed."""
         wanted = [KEYRING, SOURCE_LIST, *SERVICE_FILES, *([CALENDAR_DROP_IN, DELAY_DROP_IN] if drop_ins else [])]
@@ -137,16 +93,3 @@ class AptSite:
         findings += [f"{unit} does not run" for unit in (TIMER, "unattended-upgrades.service") if not self.is_active(unit)]
         findings += [f"{PACKAGE} is held"] if PACKAGE in self.holds() else []
         return findings
-
-    def is_active(self, unit):
-        return self.host.succeeds(f"systemctl is-active --quiet {unit}")
-
-    def wait_until_in_order(self, timeout=60):
-        wait_until(self.out_of_order, "package-minder to bring the host in order", expect=[], timeout=timeout)
-
-    def wait_for_log(self, text, timeout=30):
-        wait_until(self.minder.log, f"the service to log: {text}", expect=lambda log: text in log, timeout=timeout)
-
-    def differences_since(self, before):
-        """How /etc differs from an earlier snapshot."""
-        return snapshot.differences(before, self.host.snapshot())
