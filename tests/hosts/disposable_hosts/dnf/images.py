@@ -59,12 +59,12 @@ LIKE_EL = (
     *_build_package("system-release"),
     *_build_package("dnf-automatic"),
     _in_image(f"rm -r /root/rpmbuild && createrepo_c --quiet {DISTRIBUTION}"),
-    _in_image(f"dnf --quiet --assumeyes install {DISTRIBUTION}/noarch/system-release-*.rpm && dnf --quiet clean all"),
     _write("/etc/yum.repos.d/distribution.repo", DISTRIBUTION_REPO),
     # EL's settings of dnf; those of dnf-automatic come with its package, and the plugin that keeps
     # a local repository of everything installed is nothing that EL switches on.
     _in_image("mv /etc/dnf/dnf-strict.conf /etc/dnf/dnf.conf && rm /etc/dnf/automatic.conf"),
     _in_image('sed -i "s/^enabled *=.*/enabled = false/" /etc/dnf/plugins/local.conf'),
+    _in_image("dnf --quiet --assumeyes --releasever=9 install system-release && dnf --quiet clean all"),
 )
 
 
