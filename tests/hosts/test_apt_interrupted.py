@@ -1,6 +1,7 @@
 """Ends at a bad moment, and tools that are in each other's way."""
 
 import pytest
+from disposable_hosts import snapshot
 from disposable_hosts.apt import site as apt
 from disposable_hosts.package_minder import UNIT
 from disposable_hosts.polling import wait_until
@@ -10,6 +11,11 @@ LISTS_LOCK = "/var/lib/apt/lists/lock"
 
 def _wait_until_it_refreshes_the_lists(site):
     wait_until(lambda: site.host.succeeds("pgrep --exact apt-get"), "package-minder to refresh the lists")
+
+
+def _etc_without_backups(site):
+    # A kill between the making of the backup directory and the copies into it leaves it empty for good.
+    return {path: entry for path, entry in site.host.snapshot().items() if not path.startswith(apt.BACKUPS)}
 
 
 def test_after_a_kill_in_the_middle_of_a_cycle_a_new_start_converges(site):
@@ -30,15 +36,19 @@ def test_after_a_kill_in_the_middle_of_a_cycle_a_new_start_converges(site):
 def test_killed_at_any_moment_the_next_cycle_reaches_the_same_state(site):
     """Sweeps the moment of the kill over the whole length of a first cycle."""
     site.minder.once()
-    wanted = site.host.snapshot()
+    wanted = _etc_without_backups(site)
+    kills = 0
 
-    for milliseconds in range(20, 1000, 90):
+    for milliseconds in range(20, 1100, 90):
         site.minder.run("purge")
-        killed = site.host.run(f"timeout --signal=KILL {milliseconds / 1000} package-minder once", check=False)
+        first = site.host.run(f"timeout --signal=KILL {milliseconds / 1000} package-minder once", check=False)
+        if first.status == 0:
+            break  # It was over before the kill: every moment has had its turn.
+        kills += 1
         site.minder.once()
-        assert site.differences_since(wanted) == [], f"after a kill at {milliseconds} ms"
-        if killed.status == 0:
-            break  # The cycle was over before the kill: every moment has had its turn.
+        assert snapshot.differences(wanted, _etc_without_backups(site)) == [], f"after a kill at {milliseconds} ms"
+
+    assert kills >= 5, "the first cycles must have been cut short"
 
 
 def test_a_stop_during_a_cycle_lets_the_cycle_end(site):

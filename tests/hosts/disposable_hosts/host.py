@@ -87,6 +87,10 @@ class Host:
     def __exit__(self, *_):
         self._cleanup.close()
 
+    def is_running(self):
+        """False once the host has gone down, of its own accord or not."""
+        return self._container.poll() is None
+
     def run(self, command, *, check=True, timeout=120.0, stdin=b""):
         """Runs a shell line as the host's root; returns how it ended.
 

@@ -12,6 +12,7 @@ KEYRING = "/etc/apt/trusted.gpg.d/zant-velmora.gpg"
 SOURCE_LIST = "/etc/apt/sources.list.d/zant-velmora.list"
 APT_CONFIGURATION = "/etc/apt/apt.conf.d"
 SERVICE_FILES = tuple(f"{APT_CONFIGURATION}/{name}" for name in ("20auto-upgrades", "50unattended-upgrades", "75lowerspeed"))
+BACKUPS = f"{APT_CONFIGURATION}/.zant-backups"
 TIMER = "apt-daily-upgrade.timer"
 DROP_INS = f"/etc/systemd/system/{TIMER}.d"
 CALENDAR_DROP_IN = f"{DROP_INS}/{TIMER}.on-calendar.conf"
