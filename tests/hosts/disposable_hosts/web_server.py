@@ -32,20 +32,36 @@ class WebServer:
 
     def __enter__(self):
         self._host.add_name(NAME)
-        arguments = [sys.executable, __file__, str(self._directory)]
         if self._authority:
             self._authority.make_trusted_by(self._host)
-            arguments.append(str(self._authority.server_credentials))
-        command, descriptors = self._host.in_network(["setpriv", "--pdeathsig", "TERM", *arguments])
+        self._start()
+        return self
+
+    def __exit__(self, *_):
+        self.answer()
+        self._stop()
+
+    @contextlib.contextmanager
+    def gone(self):
+        """Connections are refused while the context lasts."""
+        self._stop()
+        try:
+            yield
+        finally:
+            self._start()
+
+    def _start(self):
+        credentials = [str(self._authority.server_credentials)] if self._authority else []
+        command, descriptors = self._host.in_network(
+            ["setpriv", "--pdeathsig", "TERM", sys.executable, __file__, str(self._directory), *credentials]
+        )
         self._process = subprocess.Popen(
             command, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, pass_fds=descriptors, start_new_session=True
         )
         if self._process.stdout.readline() != b"ready\n":
             raise RuntimeError("the web server did not start")
-        return self
 
-    def __exit__(self, *_):
-        self.answer()
+    def _stop(self):
         self._process.terminate()
         self._process.wait(timeout=10)
         self._process.stdout.close()

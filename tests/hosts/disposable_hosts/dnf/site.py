@@ -4,7 +4,7 @@ import shlex
 
 from disposable_hosts.dnf.repository import PACKAGE, DnfRepository
 from disposable_hosts.polling import wait_until
-from disposable_hosts.site import Site
+from disposable_hosts.site import Schedule, Site
 
 REPOSITORY = "velmora-yum-repo"
 CHANNEL = "systemd-production"
@@ -18,7 +18,10 @@ DELAY_DROP_IN = f"{DROP_INS}/{TIMER}.randomized-delay.conf"
 
 CALENDAR_KEY, DELAY_KEY = "package.dnf.upgrade_timer.on_calendar", "package.dnf.upgrade_timer.randomized_delay"
 URL_KEY, KEY_URL_KEY = "package.dnf.repo.url", "package.dnf.repo.gpg_key"
-THROTTLE_KEY = "package.dnf.repo.throttle"
+
+STOCK_SCHEDULE = Schedule("*-*-* 06:00:00", "1h")
+# What stays in /etc after a purge: the settings of dnf-automatic, which stays installed.
+RESIDUE_IN_ETC = ["/etc/dnf/automatic.conf"]
 
 
 class DnfSite(Site):
@@ -89,6 +92,15 @@ class DnfSite(Site):
         findings += [f"{PACKAGE} is held"] if self.is_held() else []
         findings += [] if self.is_active(TIMER) else [f"{TIMER} does not run"]
         return findings
+
+    def paths_changed_since(self, before):
+        """What is there, gone or different in /etc since an earlier snapshot."""
+        after = self.host.snapshot()
+        return sorted(path for path in before.keys() | after.keys() if before.get(path) != after.get(path))
+
+    def upgrade_unattended(self):
+        """Has dnf-automatic do now what its timer would have it do later."""
+        self.host.run("systemctl start dnf-automatic-install.service")
 
     def wait_for_version(self, version, timeout=60):
         wait_until(self.installed_version, "the host to upgrade zant-velmora", expect=version, timeout=timeout)
