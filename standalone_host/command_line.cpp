@@ -8,6 +8,7 @@
 #include <CLI/Formatter.hpp>
 #include <CLI/Validators.hpp>
 
+#include <map>
 #include <ostream>
 #include <string>
 #include <utility>
@@ -26,7 +27,7 @@ constexpr const char* FOOTER =
 
 // What CLI11 fills while it reads.
 struct Options {
-  std::string settings_file;
+  std::optional<std::string> settings_file;
   std::vector<std::string> assignments;
   std::string log_level;
   bool upgrades_only = false;
@@ -52,20 +53,27 @@ void add_options(CLI::App& app, Options& options) {
       ->expected(1)
       ->take_all()
       ->check(key_and_value());
-  app.add_option("--log-level", options.log_level, "Log what is at least that grave; short for --set minder.log.level=LEVEL")
+  app.add_option("--log-level", options.log_level,
+                 "Log what is at least that grave; short for --set minder.log.level=LEVEL")
       ->type_name("LEVEL")
       ->check(CLI::IsMember({"trace", "debug", "info", "notice", "warning", "error", "fatal"}));
 }
 
 std::map<const CLI::App*, Command> add_commands(CLI::App& app, Options& options) {
-  const auto add = [&app](const char* name, const char* description) { return app.add_subcommand(name, description); };
+  const auto add = [&app](const char* name, const char* description) {
+    return app.add_subcommand(name, description)->group("Commands");
+  };
   std::map<const CLI::App*, Command> commands;
-  commands[add("run", "Mind the package until told to stop (SIGTERM, SIGINT); what the service does")] = Command::RUN;
+  commands[add("run", "Mind the package until told to stop (SIGTERM, SIGINT); what the service does")] =
+      Command::RUN;
   commands[add("once", "Run one cycle and tell by the exit status how it went")] = Command::ONCE;
-  commands[add("hold", "Hold the package against upgrades; a running service releases it in its next cycle")] = Command::HOLD;
+  commands[add("hold",
+               "Hold the package against upgrades; a running service releases it in its next cycle")] =
+      Command::HOLD;
   commands[add("release", "Release the package's hold")] = Command::RELEASE;
   CLI::App* purge = add("purge", "Undo what was set up on the host");
-  purge->add_flag("--upgrades-only", options.upgrades_only, "Undo the automatic upgrades and leave the repository registered");
+  purge->add_flag("--upgrades-only", options.upgrades_only,
+                  "Undo the automatic upgrades and leave the repository registered");
   commands[purge] = Command::PURGE;
   app.require_subcommand(1);
   return commands;
@@ -78,8 +86,8 @@ std::pair<std::string, std::string> split_assignment(const std::string& text) {
 
 Settings_Sources settings_sources(const Options& options) {
   Settings_Sources sources;
-  sources.file = options.settings_file.empty() ? Build_Config::SETTINGS_FILE : options.settings_file;
-  sources.file_is_required = !options.settings_file.empty();
+  sources.file = options.settings_file.value_or(Build_Config::SETTINGS_FILE);
+  sources.file_is_required = options.settings_file.has_value();
   for (const auto& assignment : options.assignments) {
     sources.overrides.push_back(split_assignment(assignment));
   }
@@ -91,10 +99,12 @@ Settings_Sources settings_sources(const Options& options) {
 
 }  // namespace
 
-Parsed_Command_Line parse_command_line(int argc, const char* const* argv, std::ostream& out, std::ostream& err) {
+Parsed_Command_Line parse_command_line(int argc, const char* const* argv, std::ostream& out,
+                                       std::ostream& err) {
   Options options;
   CLI::App app(DESCRIPTION, "package-minder");
   app.footer(FOOTER);
+  app.get_formatter()->label("SUBCOMMAND", "COMMAND");
   // `package-minder once --set ...` reads as well as `package-minder --set ... once`.
   app.fallthrough();
   add_options(app, options);

@@ -23,6 +23,7 @@ struct Parsed_Command_Line {
 };
 
 /// Reads the command line. Help and version are written to `out`, and what is wrong with it to `err`.
-Parsed_Command_Line parse_command_line(int argc, const char* const* argv, std::ostream& out, std::ostream& err);
+Parsed_Command_Line parse_command_line(int argc, const char* const* argv, std::ostream& out,
+                                       std::ostream& err);
 
 }  // namespace zant::velmora::standalone_host

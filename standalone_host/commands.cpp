@@ -1,7 +1,7 @@
 #include <standalone_host/commands.hpp>
 
 #include <standalone_host/exit_status.hpp>
-#include <standalone_host/package_factory.hpp>
+#include <standalone_host/recorded_package.hpp>
 #include <standalone_host/refusal.hpp>
 #include <standalone_host/service_notification.hpp>
 #include <standalone_host/staging_tree.hpp>
@@ -17,146 +17,184 @@
 #include <fmt/format.h>
 
 #include <memory>
+#include <vector>
 
 namespace zant::velmora::standalone_host {
 namespace {
 
+using boost::filesystem::path;
 using Package_Constants::PACKAGE_NAME;
 using zant::logging::severity_level;
 
-zant::logging::Source make_log_source() {
-  zant::logging::Source source;
-  source.init_("package-minder", "");
-  return source;
+void refuse_if_any(const Findings& findings) {
+  if (!findings.empty()) {
+    throw Refusal(Exit_Status::BAD_SETTINGS, findings);
+  }
 }
 
-// The library's objects over a staging directory, in the order in which they depend on each other.
+// The library's objects over a working copy of the staging tree.
 class Minding {
  public:
-  Minding(const Host_Services& services, const Settings& settings,
-          const boost::filesystem::path& staging_directory)
+  Minding(const Host_Services& services, const Settings& settings, const path& staging_directory)
       : factory_(make_package_factory(services, settings, staging_directory)),
         config_(factory_->create_package_config(settings.automatic_upgrades())) {
     if (!config_) {
-      throw Refusal(Exit_Status::UNSUPPORTED_HOST,
-                    "no supported package manager: /etc/os-release names neither a Debian or Ubuntu nor a RHEL "
-                    "family host");
-    }
-    if (config_->type() == Package_Config_Type::APT) {
-      refuse_if_any(find_keyring_faults(staging_directory));
+      throw Refusal(
+          Exit_Status::UNSUPPORTED_HOST,
+          "no supported package manager: /etc/os-release names neither Debian or Ubuntu nor the RHEL "
+          "family");
     }
   }
 
   Package_Config& config() const { return *config_; }
   std::shared_ptr<Package> create_package() const { return factory_->create_package(config_); }
 
-  static void refuse_if_any(const Findings& findings) {
-    if (!findings.empty()) {
-      throw Refusal(Exit_Status::BAD_SETTINGS, findings);
-    }
-  }
-
  private:
   std::unique_ptr<Package_Factory> factory_;
   std::shared_ptr<Package_Config> config_;
 };
 
-// Who refuses to work leaves nothing behind.
-Minding make_minding(const Host_Services& services, const Settings& settings, Work_Area& work_area) {
-  try {
-    return Minding(services, settings, work_area.staging_directory());
-  } catch (const Refusal&) {
+// What every command does: a member each, on the same settings and services.
+class Commands {
+ public:
+  Commands(const Settings& settings, const Host_Services& services)
+      : settings_(settings), services_(services) {
+    log_.init_("package-minder", "");
+  }
+
+  int run() {
+    // Before the worker starts, or a signal could end it in the middle of its work.
+    Stop_Signals stop_signals;
+    Work_Area work_area(settings_, services_.filesystem);
+    const Minding minding = start_minding_(work_area, Purpose::SET_UP);
+    const auto minder = std::make_shared<Package_Minder>(minding.create_package());
+
+    const auto interval = static_cast<unsigned int>(settings_.interval().count());
+    const std::string status = fmt::format("Minding {}, with {} s between cycles", PACKAGE_NAME, interval);
+    say_(severity_level::info, status);
+    {
+      const Package_Minder_Thread thread(minder, interval);
+      Service_Notification::ready(status);
+      const std::string reason = stop_signals.wait();
+      Service_Notification::stopping("Stopping, after the cycle under way if there is one");
+      say_(severity_level::info, "Stopping on " + reason + ", after the cycle under way if there is one");
+    }
+    say_(severity_level::info, "Stopped");
+    return Exit_Status::DONE;
+  }
+
+  int once() {
+    Work_Area work_area(settings_, services_.filesystem);
+    const Minding minding = start_minding_(work_area, Purpose::SET_UP);
+    const auto package = std::make_shared<Recorded_Package>(minding.create_package());
+    Package_Minder minder(package);
+    minder.update_package_lock_if_necessary();
+    minder.initialize_unattended_upgrades_if_necessary();
+    if (package->release_failed()) {
+      say_(severity_level::error, fmt::format("The cycle is done, but {} is still held", PACKAGE_NAME));
+      return Exit_Status::FAILED;
+    }
+    say_(severity_level::info, "The cycle is done");
+    return Exit_Status::DONE;
+  }
+
+  int hold() {
+    return in_private([](Package& package) { return package.lock(); });
+  }
+
+  int release() {
+    return in_private([](Package& package) { return package.unlock(); });
+  }
+
+  int purge() {
+    Work_Area work_area(settings_, services_.filesystem);
+    start_minding_(work_area, Purpose::UNDO).config().purge_all_configurations();
+    const Installed_Paths installed = installed_paths();
+    const bool repository_is_gone = verify_gone_(installed.repository);
+    const bool upgrades_are_gone = verify_gone_(installed.upgrades);
+    if (!repository_is_gone || !upgrades_are_gone) {
+      return Exit_Status::FAILED;
+    }
     work_area.remove();
-    throw;
+    say_(severity_level::info, "What was set up on this host is undone");
+    return Exit_Status::DONE;
   }
-}
 
-int run(const Settings& settings) {
-  auto log = make_log_source();
-  // Before the worker starts, or a signal could end it in the middle of its work.
-  Stop_Signals stop_signals;
-  const Host_Services services = make_host_services(settings);
-  Work_Area work_area(settings, services.filesystem);
-  remove_interrupted_writes();
-  const Minding minding = make_minding(services, settings, work_area);
-  const auto minder = std::make_shared<Package_Minder>(minding.create_package());
-
-  const auto interval = static_cast<unsigned int>(settings.interval().count());
-  const std::string status = fmt::format("Minding {}, every {} s", PACKAGE_NAME, interval);
-  ZANT_LOG(log, severity_level::info) << status;
-  {
-    const Package_Minder_Thread thread(minder, interval);
-    Service_Notification::ready(status);
-    const char* const reason = stop_signals.wait();
-    Service_Notification::stopping("Stopping after the cycle under way");
-    ZANT_LOG(log, severity_level::info) << "Stopping on " << reason << ", after the cycle under way if there is one";
+  int purge_upgrades() {
+    Work_Area work_area(settings_, services_.filesystem);
+    start_minding_(work_area, Purpose::UNDO).config().purge_unattended_upgrade_configuration();
+    if (!verify_gone_(installed_paths().upgrades)) {
+      return Exit_Status::FAILED;
+    }
+    say_(severity_level::info, "The automatic upgrades are undone, the repository stays registered");
+    return Exit_Status::DONE;
   }
-  ZANT_LOG(log, severity_level::info) << "Stopped";
-  return Exit_Status::DONE;
-}
 
-int once(const Settings& settings) {
-  const Host_Services services = make_host_services(settings);
-  Work_Area work_area(settings, services.filesystem);
-  remove_interrupted_writes();
-  const Minding minding = make_minding(services, settings, work_area);
-  Package_Minder minder(minding.create_package());
-  minder.update_package_lock_if_necessary();
-  minder.initialize_unattended_upgrades_if_necessary();
-  auto log = make_log_source();
-  ZANT_LOG(log, severity_level::info) << "The cycle is complete";
-  return Exit_Status::DONE;
-}
+ private:
+  enum class Purpose { SET_UP, UNDO };
 
-// Holding and releasing work beside a running service: they need nothing of the state directory.
-template <typename Change>
-int change_hold(const Settings& settings, Change change) {
-  const Host_Services services = make_host_services(settings);
-  const Temporary_Directory directory;
-  copy_staging_tree(settings.staging_directory(), directory.path() / "staging", *services.filesystem);
-  const Minding minding(services, settings, directory.path() / "staging");
-  return change(*minding.create_package()) ? Exit_Status::DONE : Exit_Status::FAILED;
-}
-
-int hold(const Settings& settings) {
-  return change_hold(settings, [](Package& package) { return package.lock(); });
-}
-
-int release(const Settings& settings) {
-  return change_hold(settings, [](Package& package) { return package.unlock(); });
-}
-
-int purge(const Settings& settings, bool upgrades_only) {
-  const Host_Services services = make_host_services(settings);
-  Work_Area work_area(settings, services.filesystem);
-  remove_interrupted_writes();
-  const Minding minding = make_minding(services, settings, work_area);
-  if (upgrades_only) {
-    minding.config().purge_unattended_upgrade_configuration();
-  } else {
-    minding.config().purge_all_configurations();
-    work_area.remove();
+  Minding start_minding_(Work_Area& work_area, Purpose purpose) const {
+    try {
+      Minding minding(services_, settings_, work_area.staging_directory());
+      if (purpose == Purpose::SET_UP && minding.config().type() == Package_Config_Type::APT) {
+        refuse_if_any(find_keyring_faults(settings_.staging_directory()));
+      }
+      remove_interrupted_writes(*services_.filesystem);
+      return minding;
+    } catch (const Refusal&) {
+      // Who refuses to work leaves nothing behind.
+      work_area.remove();
+      throw;
+    }
   }
-  return Exit_Status::DONE;
-}
+
+  // Beside a running service, which has the state directory for itself.
+  template <typename Change>
+  int in_private(Change change) const {
+    const Temporary_Directory directory;
+    const path staging_directory = directory.path() / "staging";
+    copy_staging_tree(settings_.staging_directory(), staging_directory);
+    const Minding minding(services_, settings_, staging_directory);
+    return change(*minding.create_package()) ? Exit_Status::DONE : Exit_Status::FAILED;
+  }
+
+  // The library carries on past what it cannot remove.
+  bool verify_gone_(const std::vector<path>& paths) {
+    bool all_gone = true;
+    for (const auto& candidate : paths) {
+      if (services_.filesystem->exists(candidate)) {
+        say_(severity_level::error, fmt::format("{} could not be taken away", candidate.string()));
+        all_gone = false;
+      }
+    }
+    return all_gone;
+  }
+
+  void say_(severity_level level, const std::string& message) { ZANT_LOG(log_, level) << message; }
+
+  zant::logging::Source log_;
+  const Settings& settings_;
+  const Host_Services& services_;
+};
 
 }  // namespace
 
-int carry_out(const Command_Line& command_line, const Settings& settings) {
-  Minding::refuse_if_any(find_staging_tree_faults(settings.staging_directory()));
+int carry_out(const Command_Line& command_line, const Settings& settings, const Host_Services& services) {
+  refuse_if_any(find_staging_tree_faults(settings.staging_directory()));
+  Commands commands(settings, services);
   switch (command_line.command) {
     case Command::RUN:
-      return run(settings);
+      return commands.run();
     case Command::ONCE:
-      return once(settings);
+      return commands.once();
     case Command::HOLD:
-      return hold(settings);
+      return commands.hold();
     case Command::RELEASE:
-      return release(settings);
+      return commands.release();
     case Command::PURGE:
-      return purge(settings, command_line.upgrades_only);
+      return command_line.upgrades_only ? commands.purge_upgrades() : commands.purge();
   }
-  return Exit_Status::FAILED;
+  return Exit_Status::WRONG_USAGE;
 }
 
 }  // namespace zant::velmora::standalone_host

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <standalone_host/command_line.hpp>
+#include <standalone_host/package_factory.hpp>
 #include <standalone_host/settings.hpp>
 
 namespace zant::velmora::standalone_host {
@@ -8,6 +9,6 @@ namespace zant::velmora::standalone_host {
 /// Carries a command out and returns the status to exit with. What a command tells, it tells through the log.
 ///
 /// @throws Refusal before anything on the host has been changed; other exceptions when the work failed.
-int carry_out(const Command_Line& command_line, const Settings& settings);
+int carry_out(const Command_Line& command_line, const Settings& settings, const Host_Services& services);
 
 }  // namespace zant::velmora::standalone_host

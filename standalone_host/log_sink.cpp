@@ -61,6 +61,8 @@ Log_Sink::Log_Sink(int descriptor, Log_Format format, severity_level least_sever
   boost::log::core::get()->add_sink(sink_);
 }
 
-Log_Sink::~Log_Sink() { boost::log::core::get()->remove_sink(sink_); }
+Log_Sink::~Log_Sink() {
+  boost::log::core::get()->remove_sink(sink_);
+}
 
 }  // namespace zant::velmora::standalone_host

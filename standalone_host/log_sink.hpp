@@ -9,7 +9,8 @@
 
 namespace zant::velmora::standalone_host {
 
-/// Writes the log to a descriptor for as long as it lives, one whole line at a time. A program has one at most.
+/// Writes the log to a descriptor for as long as it lives, one whole line at a time. A program has one at
+/// most.
 class Log_Sink {
  public:
   /// @param descriptor stays the caller's; what cannot be written to it is lost.

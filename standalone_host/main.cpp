@@ -2,6 +2,7 @@
 #include <standalone_host/commands.hpp>
 #include <standalone_host/exit_status.hpp>
 #include <standalone_host/log_sink.hpp>
+#include <standalone_host/package_factory.hpp>
 #include <standalone_host/privileges.hpp>
 #include <standalone_host/process_setup.hpp>
 #include <standalone_host/refusal.hpp>
@@ -55,7 +56,7 @@ int run_program(const Command_Line& command_line) {
     }
     const Settings settings(command_line.settings);
     sink.emplace(STANDARD_ERROR, settings.log_format(), settings.log_level());
-    return carry_out(command_line, settings);
+    return carry_out(command_line, settings, make_host_services(settings));
   });
 }
 
@@ -63,7 +64,8 @@ int run_program(const Command_Line& command_line) {
 }  // namespace zant::velmora::standalone_host
 
 int main(int argc, char** argv) {
-  using namespace zant::velmora::standalone_host;  // NOLINT(google-build-using-namespace): main has no namespace
+  using namespace zant::velmora::standalone_host;  // NOLINT(google-build-using-namespace): main has no
+                                                   // namespace
   set_up_process();
   const auto parsed = parse_command_line(argc, argv, std::cout, std::cerr);
   return parsed.command_line ? run_program(*parsed.command_line) : parsed.exit_status;

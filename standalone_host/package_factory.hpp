@@ -10,6 +10,7 @@
 #include <boost/filesystem/path.hpp>
 
 #include <memory>
+#include <vector>
 
 namespace zant::velmora::standalone_host {
 
@@ -24,8 +25,8 @@ class Package_Factory {
  public:
   virtual ~Package_Factory() = default;
 
-  /// Renders the host's files into the staging directory, and changes nothing else. Empty when the host has no
-  /// package manager that the library knows.
+  /// Renders the host's files into the staging directory, and changes nothing else. Empty when the host has
+  /// no package manager that the library knows.
   virtual std::shared_ptr<Package_Config> create_package_config(bool automatic_upgrades) const = 0;
 
   virtual std::shared_ptr<Package> create_package(std::shared_ptr<Package_Config> config) const = 0;
@@ -40,8 +41,16 @@ Host_Services make_host_services(const Settings& settings);
 std::unique_ptr<Package_Factory> make_package_factory(const Host_Services& services, const Settings& settings,
                                                       const boost::filesystem::path& staging_directory);
 
-/// Takes away what killed processes of this program left in the host's directories. Only while no other process
-/// of this program works.
-void remove_interrupted_writes();
+/// What the library leaves on a host until it is purged; all families' together.
+struct Installed_Paths {
+  std::vector<boost::filesystem::path> repository;  ///< what registers the repository
+  std::vector<boost::filesystem::path>
+      upgrades;  ///< what automatic upgrades need, beside the host's own files
+};
+Installed_Paths installed_paths();
+
+/// Takes away what killed processes of this program left in the host's directories. Only while no other
+/// process of this program works.
+void remove_interrupted_writes(Filesystem& filesystem);
 
 }  // namespace zant::velmora::standalone_host

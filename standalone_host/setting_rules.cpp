@@ -4,12 +4,12 @@
 
 #include <zant/logging/severity_level.hpp>
 
+#include <fmt/format.h>
 #include <boost/algorithm/string/classification.hpp>
 #include <boost/algorithm/string/join.hpp>
 #include <boost/algorithm/string/replace.hpp>
 #include <boost/algorithm/string/split.hpp>
 #include <boost/algorithm/string/trim.hpp>
-#include <fmt/format.h>
 
 #include <algorithm>
 #include <array>
@@ -25,7 +25,8 @@ namespace {
 using Check = std::function<std::string(const std::string&)>;
 
 bool has_control_character(const std::string& text) {
-  return std::any_of(text.begin(), text.end(), [](char c) { return static_cast<unsigned char>(c) < 0x20 || c == 0x7f; });
+  return std::any_of(text.begin(), text.end(),
+                     [](char c) { return static_cast<unsigned char>(c) < 0x20 || c == 0x7f; });
 }
 
 Check matching(const char* pattern, const std::string& remedy) {
@@ -46,7 +47,8 @@ Check whole_number(int smallest, int largest, const char* unit) {
     int number = 0;
     const char* const end = value.data() + value.size();
     const auto [stopped_at, error] = std::from_chars(value.data(), end, number);
-    const bool is_right = error == std::errc() && stopped_at == end && number >= smallest && number <= largest;
+    const bool is_right =
+        error == std::errc() && stopped_at == end && number >= smallest && number <= largest;
     return is_right ? "" : fmt::format("must be a whole number of {} from {} to {}", unit, smallest, largest);
   };
 }
@@ -60,10 +62,12 @@ std::string check_text(const std::string& value) {
   return has_control_character(value) ? "must be one line of text without control characters" : "";
 }
 
-// What follows the scheme is a host, or for a local repository an absolute path. Neither blanks nor quotes nor
-// what begins a comment: these values end up in the middle of a line of a package manager's file.
-constexpr const char* APT_URL = R"((?:[a-z][a-z0-9+.-]*://[\w.~@:%\[\]-]+|(?:file|copy|cdrom|mirror\+file):/)[\w.~:/?\[\]@!$&()*+,;=%-]*)";
-constexpr const char* DNF_URL = R"((?:(?:https?|ftp)://[\w.~@:%$\[\]-]+|file:///)[\w.~:/?\[\]@!$&()*+,;=%-]*)";
+// What follows the scheme is a host, or for a local repository an absolute path. Neither blanks nor quotes
+// nor what begins a comment: these values end up in the middle of a line of a package manager's file.
+constexpr const char* APT_URL =
+    R"((?:[a-z][a-z0-9+.-]*://[\w.~@:%\[\]-]+|(?:file|copy|cdrom|mirror\+file):/)[\w.~:/?\[\]@!$&()*+,;=%-]*)";
+constexpr const char* DNF_URL =
+    R"((?:(?:https?|ftp)://[\w.~@:%$\[\]-]+|file:///)[\w.~:/?\[\]@!$&()*+,;=%-]*)";
 // It is a word of a shell command as well.
 constexpr const char* KEY_URL = R"((?:(?:https?|ftp)://[\w.@:-]+|file:///)[\w.~:/@+,=%-]*)";
 // A suite or a directory of a repository.
@@ -74,11 +78,14 @@ constexpr const char* CALENDAR = R"([\w *:/,.~+-]*)";
 constexpr const char* TIME_SPAN = R"([\w .]*)";
 
 const std::vector<Setting_Rule>& rules() {
-  static const std::string url = "must be an address such as https://repo.example/path, without blanks or quotes";
+  static const std::string url =
+      "must be an address such as https://repo.example/path, without blanks or quotes";
   static const std::string key_url =
-      "must be an http, https, ftp or file address without blanks, quotes or anything that a shell would interpret";
+      "must be an http, https, ftp or file address without blanks, quotes or anything that a shell would "
+      "interpret";
   static const std::string channel = "must be a name of letters, digits and . _ - + ~ /";
-  static const std::string calendar = "must be a systemd calendar expression on one line, such as Mon..Fri 03:00";
+  static const std::string calendar =
+      "must be a systemd calendar expression on one line, such as Mon..Fri 03:00";
   static const std::string delay = "must be a systemd time span on one line, such as 30min";
   static const std::string throttle = "must be a speed such as 500k, or a percentage";
   static const Check kilobytes = whole_number(0, std::numeric_limits<int>::max(), "kB/s");
@@ -111,7 +118,9 @@ const std::vector<Setting_Rule>& rules() {
   return all;
 }
 
-std::string group_of(const std::string& key) { return key.substr(0, key.find('.', key.find('.') + 1)); }
+std::string group_of(const std::string& key) {
+  return key.substr(0, key.find('.', key.find('.') + 1));
+}
 
 std::vector<std::string> split(const std::string& text, const char* separators) {
   std::vector<std::string> parts;
@@ -120,8 +129,8 @@ std::vector<std::string> split(const std::string& text, const char* separators) 
 }
 
 bool is_matcher(const std::string& text) {
-  static const std::array<std::string_view, 12> known = {"o", "origin", "l", "label", "a",    "suite",
-                                                         "archive", "c", "component", "site", "n", "codename"};
+  static const std::array<std::string_view, 12> known = {
+      "o", "origin", "l", "label", "a", "suite", "archive", "c", "component", "site", "n", "codename"};
   const std::size_t separator = text.find('=');
   if (separator == std::string::npos || text.find('=', separator + 1) != std::string::npos) {
     return false;
@@ -140,7 +149,8 @@ std::string find_origin_fault(const std::string& entry) {
   for (const auto& matcher : split(without_commas_in_values, ",")) {
     if (!is_matcher(matcher)) {
       return fmt::format(
-          "in the entry \"{}\", \"{}\" must be NAME=VALUE with one of the names o, origin, l, label, a, suite, "
+          "in the entry \"{}\", \"{}\" must be NAME=VALUE with one of the names o, origin, l, label, a, "
+          "suite, "
           "archive, c, component, site, n, codename",
           printable(entry), printable(matcher));
     }
@@ -152,7 +162,8 @@ std::string find_origin_fault(const std::string& entry) {
 
 const Setting_Rule* find_setting_rule(const std::string& key) {
   const auto& all = rules();
-  const auto rule = std::find_if(all.begin(), all.end(), [&key](const auto& candidate) { return candidate.key == key; });
+  const auto rule =
+      std::find_if(all.begin(), all.end(), [&key](const auto& candidate) { return candidate.key == key; });
   return rule == all.end() ? nullptr : &*rule;
 }
 

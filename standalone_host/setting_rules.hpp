@@ -19,8 +19,8 @@ const Setting_Rule* find_setting_rule(const std::string& key);
 /// The keys, for a message about one that nobody knows: those of its group if it has one, else all.
 std::string known_setting_keys(const std::string& unknown_key);
 
-/// What is wrong with a text of package origins, entries separated by ";", in the eyes of unattended-upgrades,
-/// which one bad entry keeps from upgrading anything; empty when nothing is.
+/// What is wrong with a text of package origins, entries separated by ";", in the eyes of
+/// unattended-upgrades, which one bad entry keeps from upgrading anything; empty when nothing is.
 std::string find_origins_fault(const std::string& origins);
 
 }  // namespace zant::velmora::standalone_host

@@ -10,9 +10,9 @@
 #include <Poco/Exception.h>
 #include <Poco/Util/MapConfiguration.h>
 #include <Poco/Util/PropertyFileConfiguration.h>
+#include <fmt/format.h>
 #include <boost/algorithm/string/predicate.hpp>
 #include <boost/filesystem/operations.hpp>
-#include <fmt/format.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -115,7 +115,8 @@ bool is_reserved(const std::string& key) {
          boost::algorithm::starts_with(key, "minder.");
 }
 
-std::optional<Finding> judge(const Layer& layer, const std::string& key, const LayeredConfiguration& configuration) {
+std::optional<Finding> judge(const Layer& layer, const std::string& key,
+                             const LayeredConfiguration& configuration) {
   const Setting_Rule* rule = find_setting_rule(key);
   if (rule == nullptr) {
     return Finding{layer.name, "unknown key " + printable(key), "known keys are " + known_setting_keys(key)};
@@ -127,8 +128,7 @@ std::optional<Finding> judge(const Layer& layer, const std::string& key, const L
     return Finding{layer.name, key + " refers to itself",
                    "a reference ${...} names another key, and never in a circle"};
   }
-  const std::string remedy =
-      value.size() > LONGEST_VALUE ? "must not be that long" : rule->find_fault(value);
+  const std::string remedy = value.size() > LONGEST_VALUE ? "must not be that long" : rule->find_fault(value);
   if (remedy.empty()) {
     return std::nullopt;
   }
@@ -171,9 +171,13 @@ Settings::Settings(const Settings_Sources& sources) : configuration_(new Layered
   }
 }
 
-std::chrono::seconds Settings::interval() const { return seconds_("minder.interval"); }
+std::chrono::seconds Settings::interval() const {
+  return seconds_("minder.interval");
+}
 
-bool Settings::automatic_upgrades() const { return configuration_->getBool("minder.automatic_upgrades"); }
+bool Settings::automatic_upgrades() const {
+  return configuration_->getBool("minder.automatic_upgrades");
+}
 
 boost::filesystem::path Settings::staging_directory() const {
   return configuration_->getString("minder.staging_directory");
@@ -183,9 +187,13 @@ boost::filesystem::path Settings::state_directory() const {
   return configuration_->getString("minder.state_directory");
 }
 
-std::chrono::seconds Settings::command_time_limit() const { return seconds_("minder.command_time_limit"); }
+std::chrono::seconds Settings::command_time_limit() const {
+  return seconds_("minder.command_time_limit");
+}
 
-std::chrono::seconds Settings::command_kill_delay() const { return seconds_("minder.command_kill_delay"); }
+std::chrono::seconds Settings::command_kill_delay() const {
+  return seconds_("minder.command_kill_delay");
+}
 
 zant::logging::severity_level Settings::log_level() const {
   return zant::logging::severity_level_from_string(configuration_->getString("minder.log.level")).value();

@@ -28,8 +28,8 @@ enum class Log_Format {
   JOURNAL,   ///< for the service manager's journal, with priorities
 };
 
-/// The program's settings, in layers: defaults, the settings file, what the command line sets. All of them are
-/// valid, those of the library included. Immutable; the configuration must outlive the library's objects.
+/// The program's settings, in layers: defaults, the settings file, what the command line sets. All of them
+/// are valid, those of the library included. Immutable; the configuration must outlive the library's objects.
 class Settings {
  public:
   /// Reads and judges all of it.

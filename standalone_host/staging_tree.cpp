@@ -6,9 +6,9 @@
 #include <zant/velmora/dnf/dnf_constants.hpp>
 #include <zant/velmora/upgrade_timer/upgrade_timer_constants.hpp>
 
+#include <fmt/format.h>
 #include <boost/filesystem/directory.hpp>
 #include <boost/filesystem/operations.hpp>
-#include <fmt/format.h>
 
 #include <fstream>
 #include <functional>
@@ -55,7 +55,9 @@ const std::vector<Template>& templates() {
   return all;
 }
 
-path keyring_in(const path& tree) { return tree / "keyrings" / APT_Constants::APT_REPO_KEYRING_FILE; }
+path keyring_in(const path& tree) {
+  return tree / "keyrings" / APT_Constants::APT_REPO_KEYRING_FILE;
+}
 
 bool is_file(const path& file) {
   boost::system::error_code ignored;
@@ -66,6 +68,9 @@ std::string read(const path& file) {
   const std::ifstream stream(file.string(), std::ios::binary);
   std::ostringstream contents;
   contents << stream.rdbuf();
+  if (!stream.is_open() || stream.bad()) {
+    throw std::runtime_error(fmt::format("cannot read {}", file.string()));
+  }
   return contents.str();
 }
 
@@ -80,8 +85,9 @@ Findings find_template_faults(const path& tree) {
     try {
       candidate.render(read(file));
     } catch (const fmt::format_error& error) {
-      findings.push_back({file.string(), fmt::format("this template cannot be filled: {}", error.what()),
-                          "write braces that are text twice, and no more placeholders than the file has values"});
+      findings.push_back(
+          {file.string(), fmt::format("this template cannot be filled: {}", error.what()),
+           "write braces that are text twice, and no more placeholders than the file has values"});
     }
   }
   return findings;
@@ -92,27 +98,44 @@ Findings find_static_file_faults(const path& tree) {
   return is_file(file) ? Findings{} : Findings{{file.string(), "this file is missing", REINSTALL}};
 }
 
-Findings find_foreign_writers(const path& tree) {
-  Findings findings;
-  const auto examine = [&findings](const path& entry) {
-    const std::string fault = Privileges::who_else_may_write(entry);
-    if (!fault.empty()) {
-      findings.push_back({entry.string(), fault,
-                          "everything there ends up in the host's configuration: it must belong to root, and "
-                          "nobody else may write to it"});
-    }
-  };
-  examine(tree);
-  boost::system::error_code error;
-  for (boost::filesystem::recursive_directory_iterator entry(tree, error), end; !error && entry != end;
-       entry.increment(error)) {
-    examine(entry->path());
-  }
-  return findings;
+// What is copied and examined goes by the tree itself: no links that lead out of it to further directories.
+bool is_plain(const path& entry) {
+  boost::system::error_code ignored;
+  return boost::filesystem::symlink_status(entry, ignored).type() == boost::filesystem::directory_file ||
+         is_file(entry);
 }
 
-[[noreturn]] void throw_not_copied(const path& source) {
-  throw std::runtime_error(fmt::format("cannot copy {} to the working copy of the staging tree", source.string()));
+Findings find_foreign_writer(const path& entry) {
+  const std::string fault = Privileges::who_else_may_write(entry);
+  if (!fault.empty()) {
+    return {{entry.string(), fault,
+             "what is there ends up in the host's configuration: it must belong to root, and nobody else may "
+             "write to it"}};
+  }
+  return {};
+}
+
+// Boost's own copy_file gives up between file systems on kernels that do not copy across them.
+void copy_text(const path& source, const path& target) {
+  std::ofstream output(target.string(), std::ios::binary);
+  output << read(source) << std::flush;
+  if (!output) {
+    throw std::runtime_error(fmt::format("cannot copy {} to {}", source.string(), target.string()));
+  }
+}
+
+// The first one tells: where one entry is wrong, mostly all are.
+Findings find_first_entry_fault(const path& tree) {
+  Findings findings = find_foreign_writer(tree);
+  boost::system::error_code error;
+  for (boost::filesystem::recursive_directory_iterator entry(tree, error), end;
+       findings.empty() && !error && entry != end; entry.increment(error)) {
+    findings = is_plain(entry->path())
+                   ? find_foreign_writer(entry->path())
+                   : Findings{{entry->path().string(), "is neither a file nor a directory",
+                               "take it out of the staging tree"}};
+  }
+  return findings;
 }
 
 }  // namespace
@@ -125,7 +148,7 @@ Findings find_staging_tree_faults(const path& tree) {
   }
   Findings findings = find_template_faults(tree);
   append(findings, find_static_file_faults(tree));
-  append(findings, find_foreign_writers(tree));
+  append(findings, find_first_entry_fault(tree));
   return findings;
 }
 
@@ -138,16 +161,14 @@ Findings find_keyring_faults(const path& tree) {
            "put the repository's public keys there, binary, as \"gpg --export\" writes them"}};
 }
 
-void copy_staging_tree(const path& tree, const path& destination, Filesystem& filesystem) {
-  if (!filesystem.create_directories(destination)) {
-    throw_not_copied(tree);
-  }
+void copy_staging_tree(const path& tree, const path& destination) {
+  boost::filesystem::create_directory(destination);
   for (const auto& entry : boost::filesystem::directory_iterator(tree)) {
     const path target = destination / entry.path().filename();
     if (boost::filesystem::is_directory(entry.path())) {
-      copy_staging_tree(entry.path(), target, filesystem);
-    } else if (!filesystem.copy_file(entry.path(), target, Copy_Option::OVERWRITE_EXISTING)) {
-      throw_not_copied(entry.path());
+      copy_staging_tree(entry.path(), target);
+    } else {
+      copy_text(entry.path(), target);
     }
   }
 }

@@ -37,7 +37,9 @@ path prepare_directory(const path& directory, Filesystem& filesystem) {
   return directory;
 }
 
-path lock_file_in(const path& directory) { return directory / LOCK_FILE; }
+path lock_file_in(const path& directory) {
+  return directory / LOCK_FILE;
+}
 
 }  // namespace
 
@@ -50,7 +52,9 @@ Work_Area::Work_Area(const Settings& settings, std::shared_ptr<Filesystem> files
   refuse(settings.state_directory(), error.what());
 }
 
-path Work_Area::staging_directory() const { return directory_ / STAGING_DIRECTORY; }
+path Work_Area::staging_directory() const {
+  return directory_ / STAGING_DIRECTORY;
+}
 
 void Work_Area::remove() {
   filesystem_->remove_all(staging_directory());
@@ -62,7 +66,7 @@ void Work_Area::remove() {
 void Work_Area::copy_staging_tree_(const path& tree) {
   const path unfinished = directory_ / UNFINISHED_STAGING_DIRECTORY;
   filesystem_->remove_all(unfinished);
-  copy_staging_tree(tree, unfinished, *filesystem_);
+  copy_staging_tree(tree, unfinished);
   // What an earlier run rendered must not be taken for this one's.
   filesystem_->remove_all(staging_directory());
   boost::filesystem::rename(unfinished, staging_directory());

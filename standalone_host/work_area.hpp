@@ -11,8 +11,8 @@
 
 namespace zant::velmora::standalone_host {
 
-/// The state directory, while this process and no other works there, with a fresh copy of the staging tree for
-/// the library to render into.
+/// The state directory, while this process and no other works there, with a fresh copy of the staging tree
+/// for the library to render into.
 class Work_Area {
  public:
   /// @throws Refusal when the state directory cannot be used or another process works there; then nothing in
@@ -22,7 +22,8 @@ class Work_Area {
   /// The copy of the staging tree.
   boost::filesystem::path staging_directory() const;
 
-  /// Takes away all that the program keeps in the state directory, and the directory if nothing else is in it.
+  /// Takes away all that the program keeps in the state directory, and the directory if nothing else is in
+  /// it.
   void remove();
 
  private:

@@ -41,7 +41,8 @@ class Spawn_Actions {
     check_spawn_step(::posix_spawn_file_actions_addopen(&actions_, STDIN_FILENO, "/dev/null", O_RDONLY, 0));
     check_spawn_step(::posix_spawn_file_actions_adddup2(&actions_, output, STDOUT_FILENO));
     check_spawn_step(::posix_spawn_file_actions_adddup2(&actions_, error_output, STDERR_FILENO));
-    // Whatever else the calling process has open, sockets and locks among it, is none of the command's business.
+    // Whatever else the calling process has open, sockets and locks among it, is none of the command's
+    // business.
     check_spawn_step(::posix_spawn_file_actions_addclosefrom_np(&actions_, STDERR_FILENO + 1));
     check_spawn_step(::posix_spawn_file_actions_addchdir_np(&actions_, WORKING_DIRECTORY));
   }
@@ -81,13 +82,16 @@ class Spawn_Attributes {
 };
 
 // posix_spawn takes pointers to non-const text and does not write to it.
-char* argument(const std::string& text) { return const_cast<char*>(text.c_str()); }
+char* argument(const std::string& text) {
+  return const_cast<char*>(text.c_str());
+}
 
 pid_t spawn_shell(const std::string& command, const std::vector<std::string>& environment,
                   const Spawn_Actions& actions) {
   const std::string shell = SHELL;
   const std::string command_option = "-c";
-  const std::array<char*, 4> arguments = {argument(shell), argument(command_option), argument(command), nullptr};
+  const std::array<char*, 4> arguments = {argument(shell), argument(command_option), argument(command),
+                                          nullptr};
 
   std::vector<char*> variables;
   std::transform(environment.begin(), environment.end(), std::back_inserter(variables), argument);
@@ -122,9 +126,13 @@ Child_Process::Child_Process(const std::string& command, const std::vector<std::
   error_output_.close_writing_end();
 }
 
-bool Child_Process::run_until(Clock::time_point deadline) { return wait_(deadline, false); }
+bool Child_Process::run_until(Clock::time_point deadline) {
+  return wait_(deadline, false);
+}
 
-void Child_Process::run_to_end() { wait_(Clock::time_point::max(), false); }
+void Child_Process::run_to_end() {
+  wait_(Clock::time_point::max(), false);
+}
 
 void Child_Process::end_group(std::chrono::milliseconds grace) {
   signal_group_(SIGTERM);
@@ -186,6 +194,8 @@ void Child_Process::notice_end_() {
   has_ended_ = result == 0 ? info.si_pid == pid_ : errno == ECHILD;
 }
 
-void Child_Process::signal_group_(int signal_number) const { ::kill(-pid_, signal_number); }
+void Child_Process::signal_group_(int signal_number) const {
+  ::kill(-pid_, signal_number);
+}
 
 }  // namespace zant::velmora::standalone_host

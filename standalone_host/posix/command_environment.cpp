@@ -18,9 +18,9 @@ const std::map<std::string, std::string> FIXED_VARIABLES = {
 };
 
 // How the host reaches its repositories is the administrator's to say.
-constexpr std::array INHERITED_VARIABLES = {
-    "TZ",         "http_proxy",  "https_proxy", "ftp_proxy", "all_proxy", "no_proxy",
-    "HTTP_PROXY", "HTTPS_PROXY", "FTP_PROXY",   "ALL_PROXY", "NO_PROXY"};
+constexpr std::array INHERITED_VARIABLES = {"TZ",        "http_proxy", "https_proxy", "ftp_proxy",
+                                            "all_proxy", "no_proxy",   "HTTP_PROXY",  "HTTPS_PROXY",
+                                            "FTP_PROXY", "ALL_PROXY",  "NO_PROXY"};
 
 std::string home_directory() {
   std::vector<char> buffer(16384);

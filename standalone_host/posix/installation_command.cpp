@@ -13,21 +13,22 @@ namespace {
 using Words = std::vector<std::string>;
 
 // A word that starts with "-" and one more letter stands for every bundle of short options with that letter.
-const std::set<std::string, std::less<>> APT_VERBS = {"install",      "reinstall",    "upgrade", "full-upgrade",
-                                                      "dist-upgrade", "safe-upgrade", "remove",  "purge",
-                                                      "autoremove",   "autopurge",    "build-dep"};
+const std::set<std::string, std::less<>> APT_VERBS = {
+    "install", "reinstall", "upgrade",    "full-upgrade", "dist-upgrade", "safe-upgrade",
+    "remove",  "purge",     "autoremove", "autopurge",    "build-dep"};
 const std::set<std::string, std::less<>> DNF_VERBS = {
-    "install", "localinstall", "groupinstall", "reinstall", "upgrade", "upgrade-minimal", "update",
-    "update-minimal", "downgrade", "distro-sync", "swap", "remove", "erase", "autoremove", "group", "module"};
-const std::set<std::string, std::less<>> DPKG_VERBS = {"-i", "--install",   "--unpack", "--configure", "-r",
-                                                       "--remove", "-P", "--purge"};
-const std::set<std::string, std::less<>> RPM_VERBS = {"-i", "--install", "-U", "--upgrade", "-F",
-                                                      "--freshen", "-e", "--erase"};
+    "install", "localinstall",   "groupinstall", "reinstall",   "upgrade", "upgrade-minimal",
+    "update",  "update-minimal", "downgrade",    "distro-sync", "swap",    "remove",
+    "erase",   "autoremove",     "group",        "module"};
+const std::set<std::string, std::less<>> DPKG_VERBS = {"-i", "--install", "--unpack", "--configure",
+                                                       "-r", "--remove",  "-P",       "--purge"};
+const std::set<std::string, std::less<>> RPM_VERBS = {"-i", "--install", "-U", "--upgrade",
+                                                      "-F", "--freshen", "-e", "--erase"};
 
 const std::map<std::string, const std::set<std::string, std::less<>>&, std::less<>> TOOLS = {
-    {"apt", APT_VERBS},  {"apt-get", APT_VERBS}, {"aptitude", APT_VERBS}, {"dnf", DNF_VERBS},
-    {"dnf5", DNF_VERBS}, {"microdnf", DNF_VERBS}, {"yum", DNF_VERBS},     {"dpkg", DPKG_VERBS},
-    {"rpm", RPM_VERBS},
+    {"apt", APT_VERBS}, {"apt-get", APT_VERBS}, {"aptitude", APT_VERBS},
+    {"dnf", DNF_VERBS}, {"dnf5", DNF_VERBS},    {"microdnf", DNF_VERBS},
+    {"yum", DNF_VERBS}, {"dpkg", DPKG_VERBS},   {"rpm", RPM_VERBS},
 };
 
 const std::set<std::string, std::less<>> UNATTENDED_TOOLS = {"unattended-upgrade", "unattended-upgrades",
@@ -63,7 +64,9 @@ std::string_view program_name(const std::string& word) {
   return std::string_view(word).substr(word.rfind('/') + 1);
 }
 
-bool is_short_option(const std::string& word) { return word.size() > 1 && word[0] == '-' && word[1] != '-'; }
+bool is_short_option(const std::string& word) {
+  return word.size() > 1 && word[0] == '-' && word[1] != '-';
+}
 
 bool is_verb(const std::string& word, const std::set<std::string, std::less<>>& verbs) {
   if (verbs.contains(word)) {
@@ -87,7 +90,8 @@ bool changes_packages(const Words& words) {
 
 bool changes_packages(const std::string& command) {
   const auto commands = simple_commands(command);
-  return std::any_of(commands.begin(), commands.end(), [](const Words& words) { return changes_packages(words); });
+  return std::any_of(commands.begin(), commands.end(),
+                     [](const Words& words) { return changes_packages(words); });
 }
 
 }  // namespace zant::velmora::standalone_host

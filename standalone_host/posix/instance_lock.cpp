@@ -50,10 +50,11 @@ void lock_or_refuse(const File_Descriptor& descriptor, const boost::filesystem::
   if (errno != EWOULDBLOCK) {
     throw_system_error("cannot lock " + file.string());
   }
-  throw Refusal(Exit_Status::BUSY,
-                fmt::format("another package-minder is at work here (process {}); wait for its end, or stop it "
-                            "first, the service with \"systemctl stop package-minder\"",
-                            read_holder(descriptor)));
+  throw Refusal(
+      Exit_Status::BUSY,
+      fmt::format("another package-minder is at work here (process {}); wait for its end, or stop it "
+                  "first, the service with \"systemctl stop package-minder\"",
+                  read_holder(descriptor)));
 }
 
 void write_holder(const File_Descriptor& descriptor) {
@@ -76,8 +77,12 @@ Instance_Lock::Instance_Lock(const boost::filesystem::path& file) : file_(file),
   descriptor_ = descriptor.release();
 }
 
-Instance_Lock::~Instance_Lock() { ::close(descriptor_); }
+Instance_Lock::~Instance_Lock() {
+  ::close(descriptor_);
+}
 
-void Instance_Lock::remove_file() { ::unlink(file_.c_str()); }
+void Instance_Lock::remove_file() {
+  ::unlink(file_.c_str());
+}
 
 }  // namespace zant::velmora::standalone_host

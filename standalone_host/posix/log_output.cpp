@@ -10,7 +10,9 @@
 
 namespace zant::velmora::standalone_host::Log_Output {
 
-bool is_terminal(int descriptor) { return ::isatty(descriptor) == 1; }
+bool is_terminal(int descriptor) {
+  return ::isatty(descriptor) == 1;
+}
 
 bool is_journal(int descriptor) {
   // The service manager names the stream that it connected; a redirection since then makes it another one.

@@ -8,8 +8,8 @@
 #include <zant/velmora/dnf/dnf_constants.hpp>
 #include <zant/velmora/facilitators/linux_package_facilitator.hpp>
 
+#include <set>
 #include <utility>
-#include <vector>
 
 namespace zant::velmora::standalone_host {
 namespace {
@@ -48,20 +48,27 @@ std::unique_ptr<Package_Factory> make_package_factory(const Host_Services& servi
   return std::make_unique<Linux_Package_Factory>(services, settings, staging_directory);
 }
 
-void remove_interrupted_writes() {
+Installed_Paths installed_paths() {
   using boost::filesystem::path;
-  const std::vector<path> directories = {
-      path(APT_Constants::REPO_KEYRING_PATH).parent_path(),
-      path(APT_Constants::SOURCE_LIST_PATH).parent_path(),
-      APT_Constants::APT_GLOBAL_CONFIG_DIR,
-      APT_Constants::APT_CONFIG_BACKUP_DIR,
-      APT_Constants::TIMER_OVERRIDE_DIR,
-      path(DNF_Constants::REPO_FILE_PATH).parent_path(),
-      DNF_Constants::TIMER_OVERRIDE_DIR,
-  };
-  Posix_Filesystem filesystem;
+  const path apt_drop_ins = APT_Constants::TIMER_OVERRIDE_DIR;
+  const path dnf_drop_ins = DNF_Constants::TIMER_OVERRIDE_DIR;
+  return {{APT_Constants::REPO_KEYRING_PATH, APT_Constants::SOURCE_LIST_PATH, DNF_Constants::REPO_FILE_PATH},
+          {APT_Constants::APT_CONFIG_BACKUP_DIR, apt_drop_ins / APT_Constants::TIMER_ON_CALENDAR_FILE,
+           apt_drop_ins / APT_Constants::TIMER_RANDOMIZED_DELAY_FILE,
+           dnf_drop_ins / DNF_Constants::TIMER_ON_CALENDAR_FILE,
+           dnf_drop_ins / DNF_Constants::TIMER_RANDOMIZED_DELAY_FILE}};
+}
+
+void remove_interrupted_writes(Filesystem& filesystem) {
+  const Installed_Paths installed = installed_paths();
+  std::set<boost::filesystem::path> directories = {APT_Constants::APT_CONFIG_BACKUP_DIR};
+  for (const auto* paths : {&installed.repository, &installed.upgrades}) {
+    for (const auto& path : *paths) {
+      directories.insert(path.parent_path());
+    }
+  }
   for (const auto& directory : directories) {
-    filesystem.remove_leftovers(directory);
+    filesystem.remove(filesystem.list_files(directory, Posix_Filesystem::TEMPORARY_EXTENSION));
   }
 }
 

@@ -4,9 +4,9 @@
 #include <standalone_host/posix/replacement_file.hpp>
 #include <standalone_host/posix/system_error.hpp>
 
+#include <fmt/format.h>
 #include <boost/filesystem/directory.hpp>
 #include <boost/filesystem/operations.hpp>
-#include <fmt/format.h>
 
 #include <sys/stat.h>
 #include <unistd.h>
@@ -42,7 +42,11 @@ void strip_line_end(std::string& text) {
 
 }  // namespace
 
-Posix_Filesystem::Posix_Filesystem() { log_.init_("Posix_Filesystem", ""); }
+const char* const Posix_Filesystem::TEMPORARY_EXTENSION = Replacement_File::EXTENSION;
+
+Posix_Filesystem::Posix_Filesystem() {
+  log_.init_("Posix_Filesystem", "");
+}
 
 bool Posix_Filesystem::remove(const Path& path) {
   if (std::remove(path.c_str()) == 0) {
@@ -91,7 +95,8 @@ bool Posix_Filesystem::is_empty(const Path& path) {
   return entries == boost::filesystem::directory_iterator();
 }
 
-std::vector<Filesystem::Path> Posix_Filesystem::list_files(const Path& directory, const std::string& extension) {
+std::vector<Filesystem::Path> Posix_Filesystem::list_files(const Path& directory,
+                                                           const std::string& extension) {
   std::vector<Path> found;
   boost::system::error_code error;
   for (boost::filesystem::directory_iterator entry(directory, error), end; !error && entry != end;
@@ -195,18 +200,6 @@ bool Posix_Filesystem::files_equal(const Path& first, const Path& second) {
     }
     return false;
   }
-}
-
-void Posix_Filesystem::remove_leftovers(const Path& directory) {
-  boost::system::error_code error;
-  std::vector<Path> leftovers;
-  for (boost::filesystem::directory_iterator entry(directory, error), end; !error && entry != end;
-       entry.increment(error)) {
-    if (Replacement_File::is_leftover_name(entry->path().filename().string())) {
-      leftovers.push_back(entry->path());
-    }
-  }
-  remove(leftovers);
 }
 
 bool Posix_Filesystem::make_directory_(const Path& path) {

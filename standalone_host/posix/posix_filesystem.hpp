@@ -12,16 +12,21 @@ namespace zant::velmora::standalone_host {
 ///
 /// What it writes or copies is whole or not there, across a crash of the process and of the machine: a hidden
 /// temporary file in the destination's directory is written, brought to the disk and renamed over the
-/// destination, and so is the directory's entry. Files get mode 0644 and directories 0755, whatever the source
-/// or the process's mask say, because the package managers' unprivileged helpers read them. A destination that
-/// is a symbolic link is replaced itself, not what it points to; sources are followed.
+/// destination, and so is the directory's entry. Files get mode 0644 and directories 0755, whatever the
+/// source or the process's mask say, because the package managers' unprivileged helpers read them. A
+/// destination that is a symbolic link is replaced itself, not what it points to; sources are followed.
 ///
-/// Ordinary failures are the results that `Filesystem` describes, never exceptions; their reason is logged as a
-/// warning under the channel "Posix_Filesystem". That a file is missing is an answer and is not logged.
+/// Ordinary failures are the results that `Filesystem` describes, never exceptions; their reason is logged as
+/// a warning under the channel "Posix_Filesystem". That a file is missing is an answer and is not logged.
 ///
 /// Safe to call from several threads at once; the last of several writers of one file wins.
 class Posix_Filesystem : public Filesystem {
  public:
+  /// The extension of the temporary files. A process that is killed while it writes leaves one; it is
+  /// harmless, because package managers ignore hidden files, and can be removed while nobody writes in its
+  /// directory.
+  static const char* const TEMPORARY_EXTENSION;
+
   Posix_Filesystem();
 
   bool remove(const Path& path) override;
@@ -40,11 +45,6 @@ class Posix_Filesystem : public Filesystem {
   bool write_file(const Path& path, const std::string& contents, int write_flag) override;
   bool create_directories(const Path& path) override;
   bool files_equal(const Path& first, const Path& second) override;
-
-  /// Deletes the temporary files that killed processes left in a directory. Only while nobody writes there:
-  /// the file of a write in progress looks the same. Left in place they are harmless, because the package
-  /// managers ignore hidden files.
-  void remove_leftovers(const Path& directory);
 
  private:
   bool make_directory_(const Path& path);

@@ -4,9 +4,9 @@
 #include <standalone_host/posix/command_environment.hpp>
 #include <standalone_host/posix/installation_command.hpp>
 
-#include <boost/algorithm/string/trim.hpp>
 #include <fmt/chrono.h>
 #include <fmt/format.h>
+#include <boost/algorithm/string/trim.hpp>
 
 #include <system_error>
 #include <utility>
@@ -15,6 +15,14 @@ namespace zant::velmora::standalone_host {
 namespace {
 
 using zant::logging::severity_level;
+
+// Enough to recognise a command by.
+constexpr std::size_t LONGEST_COMMAND_IN_LOG = 500;
+
+std::string shortened(const std::string& command) {
+  return command.size() <= LONGEST_COMMAND_IN_LOG ? command
+                                                  : command.substr(0, LONGEST_COMMAND_IN_LOG) + "[...]";
+}
 
 std::string error_text_of(const Child_Process& child) {
   const auto& stream = child.error_output();
@@ -30,7 +38,7 @@ Posix_System::Posix_System(Options options)
 }
 
 Command_Result Posix_System::run_command(const std::string& command, bool /*flag*/) {
-  ZANT_LOG(log_, severity_level::trace) << "Running command: " << command;
+  ZANT_LOG(log_, severity_level::trace) << "Running command: " << shortened(command);
   try {
     Child_Process child(command, environment_, options_.output_limit);
     const int exit_code = supervise_(child, command);
@@ -38,7 +46,7 @@ Command_Result Posix_System::run_command(const std::string& command, bool /*flag
     return {child.output().text(), exit_code};
   } catch (const std::system_error& error) {
     ZANT_LOG(log_, severity_level::error)
-        << fmt::format("Could not start a command: {} | Command: {}", error.what(), command);
+        << fmt::format("Could not start a command: {} | Command: {}", error.what(), shortened(command));
     return {"", Exit_Code::NOT_STARTED};
   }
 }
@@ -50,16 +58,16 @@ int Posix_System::supervise_(Child_Process& child, const std::string& command) {
   if (!changes_packages(command)) {
     return end_(child, command);
   }
-  ZANT_LOG(log_, severity_level::warning)
-      << fmt::format("A command that changes packages takes longer than {}, leaving it to its end | Command: {}",
-                     options_.time_limit, command);
+  ZANT_LOG(log_, severity_level::warning) << fmt::format(
+      "A command that changes packages takes longer than {}, leaving it to its end | Command: {}",
+      options_.time_limit, shortened(command));
   child.run_to_end();
   return reap_(child, command);
 }
 
 int Posix_System::end_(Child_Process& child, const std::string& command) {
-  ZANT_LOG(log_, severity_level::error)
-      << fmt::format("Ending a command that takes longer than {} | Command: {}", options_.time_limit, command);
+  ZANT_LOG(log_, severity_level::error) << fmt::format(
+      "Ending a command that takes longer than {} | Command: {}", options_.time_limit, shortened(command));
   child.end_group(options_.kill_delay);
   // Whatever it says of itself at its end: it did not do what it was asked for.
   child.collect_exit_status();
@@ -71,21 +79,24 @@ int Posix_System::reap_(Child_Process& child, const std::string& command) {
     return *status;
   }
   ZANT_LOG(log_, severity_level::error) << fmt::format(
-      "The exit status of a command is lost: this process ignores SIGCHLD, or something in it reaps the children "
+      "The exit status of a command is lost: this process ignores SIGCHLD, or something in it reaps the "
+      "children "
       "of others | Command: {}",
-      command);
+      shortened(command));
   return Exit_Code::STATUS_LOST;
 }
 
 void Posix_System::log_outcome_(const Child_Process& child, const std::string& command, int exit_code) {
   if (child.output().is_truncated()) {
-    ZANT_LOG(log_, severity_level::warning) << fmt::format(
-        "A command printed more than {} bytes, the rest is dropped | Command: {}", options_.output_limit, command);
+    ZANT_LOG(log_, severity_level::warning)
+        << fmt::format("A command printed more than {} bytes, the rest is dropped | Command: {}",
+                       options_.output_limit, shortened(command));
   }
   // Failing without a word is how many of the lines say "no": that alone is nothing to report.
   const std::string error_text = error_text_of(child);
   const auto level = exit_code != 0 && !error_text.empty() ? severity_level::warning : severity_level::debug;
-  ZANT_LOG(log_, level) << fmt::format("Command ended with exit code {} | Command: {}{}{}", exit_code, command,
+  ZANT_LOG(log_, level) << fmt::format("Command ended with exit code {} | Command: {}{}{}", exit_code,
+                                       shortened(command),
                                        error_text.empty() ? "" : " | Error output: ", error_text);
 }
 

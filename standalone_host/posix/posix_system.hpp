@@ -25,18 +25,20 @@ inline constexpr int SIGNAL_BASE = 128;  ///< plus the number of the signal that
 /// The command service of a POSIX host: runs command lines through bash.
 ///
 /// Every command gets the same surroundings, whatever process asks for it: a session and process group of its
-/// own without a terminal, /dev/null as standard input, the working directory "/", default signal dispositions
-/// and an empty signal mask, no descriptor of the calling process, and an environment built from scratch (see
-/// `Options::environment`). Pipelines are judged by their last command, as the library's lines expect.
+/// own without a terminal, /dev/null as standard input, the working directory "/", default signal
+/// dispositions and an empty signal mask, no descriptor of the calling process, and an environment built from
+/// scratch (see `Options::environment`). Pipelines are judged by their last command, as the library's lines
+/// expect.
 ///
 /// A command is done when its shell is, even if something that it left behind keeps its output open; such a
-/// process finds a broken pipe when it writes later. A command that takes longer than the time limit gets TERM
-/// and, after the kill delay, KILL, both for its whole process group; but a command that installs or removes
-/// packages is left to run to its end, because a killed package manager leaves the host half configured.
+/// process finds a broken pipe when it writes later. A command that takes longer than the time limit gets
+/// TERM and, after the kill delay, KILL, both for its whole process group; but a command that installs or
+/// removes packages is left to run to its end, because a killed package manager leaves the host half
+/// configured.
 ///
-/// Standard output is returned. Standard error goes to the log, under the channel "Posix_System": as a warning
-/// with the command when it failed, else at the debug level. No failure is thrown: a command that cannot be
-/// started, or whose exit status is lost, has a non-zero exit code and its reason in the log.
+/// Standard output is returned. Standard error goes to the log, under the channel "Posix_System": as a
+/// warning with the command when it failed, else at the debug level. No failure is thrown: a command that
+/// cannot be started, or whose exit status is lost, has a non-zero exit code and its reason in the log.
 ///
 /// Safe to call from several threads at once. The cost of starting a command does not grow with the size of
 /// the calling process. The calling process must not ignore SIGCHLD, nor reap children that it does not know:

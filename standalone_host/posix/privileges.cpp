@@ -9,7 +9,9 @@
 
 namespace zant::velmora::standalone_host::Privileges {
 
-bool may_administer() { return ::geteuid() == 0; }
+bool may_administer() {
+  return ::geteuid() == 0;
+}
 
 std::string who_else_may_write(const boost::filesystem::path& path) {
   struct stat status {};

@@ -7,18 +7,16 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 
 namespace zant::velmora::standalone_host {
 namespace {
 
 constexpr mode_t FILE_MODE = 0644;
 
-// The names of temporary files: ".NAME.package-minder-XXXXXX". Hidden, so that APT and systemd ignore them.
-constexpr std::string_view MARK = ".package-minder-";
-constexpr std::string_view RANDOM_PART = "XXXXXX";
-
+// Hidden, so that package managers ignore what a killed process leaves.
 std::string temporary_path_template(const boost::filesystem::path& destination) {
-  const std::string name = "." + destination.filename().string() + std::string(MARK) + std::string(RANDOM_PART);
+  const std::string name = "." + destination.filename().string() + ".XXXXXX" + Replacement_File::EXTENSION;
   return (destination.parent_path() / name).string();
 }
 
@@ -26,7 +24,8 @@ std::string temporary_path_template(const boost::filesystem::path& destination) 
 
 Replacement_File::Replacement_File(const boost::filesystem::path& destination)
     : destination_(destination), temporary_path_(temporary_path_template(destination)) {
-  file_ = File_Descriptor(::mkostemp(temporary_path_.data(), O_CLOEXEC));
+  const auto suffix_size = static_cast<int>(std::strlen(EXTENSION));
+  file_ = File_Descriptor(::mkostemps(temporary_path_.data(), suffix_size, O_CLOEXEC));
   if (!file_.is_open()) {
     throw_system_error("cannot create a file beside it");
   }
@@ -58,12 +57,6 @@ void Replacement_File::commit() {
   }
   is_in_place_ = true;
   sync_directory(destination_.parent_path());
-}
-
-bool Replacement_File::is_leftover_name(const std::string& file_name) {
-  const std::size_t mark = file_name.rfind(MARK);
-  return file_name.starts_with('.') && mark != std::string::npos &&
-         file_name.size() == mark + MARK.size() + RANDOM_PART.size();
 }
 
 void sync_directory(const boost::filesystem::path& directory) {

@@ -13,6 +13,9 @@ namespace zant::velmora::standalone_host {
 /// reached, nothing of it stays. All operations throw std::system_error.
 class Replacement_File {
  public:
+  /// What the names of unfinished files end in. They begin with a point.
+  static constexpr const char* EXTENSION = ".package-minder";
+
   explicit Replacement_File(const boost::filesystem::path& destination);
   ~Replacement_File();
   Replacement_File(const Replacement_File&) = delete;
@@ -22,9 +25,6 @@ class Replacement_File {
 
   /// Brings the contents to the disk and puts the file in the destination's place.
   void commit();
-
-  /// Whether a file of that name is one that a killed process left.
-  static bool is_leftover_name(const std::string& file_name);
 
  private:
   boost::filesystem::path destination_;

@@ -7,12 +7,18 @@ namespace {
 
 constexpr int KEEP_ENVIRONMENT = 0;
 
-void notify(const std::string& state) { ::sd_notify(KEEP_ENVIRONMENT, state.c_str()); }
+void notify(const std::string& state) {
+  ::sd_notify(KEEP_ENVIRONMENT, state.c_str());
+}
 
 }  // namespace
 
-void ready(const std::string& status) { notify("READY=1\nSTATUS=" + status); }
+void ready(const std::string& status) {
+  notify("READY=1\nSTATUS=" + status);
+}
 
-void stopping(const std::string& status) { notify("STOPPING=1\nSTATUS=" + status); }
+void stopping(const std::string& status) {
+  notify("STOPPING=1\nSTATUS=" + status);
+}
 
 }  // namespace zant::velmora::standalone_host::Service_Notification

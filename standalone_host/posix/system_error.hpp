@@ -7,7 +7,9 @@
 namespace zant::velmora::standalone_host {
 
 /// What the operating system says about an error number, in a way that is safe in every thread.
-inline std::string error_text(int error_number) { return std::generic_category().message(error_number); }
+inline std::string error_text(int error_number) {
+  return std::generic_category().message(error_number);
+}
 
 /// Throws std::system_error with the reason of the call that has just failed.
 [[noreturn]] inline void throw_system_error(const std::string& what, int error_number = errno) {

@@ -20,7 +20,8 @@ std::wstring system_directory() {
   return path;
 }
 
-// Its own directory is where cmd.exe looks for programs first: one that nobody but the administrator writes to.
+// Its own directory is where cmd.exe looks for programs first: one that nobody but the administrator writes
+// to.
 std::wstring working_directory() {
   std::wstring path(MAX_PATH, L'\0');
   path.resize(::GetSystemWindowsDirectoryW(path.data(), MAX_PATH));
@@ -45,10 +46,9 @@ std::wstring new_pipe_name() {
 }
 
 Handle make_pipe(const std::wstring& name) {
-  Handle pipe(::CreateNamedPipeW(name.c_str(),
-                                 PIPE_ACCESS_INBOUND | FILE_FLAG_OVERLAPPED | FILE_FLAG_FIRST_PIPE_INSTANCE,
-                                 PIPE_TYPE_BYTE | PIPE_WAIT | PIPE_REJECT_REMOTE_CLIENTS, 1, 0, PIPE_CAPACITY, 0,
-                                 nullptr));
+  Handle pipe(::CreateNamedPipeW(
+      name.c_str(), PIPE_ACCESS_INBOUND | FILE_FLAG_OVERLAPPED | FILE_FLAG_FIRST_PIPE_INSTANCE,
+      PIPE_TYPE_BYTE | PIPE_WAIT | PIPE_REJECT_REMOTE_CLIENTS, 1, 0, PIPE_CAPACITY, 0, nullptr));
   if (!pipe.is_open()) {
     throw_win32_error("cannot create a pipe");
   }
@@ -57,8 +57,8 @@ Handle make_pipe(const std::wstring& name) {
 
 Handle open_for_child(const std::wstring& name, DWORD access) {
   SECURITY_ATTRIBUTES attributes = inheritable();
-  Handle file(::CreateFileW(name.c_str(), access, FILE_SHARE_READ | FILE_SHARE_WRITE, &attributes, OPEN_EXISTING, 0,
-                            nullptr));
+  Handle file(::CreateFileW(name.c_str(), access, FILE_SHARE_READ | FILE_SHARE_WRITE, &attributes,
+                            OPEN_EXISTING, 0, nullptr));
   if (!file.is_open()) {
     throw_win32_error("cannot open a stream for the command");
   }
@@ -73,8 +73,8 @@ Handle make_job() {
   return job;
 }
 
-// The list of handles that a child inherits. Without it, every command would inherit the streams of those that
-// other threads start at the same time, and keep them open.
+// The list of handles that a child inherits. Without it, every command would inherit the streams of those
+// that other threads start at the same time, and keep them open.
 class Inherited_Handles {
  public:
   explicit Inherited_Handles(std::vector<HANDLE> handles) : handles_(std::move(handles)) {
@@ -144,7 +144,9 @@ DWORD milliseconds_until(Clock::time_point deadline) {
 }  // namespace
 
 Command_Process::Command_Process(const std::string& command, std::size_t output_limit)
-    : output_limit_(output_limit), job_(make_job()), data_event_(::CreateEventW(nullptr, TRUE, FALSE, nullptr)) {
+    : output_limit_(output_limit),
+      job_(make_job()),
+      data_event_(::CreateEventW(nullptr, TRUE, FALSE, nullptr)) {
   const std::wstring pipe_name = new_pipe_name();
   pipe_ = make_pipe(pipe_name);
   const Handle output = open_for_child(pipe_name, GENERIC_WRITE);

@@ -18,8 +18,8 @@ namespace {
 
 // Nobody else may open it to write, which makes it a lock; but to read, to learn who has it.
 Handle open_lock_file(const boost::filesystem::path& file) {
-  return Handle(::CreateFileW(file.c_str(), GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ, nullptr, OPEN_ALWAYS,
-                              FILE_ATTRIBUTE_NORMAL, nullptr));
+  return Handle(::CreateFileW(file.c_str(), GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ, nullptr,
+                              OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
 }
 
 std::string read_holder(const boost::filesystem::path& file) {
@@ -40,10 +40,11 @@ void write_holder(const Handle& lock_file) {
 }
 
 [[noreturn]] void refuse(const boost::filesystem::path& file) {
-  throw Refusal(Exit_Status::BUSY,
-                fmt::format("another package-minder is at work here (process {}); wait for its end, or stop it "
-                            "first, the service with \"package-minder service stop\"",
-                            read_holder(file)));
+  throw Refusal(
+      Exit_Status::BUSY,
+      fmt::format("another package-minder is at work here (process {}); wait for its end, or stop it "
+                  "first, the service with \"package-minder service stop\"",
+                  read_holder(file)));
 }
 
 }  // namespace
@@ -68,8 +69,8 @@ Instance_Lock::~Instance_Lock() {
 }
 
 void Instance_Lock::remove_file() {
-  // An open file would keep its directory from being removed. Should another process take the lock in between,
-  // then its file stays.
+  // An open file would keep its directory from being removed. Should another process take the lock in
+  // between, then its file stays.
   ::_close(descriptor_);
   descriptor_ = -1;
   ::DeleteFileW(file_.c_str());

@@ -11,7 +11,9 @@
 namespace zant::velmora::standalone_host::Log_Output {
 namespace {
 
-HANDLE handle_of(int descriptor) { return reinterpret_cast<HANDLE>(::_get_osfhandle(descriptor)); }
+HANDLE handle_of(int descriptor) {
+  return reinterpret_cast<HANDLE>(::_get_osfhandle(descriptor));
+}
 
 bool write_to_console(HANDLE console, std::string_view text) {
   DWORD mode = 0;
@@ -37,7 +39,9 @@ bool is_terminal(int descriptor) {
          ::SetConsoleMode(handle, mode | ENABLE_VIRTUAL_TERMINAL_PROCESSING) != FALSE;
 }
 
-bool is_journal(int /*descriptor*/) { return false; }
+bool is_journal(int /*descriptor*/) {
+  return false;
+}
 
 void write(int descriptor, std::string_view text) {
   const HANDLE handle = handle_of(descriptor);
@@ -45,7 +49,8 @@ void write(int descriptor, std::string_view text) {
     return;
   }
   DWORD size = 0;
-  while (!text.empty() && ::WriteFile(handle, text.data(), static_cast<DWORD>(text.size()), &size, nullptr) != FALSE) {
+  while (!text.empty() &&
+         ::WriteFile(handle, text.data(), static_cast<DWORD>(text.size()), &size, nullptr) != FALSE) {
     text.remove_prefix(size);
   }
 }

@@ -19,8 +19,8 @@ namespace {
 
 using Local_Memory = std::unique_ptr<void, decltype(&::LocalFree)>;
 
-constexpr DWORD RIGHTS_TO_CHANGE = FILE_WRITE_DATA | FILE_APPEND_DATA | FILE_DELETE_CHILD | DELETE | WRITE_DAC |
-                                   WRITE_OWNER | GENERIC_WRITE | GENERIC_ALL;
+constexpr DWORD RIGHTS_TO_CHANGE = FILE_WRITE_DATA | FILE_APPEND_DATA | FILE_DELETE_CHILD | DELETE |
+                                   WRITE_DAC | WRITE_OWNER | GENERIC_WRITE | GENERIC_ALL;
 
 // The account that owns the files of Windows itself; it has no well-known number.
 constexpr const wchar_t* TRUSTED_INSTALLER =
@@ -59,7 +59,8 @@ bool is_this_user(PSID sid) {
   const Handle owner(token);
   alignas(TOKEN_USER) std::array<std::byte, sizeof(TOKEN_USER) + SECURITY_MAX_SID_SIZE> buffer;
   DWORD size = 0;
-  return ::GetTokenInformation(token, TokenUser, buffer.data(), static_cast<DWORD>(buffer.size()), &size) != FALSE &&
+  return ::GetTokenInformation(token, TokenUser, buffer.data(), static_cast<DWORD>(buffer.size()), &size) !=
+             FALSE &&
          ::EqualSid(sid, reinterpret_cast<const TOKEN_USER*>(buffer.data())->User.Sid) != FALSE;
 }
 
@@ -79,7 +80,8 @@ std::string name_of(PSID sid) {
   auto name_size = static_cast<DWORD>(name.size());
   auto domain_size = static_cast<DWORD>(domain.size());
   SID_NAME_USE use = SidTypeUnknown;
-  if (::LookupAccountSidW(nullptr, sid, name.data(), &name_size, domain.data(), &domain_size, &use) == FALSE) {
+  if (::LookupAccountSidW(nullptr, sid, name.data(), &name_size, domain.data(), &domain_size, &use) ==
+      FALSE) {
     return "an unknown account";
   }
   return "the account " + Unicode::to_utf8(name.data());
@@ -122,10 +124,9 @@ std::string who_else_may_write(const boost::filesystem::path& path) {
   PSID owner = nullptr;
   PACL list = nullptr;
   PSECURITY_DESCRIPTOR descriptor = nullptr;
-  const DWORD code =
-      ::GetNamedSecurityInfoW(const_cast<wchar_t*>(path.c_str()), SE_FILE_OBJECT,
-                              OWNER_SECURITY_INFORMATION | DACL_SECURITY_INFORMATION, &owner, nullptr, &list, nullptr,
-                              &descriptor);
+  const DWORD code = ::GetNamedSecurityInfoW(const_cast<wchar_t*>(path.c_str()), SE_FILE_OBJECT,
+                                             OWNER_SECURITY_INFORMATION | DACL_SECURITY_INFORMATION, &owner,
+                                             nullptr, &list, nullptr, &descriptor);
   if (code != ERROR_SUCCESS) {
     return "cannot be examined: " + win32_error_text(code);
   }

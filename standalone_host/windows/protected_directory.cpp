@@ -11,15 +11,16 @@
 namespace zant::velmora::standalone_host {
 namespace {
 
-// P: nothing is inherited from above. OICI: files and directories below get the same. FA: everything, GRGX: read
-// and enter. SY: the system, BA: the administrators, BU: users.
+// P: nothing is inherited from above. OICI: files and directories below get the same. FA: everything, GRGX:
+// read and enter. SY: the system, BA: the administrators, BU: users.
 constexpr const wchar_t* ACCESS = L"D:P(A;OICI;FA;;;SY)(A;OICI;FA;;;BA)(A;OICI;GRGX;;;BU)";
 
 }  // namespace
 
 void create_protected_directory(const boost::filesystem::path& path) {
   PSECURITY_DESCRIPTOR descriptor = nullptr;
-  if (::ConvertStringSecurityDescriptorToSecurityDescriptorW(ACCESS, SDDL_REVISION_1, &descriptor, nullptr) == FALSE) {
+  if (::ConvertStringSecurityDescriptorToSecurityDescriptorW(ACCESS, SDDL_REVISION_1, &descriptor, nullptr) ==
+      FALSE) {
     throw_win32_error("cannot set its access rights");
   }
   const std::unique_ptr<void, decltype(&::LocalFree)> owner(descriptor, &::LocalFree);

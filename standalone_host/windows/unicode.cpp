@@ -9,7 +9,8 @@ namespace {
 
 // Empty for an empty text, and for one that is not in the code page when `flags` ask for that.
 std::wstring decode(std::string_view text, UINT code_page, DWORD flags) {
-  const int size = ::MultiByteToWideChar(code_page, flags, text.data(), static_cast<int>(text.size()), nullptr, 0);
+  const int size =
+      ::MultiByteToWideChar(code_page, flags, text.data(), static_cast<int>(text.size()), nullptr, 0);
   std::wstring wide(static_cast<std::size_t>(size), L'\0');
   ::MultiByteToWideChar(code_page, flags, text.data(), static_cast<int>(text.size()), wide.data(), size);
   return wide;
@@ -45,8 +46,8 @@ bool is_in_code_page(const std::string& text) {
   }
   const std::wstring wide = to_wide(text);
   BOOL is_replaced = FALSE;
-  ::WideCharToMultiByte(CP_ACP, WC_NO_BEST_FIT_CHARS, wide.data(), static_cast<int>(wide.size()), nullptr, 0, nullptr,
-                        &is_replaced);
+  ::WideCharToMultiByte(CP_ACP, WC_NO_BEST_FIT_CHARS, wide.data(), static_cast<int>(wide.size()), nullptr, 0,
+                        nullptr, &is_replaced);
   return is_replaced == FALSE;
 }
 

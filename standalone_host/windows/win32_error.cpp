@@ -24,8 +24,8 @@ class Win32_Category : public std::error_category {
 
 std::string win32_error_text(DWORD code) {
   std::array<wchar_t, 1024> text{};
-  const DWORD size = ::FormatMessageW(FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS, nullptr, code, 0,
-                                      text.data(), static_cast<DWORD>(text.size()), nullptr);
+  const DWORD size = ::FormatMessageW(FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS, nullptr,
+                                      code, 0, text.data(), static_cast<DWORD>(text.size()), nullptr);
   const std::string message = Unicode::to_utf8(std::wstring_view(text.data(), size));
   return boost::algorithm::trim_copy(message) + " (error " + std::to_string(code) + ")";
 }

@@ -5,9 +5,9 @@
 #include <standalone_host/windows/replacement_file.hpp>
 #include <standalone_host/windows/win32_error.hpp>
 
+#include <fmt/format.h>
 #include <boost/filesystem/directory.hpp>
 #include <boost/filesystem/operations.hpp>
-#include <fmt/format.h>
 
 #include <algorithm>
 #include <system_error>
@@ -38,7 +38,9 @@ void strip_line_end(std::string& text) {
 
 }  // namespace
 
-Windows_Filesystem::Windows_Filesystem() { log_.init_("Windows_Filesystem", ""); }
+Windows_Filesystem::Windows_Filesystem() {
+  log_.init_("Windows_Filesystem", "");
+}
 
 bool Windows_Filesystem::remove(const Path& path) {
   boost::system::error_code error;
@@ -87,7 +89,8 @@ bool Windows_Filesystem::is_empty(const Path& path) {
   return entries == boost::filesystem::directory_iterator();
 }
 
-std::vector<Filesystem::Path> Windows_Filesystem::list_files(const Path& directory, const std::string& extension) {
+std::vector<Filesystem::Path> Windows_Filesystem::list_files(const Path& directory,
+                                                             const std::string& extension) {
   std::vector<Path> found;
   boost::system::error_code error;
   for (boost::filesystem::directory_iterator entry(directory, error), end; !error && entry != end;
@@ -119,7 +122,8 @@ bool Windows_Filesystem::copy_file(const Path& source, const Path& destination, 
   }
 }
 
-std::size_t Windows_Filesystem::copy_files(const std::vector<Path>& sources, const Path& directory, int copy_option) {
+std::size_t Windows_Filesystem::copy_files(const std::vector<Path>& sources, const Path& directory,
+                                           int copy_option) {
   return static_cast<std::size_t>(std::count_if(sources.begin(), sources.end(), [&](const Path& source) {
     return exists(source) && copy_file(source, directory / source.filename(), copy_option);
   }));

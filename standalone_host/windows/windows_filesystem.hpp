@@ -10,17 +10,18 @@ namespace zant::velmora::standalone_host {
 
 /// The file service of a Windows host.
 ///
-/// What it writes or copies is whole or not there: a temporary file in the destination's directory is written,
-/// brought to the disk and moved over the destination. Texts are stored as they are, without a translation of
-/// line ends. Directories that it creates can be changed by administrators and the system alone.
+/// What it writes or copies is whole or not there: a temporary file in the destination's directory is
+/// written, brought to the disk and moved over the destination. Texts are stored as they are, without a
+/// translation of line ends. Directories that it creates can be changed by administrators and the system
+/// alone.
 ///
-/// A file that another process has open without sharing it, or that is marked read-only, cannot be replaced or
-/// removed. Ordinary failures are the results that `Filesystem` describes, never exceptions; their reason is
-/// logged as a warning under the channel "Windows_Filesystem". That a file is missing is an answer and is not
-/// logged.
+/// A file that another process has open without sharing it, or that is marked read-only, cannot be replaced
+/// or removed. Ordinary failures are the results that `Filesystem` describes, never exceptions; their reason
+/// is logged as a warning under the channel "Windows_Filesystem". That a file is missing is an answer and is
+/// not logged.
 ///
-/// Paths are UTF-8 once `set_up_process` has said so to Boost; see there. Safe to call from several threads at
-/// once; the last of several writers of one file wins.
+/// Paths are UTF-8 once `set_up_process` has said so to Boost; see there. Safe to call from several threads
+/// at once; the last of several writers of one file wins.
 class Windows_Filesystem : public Filesystem {
  public:
   Windows_Filesystem();

@@ -3,9 +3,9 @@
 #include <standalone_host/windows/command_process.hpp>
 #include <standalone_host/windows/unicode.hpp>
 
-#include <boost/algorithm/string/trim.hpp>
 #include <fmt/chrono.h>
 #include <fmt/format.h>
+#include <boost/algorithm/string/trim.hpp>
 
 #include <stdexcept>
 #include <system_error>
@@ -24,7 +24,9 @@ void refuse_several_lines(const std::string& command) {
 
 }  // namespace
 
-Windows_System::Windows_System(const Options& options) : options_(options) { log_.init_("Windows_System", ""); }
+Windows_System::Windows_System(const Options& options) : options_(options) {
+  log_.init_("Windows_System", "");
+}
 
 Command_Result Windows_System::run_command(const std::string& command, bool /*flag*/) {
   ZANT_LOG(log_, severity_level::trace) << "Running command: " << command;
@@ -46,8 +48,8 @@ int Windows_System::supervise_(Command_Process& process, const std::string& comm
   if (process.run_until(Command_Process::Clock::now() + options_.time_limit)) {
     return process.exit_code();
   }
-  ZANT_LOG(log_, severity_level::error)
-      << fmt::format("Ending a command that takes longer than {} | Command: {}", options_.time_limit, command);
+  ZANT_LOG(log_, severity_level::error) << fmt::format(
+      "Ending a command that takes longer than {} | Command: {}", options_.time_limit, command);
   process.end_tree();
   return Exit_Code::TIME_LIMIT;
 }
@@ -55,8 +57,9 @@ int Windows_System::supervise_(Command_Process& process, const std::string& comm
 void Windows_System::log_outcome_(const Command_Process& process, const std::string& command,
                                   const Command_Result& result) {
   if (process.is_truncated()) {
-    ZANT_LOG(log_, severity_level::warning) << fmt::format(
-        "A command printed more than {} bytes, the rest is dropped | Command: {}", options_.output_limit, command);
+    ZANT_LOG(log_, severity_level::warning)
+        << fmt::format("A command printed more than {} bytes, the rest is dropped | Command: {}",
+                       options_.output_limit, command);
   }
   const std::string output = result.exit_code == 0 ? "" : boost::algorithm::trim_copy(result.output);
   ZANT_LOG(log_, output.empty() ? severity_level::debug : severity_level::warning)

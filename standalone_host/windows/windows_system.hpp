@@ -20,17 +20,17 @@ inline constexpr int NOT_STARTED = 127;  ///< the command could not be started
 /// The command service of a Windows host: runs command lines through cmd.exe.
 ///
 /// The line reaches cmd.exe as it is: quoted paths may hold blanks and parentheses, and `&`, `|`, `^` and
-/// `%NAME%` mean outside of quotes, and `%NAME%` inside them too, what they mean to cmd.exe. Commands are UTF-8
-/// and one line. Every command gets NUL as standard input, the Windows directory as its working directory, no
-/// window, the environment of the calling process, and no other handle of it than its streams.
+/// `%NAME%` mean outside of quotes, and `%NAME%` inside them too, what they mean to cmd.exe. Commands are
+/// UTF-8 and one line. Every command gets NUL as standard input, the Windows directory as its working
+/// directory, no window, the environment of the calling process, and no other handle of it than its streams.
 ///
-/// Standard output and standard error are returned in one text, in the order in which they came, as UTF-8. When
-/// a command fails, that text also goes to the log under the channel "Windows_System", as a warning with the
-/// command. The exit code is the command's own, as a signed number.
+/// Standard output and standard error are returned in one text, in the order in which they came, as UTF-8.
+/// When a command fails, that text also goes to the log under the channel "Windows_System", as a warning with
+/// the command. The exit code is the command's own, as a signed number.
 ///
-/// A command is done when its shell is, even if something that it left behind keeps its output open. A command
-/// that takes longer than the time limit is ended at once with every process that it has started. No failure is
-/// thrown: a command that cannot be started has a non-zero exit code and its reason in the log.
+/// A command is done when its shell is, even if something that it left behind keeps its output open. A
+/// command that takes longer than the time limit is ended at once with every process that it has started. No
+/// failure is thrown: a command that cannot be started has a non-zero exit code and its reason in the log.
 ///
 /// Safe to call from several threads at once.
 class Windows_System : public System {
