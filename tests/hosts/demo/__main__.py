@@ -4,11 +4,11 @@ import argparse
 import signal
 import sys
 
-from demo import apt
+from demo import apt, dnf
 from demo.narrator import Narrator
 from disposable_hosts import machine
 
-FAMILIES = {"apt": apt.run}
+FAMILIES = {"apt": apt.run, "dnf": dnf.run}
 
 
 def main():

@@ -4,7 +4,9 @@ import os
 import shutil
 from pathlib import Path
 
-TOOLS = ("mmdebstrap", "systemd-nspawn", "nsenter", "unshare", "setpriv", "tar", "gpg", "openssl")
+TOOLS = (
+    "mmdebstrap", "systemd-nspawn", "nsenter", "unshare", "setpriv", "tar", "gpg", "openssl", "rpmbuild", "rpmsign", "createrepo_c",
+)
 
 
 def cache_directory():

@@ -19,6 +19,9 @@ DELAY_DROP_IN = f"{DROP_INS}/{TIMER}.randomized-delay.conf"
 CALENDAR_KEY, DELAY_KEY = "package.dnf.upgrade_timer.on_calendar", "package.dnf.upgrade_timer.randomized_delay"
 URL_KEY, KEY_URL_KEY = "package.dnf.repo.url", "package.dnf.repo.gpg_key"
 
+# Whole at every moment, unlike what dnf's own tool writes: the service may be reading the file.
+ASK_OFTEN = f"sed -i 's/^metadata_expire=.*/metadata_expire=1/' {REPO_FILE}"
+
 STOCK_SCHEDULE = Schedule("*-*-* 06:00:00", "1h")
 # What stays in /etc after a purge: the settings of dnf-automatic, which stays installed.
 RESIDUE_IN_ETC = ["/etc/dnf/automatic.conf"]
@@ -55,8 +58,8 @@ class DnfSite(Site):
         self.minder.configure(self.settings(changes))
 
     def ask_the_repository_often(self):
-        """Has dnf look for news in every run instead of once an hour; an option that an administrator may add."""
-        self.set_option("metadata_expire", "1")
+        """Has dnf look for news in every run instead of once an hour; an option that an administrator may change."""
+        self.host.run(ASK_OFTEN)
 
     def set_option(self, option, value):
         self.host.run(f"dnf --quiet config-manager --setopt=quorvane.{option}={shlex.quote(value)} --save")
