@@ -2,12 +2,15 @@
 
 #include <standalone_host/build_config.hpp>
 #include <standalone_host/exit_status.hpp>
+#include <standalone_host/reports/document.hpp>
 
 #include <CLI/App.hpp>
 #include <CLI/Config.hpp>
 #include <CLI/Formatter.hpp>
 #include <CLI/Validators.hpp>
+#include <nlohmann/json.hpp>
 
+#include <algorithm>
 #include <map>
 #include <ostream>
 #include <string>
@@ -22,8 +25,8 @@ constexpr const char* DESCRIPTION =
     "and the host's automatic upgrades set up for it.";
 
 constexpr const char* FOOTER =
-    "Exit status: 0 done; 1 the work failed; 64 wrong usage; 69 no supported package manager;\n"
-    "75 another package-minder is at work here; 77 not run as root; 78 settings or staging tree not usable.";
+    "Exit status: 0 done; 1 the work failed, or check found something; 2 plan found something to change;\n"
+    "64 wrong usage; 69 no supported package manager; 75 another package-minder is at work here; 77 not run as root; 78 settings or staging tree not usable.";
 
 // What CLI11 fills while it reads.
 struct Options {
@@ -31,6 +34,8 @@ struct Options {
   std::vector<std::string> assignments;
   std::string log_level;
   bool upgrades_only = false;
+  bool plan_only = false;
+  bool json = false;
 };
 
 CLI::Validator key_and_value() {
@@ -59,6 +64,23 @@ void add_options(CLI::App& app, Options& options) {
       ->check(CLI::IsMember({"trace", "debug", "info", "notice", "warning", "error", "fatal"}));
 }
 
+constexpr const char* JSON_FLAG = "--json";
+
+CLI::Option* add_json_flag(CLI::App& command, Options& options) {
+  return command.add_flag(JSON_FLAG, options.json, "Print it for a program, not for a person");
+}
+
+void add_reports(CLI::App& app, Options& options, std::map<const CLI::App*, Command>& commands) {
+  const auto add = [&](const char* name, const char* description, Command command) {
+    CLI::App* const report = app.add_subcommand(name, description)->group("Reports, which change nothing");
+    add_json_flag(*report, options);
+    commands[report] = command;
+  };
+  add("status", "Show how things stand on this host", Command::STATUS);
+  add("plan", "Show what the next cycle would change; exit status 2 if anything", Command::PLAN);
+  add("check", "Find what will keep this from working; exit status 1 if anything", Command::CHECK);
+}
+
 std::map<const CLI::App*, Command> add_commands(CLI::App& app, Options& options) {
   const auto add = [&app](const char* name, const char* description) {
     return app.add_subcommand(name, description)->group("Commands");
@@ -75,6 +97,9 @@ std::map<const CLI::App*, Command> add_commands(CLI::App& app, Options& options)
   purge->add_flag("--upgrades-only", options.upgrades_only,
                   "Undo the automatic upgrades and leave the repository registered");
   commands[purge] = Command::PURGE;
+  CLI::Option* plan_only = purge->add_flag("--plan", options.plan_only, "Say what would be undone, and undo nothing");
+  add_json_flag(*purge, options)->needs(plan_only);
+  add_reports(app, options, commands);
   app.require_subcommand(1);
   return commands;
 }
@@ -97,6 +122,18 @@ Settings_Sources settings_sources(const Options& options) {
   return sources;
 }
 
+// Who reads JSON reads it in this case too.
+void print_usage_failure(int argc, const char* const* argv, const std::string& message, std::ostream& out) {
+  const std::vector<std::string> words(argv + 1, argv + argc);
+  if (std::find(words.begin(), words.end(), JSON_FLAG) == words.end()) {
+    return;
+  }
+  const std::vector<std::string> reports = {"status", "plan", "check"};
+  const auto report = std::find_first_of(words.begin(), words.end(), reports.begin(), reports.end());
+  const std::string kind = report == words.end() ? "plan" : *report;
+  out << Document::text_of(Document::make_failure(kind, Exit_Status::WRONG_USAGE, {message}));
+}
+
 }  // namespace
 
 Parsed_Command_Line parse_command_line(int argc, const char* const* argv, std::ostream& out,
@@ -116,11 +153,13 @@ Parsed_Command_Line parse_command_line(int argc, const char* const* argv, std::o
     return {std::nullopt, app.exit(wish, out, err)};
   } catch (const CLI::ParseError& error) {
     err << "package-minder: " << error.what() << "\nTry \"package-minder --help\".\n";
+    print_usage_failure(argc, argv, error.what(), out);
     return {std::nullopt, Exit_Status::WRONG_USAGE};
   }
 
   const Command command = commands.at(app.get_subcommands().front());
-  return {Command_Line{command, options.upgrades_only, settings_sources(options)}, Exit_Status::DONE};
+  return {Command_Line{command, options.upgrades_only, settings_sources(options), options.plan_only, options.json},
+          Exit_Status::DONE};
 }
 
 }  // namespace zant::velmora::standalone_host

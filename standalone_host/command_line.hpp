@@ -8,13 +8,21 @@
 namespace zant::velmora::standalone_host {
 
 /// What the program is told to do.
-enum class Command { RUN, ONCE, HOLD, RELEASE, PURGE };
+enum class Command { RUN, ONCE, HOLD, RELEASE, PURGE, STATUS, PLAN, CHECK };
 
 struct Command_Line {
   Command command;
   bool upgrades_only = false;  ///< purge: the automatic-upgrade part only
   Settings_Sources settings;
+  bool plan_only = false;  ///< purge: say what would be done, and do nothing
+  bool json = false;       ///< reports: for a program, not for a person
 };
+
+/// Whether the command only looks and prints what it found.
+inline bool is_report(const Command_Line& line) {
+  return line.command == Command::STATUS || line.command == Command::PLAN || line.command == Command::CHECK ||
+         line.plan_only;
+}
 
 /// The command line, or, when there is nothing left to do, the status to exit with.
 struct Parsed_Command_Line {

@@ -1,8 +1,11 @@
 #include <standalone_host/commands.hpp>
 
 #include <standalone_host/exit_status.hpp>
+#include <standalone_host/minding.hpp>
+#include <standalone_host/observation/cycle_observation.hpp>
 #include <standalone_host/recorded_package.hpp>
 #include <standalone_host/refusal.hpp>
+#include <standalone_host/reports/report_commands.hpp>
 #include <standalone_host/service_notification.hpp>
 #include <standalone_host/staging_tree.hpp>
 #include <standalone_host/stop_signals.hpp>
@@ -16,7 +19,10 @@
 
 #include <fmt/format.h>
 
+#include <chrono>
 #include <memory>
+#include <string>
+#include <utility>
 #include <vector>
 
 namespace zant::velmora::standalone_host {
@@ -25,34 +31,6 @@ namespace {
 using boost::filesystem::path;
 using Package_Constants::PACKAGE_NAME;
 using zant::logging::severity_level;
-
-void refuse_if_any(const Findings& findings) {
-  if (!findings.empty()) {
-    throw Refusal(Exit_Status::BAD_SETTINGS, findings);
-  }
-}
-
-// The library's objects over a working copy of the staging tree.
-class Minding {
- public:
-  Minding(const Host_Services& services, const Settings& settings, const path& staging_directory)
-      : factory_(make_package_factory(services, settings, staging_directory)),
-        config_(factory_->create_package_config(settings.automatic_upgrades())) {
-    if (!config_) {
-      throw Refusal(
-          Exit_Status::UNSUPPORTED_HOST,
-          "no supported package manager: /etc/os-release names neither Debian or Ubuntu nor the RHEL "
-          "family");
-    }
-  }
-
-  Package_Config& config() const { return *config_; }
-  std::shared_ptr<Package> create_package() const { return factory_->create_package(config_); }
-
- private:
-  std::unique_ptr<Package_Factory> factory_;
-  std::shared_ptr<Package_Config> config_;
-};
 
 // What every command does: a member each, on the same settings and services.
 class Commands {
@@ -66,8 +44,9 @@ class Commands {
     // Before the worker starts, or a signal could end it in the middle of its work.
     Stop_Signals stop_signals;
     Work_Area work_area(settings_, services_.filesystem);
-    const Minding minding = start_minding_(work_area, Purpose::SET_UP);
-    const auto minder = std::make_shared<Package_Minder>(minding.create_package());
+    const Cycle_Observation observation("run", settings_, services_, work_area.staging_directory());
+    const Minding minding = start_minding_(work_area, Purpose::SET_UP, observation.services());
+    const auto minder = std::make_shared<Package_Minder>(observation.observe(minding.create_package()));
 
     const auto interval = static_cast<unsigned int>(settings_.interval().count());
     const std::string status = fmt::format("Minding {}, with {} s between cycles", PACKAGE_NAME, interval);
@@ -75,7 +54,7 @@ class Commands {
     {
       const Package_Minder_Thread thread(minder, interval);
       Service_Notification::ready(status);
-      const std::string reason = stop_signals.wait();
+      const std::string reason = wait_for_stop_(stop_signals, observation.watch());
       Service_Notification::stopping("Stopping, after the cycle under way if there is one");
       say_(severity_level::info, "Stopping on " + reason + ", after the cycle under way if there is one");
     }
@@ -85,8 +64,9 @@ class Commands {
 
   int once() {
     Work_Area work_area(settings_, services_.filesystem);
-    const Minding minding = start_minding_(work_area, Purpose::SET_UP);
-    const auto package = std::make_shared<Recorded_Package>(minding.create_package());
+    const Cycle_Observation observation("once", settings_, services_, work_area.staging_directory());
+    const Minding minding = start_minding_(work_area, Purpose::SET_UP, observation.services());
+    const auto package = std::make_shared<Recorded_Package>(observation.observe(minding.create_package()));
     Package_Minder minder(package);
     minder.update_package_lock_if_necessary();
     minder.initialize_unattended_upgrades_if_necessary();
@@ -108,13 +88,14 @@ class Commands {
 
   int purge() {
     Work_Area work_area(settings_, services_.filesystem);
-    start_minding_(work_area, Purpose::UNDO).config().purge_all_configurations();
+    start_minding_(work_area, Purpose::UNDO, services_).config().purge_all_configurations();
     const Installed_Paths installed = installed_paths();
     const bool repository_is_gone = verify_gone_(installed.repository);
     const bool upgrades_are_gone = verify_gone_(installed.upgrades);
     if (!repository_is_gone || !upgrades_are_gone) {
       return Exit_Status::FAILED;
     }
+    remove_observations(settings_, *services_.filesystem);
     work_area.remove();
     say_(severity_level::info, "What was set up on this host is undone");
     return Exit_Status::DONE;
@@ -122,7 +103,7 @@ class Commands {
 
   int purge_upgrades() {
     Work_Area work_area(settings_, services_.filesystem);
-    start_minding_(work_area, Purpose::UNDO).config().purge_unattended_upgrade_configuration();
+    start_minding_(work_area, Purpose::UNDO, services_).config().purge_unattended_upgrade_configuration();
     if (!verify_gone_(installed_paths().upgrades)) {
       return Exit_Status::FAILED;
     }
@@ -133,9 +114,9 @@ class Commands {
  private:
   enum class Purpose { SET_UP, UNDO };
 
-  Minding start_minding_(Work_Area& work_area, Purpose purpose) const {
+  Minding start_minding_(Work_Area& work_area, Purpose purpose, const Host_Services& services) const {
     try {
-      Minding minding(services_, settings_, work_area.staging_directory());
+      Minding minding(services, settings_, work_area.staging_directory());
       if (purpose == Purpose::SET_UP && minding.config().type() == Package_Config_Type::APT) {
         refuse_if_any(find_keyring_faults(settings_.staging_directory()));
       }
@@ -145,6 +126,25 @@ class Commands {
       // Who refuses to work leaves nothing behind.
       work_area.remove();
       throw;
+    }
+  }
+
+  // The sign of life comes from here and speaks for the worker: a thread of its own would be alive for ever.
+  std::string wait_for_stop_(Stop_Signals& stop_signals, const Cycle_Watch& watch) {
+    const auto interval = Service_Notification::watchdog_interval();
+    if (interval == std::chrono::milliseconds::zero()) {
+      return stop_signals.wait();
+    }
+    bool is_lost = false;
+    while (true) {
+      if (watch.is_getting_on()) {
+        Service_Notification::alive();
+      } else if (!std::exchange(is_lost, true)) {
+        say_(severity_level::fatal, "The worker has not got on for longer than any command may take");
+      }
+      if (const char* const reason = stop_signals.wait_for(interval)) {
+        return reason;
+      }
     }
   }
 
@@ -181,6 +181,9 @@ class Commands {
 
 int carry_out(const Command_Line& command_line, const Settings& settings, const Host_Services& services) {
   refuse_if_any(find_staging_tree_faults(settings.staging_directory()));
+  if (command_line.plan_only) {
+    return Report_Commands::plan(command_line, settings, services);
+  }
   Commands commands(settings, services);
   switch (command_line.command) {
     case Command::RUN:
@@ -193,6 +196,13 @@ int carry_out(const Command_Line& command_line, const Settings& settings, const 
       return commands.release();
     case Command::PURGE:
       return command_line.upgrades_only ? commands.purge_upgrades() : commands.purge();
+    case Command::STATUS:
+      return Report_Commands::status(command_line, settings, services);
+    case Command::PLAN:
+      return Report_Commands::plan(command_line, settings, services);
+    case Command::CHECK:
+      // Judges the settings itself, so it does not come this far.
+      break;
   }
   return Exit_Status::WRONG_USAGE;
 }

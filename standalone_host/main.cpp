@@ -6,15 +6,18 @@
 #include <standalone_host/privileges.hpp>
 #include <standalone_host/process_setup.hpp>
 #include <standalone_host/refusal.hpp>
+#include <standalone_host/reports/report_commands.hpp>
 #include <standalone_host/settings.hpp>
 
 #include <zant/logging/source.hpp>
 
+#include <algorithm>
 #include <exception>
 #include <iostream>
 #include <optional>
 #include <string>
 #include <utility>
+#include <vector>
 
 namespace zant::velmora::standalone_host {
 namespace {
@@ -29,33 +32,50 @@ void log_failure(const std::string& message) {
   ZANT_LOG(log, severity_level::error) << message;
 }
 
+int fail(const Command_Line& command_line, int exit_status, const std::vector<std::string>& messages) {
+  for (const auto& message : messages) {
+    log_failure(message);
+  }
+  Report_Commands::print_failure(command_line, exit_status, messages);
+  return exit_status;
+}
+
 // What goes wrong is told through the log, whatever it is.
 template <typename Work>
-int run_guarded(Work work) {
+int run_guarded(const Command_Line& command_line, Work work) {
   try {
     return work();
   } catch (const Refusal& refusal) {
-    for (const auto& message : refusal.messages()) {
-      log_failure(message);
-    }
-    return refusal.exit_status();
+    return fail(command_line, refusal.exit_status(), refusal.messages());
   } catch (const std::exception& error) {
-    log_failure(std::string("Encountered error: ") + error.what());
+    return fail(command_line, Exit_Status::FAILED, {std::string("Encountered error: ") + error.what()});
   } catch (...) {
-    log_failure("Encountered an error that says nothing of itself");
+    return fail(command_line, Exit_Status::FAILED, {"Encountered an error that says nothing of itself"});
   }
-  return Exit_Status::FAILED;
+}
+
+// What a report finds is in the report; its log only says why there is none, unless somebody wants more.
+severity_level least_severity(const Command_Line& command_line, severity_level wanted) {
+  const auto& overrides = command_line.settings.overrides;
+  const bool is_asked_for = std::any_of(overrides.begin(), overrides.end(), [](const auto& assignment) {
+    return assignment.first == "minder.log.level";
+  });
+  return is_report(command_line) && !is_asked_for ? std::max(wanted, severity_level::error) : wanted;
 }
 
 int run_program(const Command_Line& command_line) {
   // Until the settings say otherwise.
-  std::optional<Log_Sink> sink(std::in_place, STANDARD_ERROR, Log_Format::AUTO, severity_level::info);
-  return run_guarded([&] {
+  std::optional<Log_Sink> sink(std::in_place, STANDARD_ERROR, Log_Format::AUTO,
+                               least_severity(command_line, severity_level::info));
+  return run_guarded(command_line, [&] {
     if (!Privileges::may_administer()) {
       throw Refusal(Exit_Status::NO_RIGHTS, "the package management of this host is root's: run it as root");
     }
+    if (command_line.command == Command::CHECK) {
+      return Report_Commands::check(command_line);
+    }
     const Settings settings(command_line.settings);
-    sink.emplace(STANDARD_ERROR, settings.log_format(), settings.log_level());
+    sink.emplace(STANDARD_ERROR, settings.log_format(), least_severity(command_line, settings.log_level()));
     return carry_out(command_line, settings, make_host_services(settings));
   });
 }

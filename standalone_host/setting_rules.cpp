@@ -58,6 +58,12 @@ std::string check_directory(const std::string& value) {
   return is_right ? "" : "must be the absolute path of a directory";
 }
 
+// The node exporter reads files of this name alone.
+std::string check_metrics_file(const std::string& value) {
+  const bool is_path = value.starts_with('/') && value.ends_with(".prom") && !has_control_character(value);
+  return value.empty() || is_path ? "" : "must be the absolute path of a file whose name ends in .prom, or empty";
+}
+
 std::string check_text(const std::string& value) {
   return has_control_character(value) ? "must be one line of text without control characters" : "";
 }
@@ -96,6 +102,7 @@ const std::vector<Setting_Rule>& rules() {
       {"minder.state_directory", check_directory},
       {"minder.command_time_limit", whole_number(1, 86400, "seconds")},
       {"minder.command_kill_delay", whole_number(1, 600, "seconds")},
+      {"minder.metrics_file", check_metrics_file},
       {"minder.log.level", one_of({"trace", "debug", "info", "notice", "warning", "error", "fatal"})},
       {"minder.log.format", one_of({"auto", "terminal", "journal"})},
       {"package.apt.repo.url", matching(APT_URL, url)},

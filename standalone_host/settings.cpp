@@ -40,7 +40,7 @@ struct Layer {
 
 [[noreturn]] void refuse_file(const boost::filesystem::path& file, const std::string& what,
                               const std::string& remedy) {
-  throw Refusal(Exit_Status::BAD_SETTINGS, Findings{{file.string(), what, remedy}});
+  throw Refusal(Exit_Status::BAD_SETTINGS, Findings{{file.string(), what, remedy, Finding_Code::UNREADABLE_SETTINGS}});
 }
 
 std::string read_settings_file(const boost::filesystem::path& file) {
@@ -91,6 +91,7 @@ AutoPtr<AbstractConfiguration> make_defaults() {
   defaults->setString("minder.state_directory", Build_Config::STATE_DIRECTORY);
   defaults->setString("minder.command_time_limit", "1800");
   defaults->setString("minder.command_kill_delay", "10");
+  defaults->setString("minder.metrics_file", "");
   defaults->setString("minder.log.level", "info");
   defaults->setString("minder.log.format", "auto");
   return defaults;
@@ -119,20 +120,21 @@ std::optional<Finding> judge(const Layer& layer, const std::string& key,
                              const LayeredConfiguration& configuration) {
   const Setting_Rule* rule = find_setting_rule(key);
   if (rule == nullptr) {
-    return Finding{layer.name, "unknown key " + printable(key), "known keys are " + known_setting_keys(key)};
+    return Finding{layer.name, "unknown key " + printable(key), "known keys are " + known_setting_keys(key),
+                   "settings.unknown_key"};
   }
   std::string value;
   try {
     value = configuration.getString(key);
   } catch (const Poco::Exception&) {
     return Finding{layer.name, key + " refers to itself",
-                   "a reference ${...} names another key, and never in a circle"};
+                   "a reference ${...} names another key, and never in a circle", "settings.circular_reference"};
   }
   const std::string remedy = value.size() > LONGEST_VALUE ? "must not be that long" : rule->find_fault(value);
   if (remedy.empty()) {
     return std::nullopt;
   }
-  return Finding{layer.name, fmt::format("{} is \"{}\"", key, printable(value)), remedy};
+  return Finding{layer.name, fmt::format("{} is \"{}\"", key, printable(value)), remedy, "settings.bad_value"};
 }
 
 // A bad value is reported where it stands, and only there: what is overridden has no effect.
@@ -193,6 +195,10 @@ std::chrono::seconds Settings::command_time_limit() const {
 
 std::chrono::seconds Settings::command_kill_delay() const {
   return seconds_("minder.command_kill_delay");
+}
+
+boost::filesystem::path Settings::metrics_file() const {
+  return configuration_->getString("minder.metrics_file");
 }
 
 zant::logging::severity_level Settings::log_level() const {

@@ -46,6 +46,10 @@ class Settings {
   boost::filesystem::path state_directory() const;
   std::chrono::seconds command_time_limit() const;
   std::chrono::seconds command_kill_delay() const;
+
+  /// Where the metrics are written after each cycle; empty when nowhere.
+  boost::filesystem::path metrics_file() const;
+
   zant::logging::severity_level log_level() const;
   Log_Format log_format() const;
 

@@ -12,6 +12,7 @@
 
 #include <fstream>
 #include <functional>
+#include <set>
 #include <sstream>
 #include <stdexcept>
 #include <string>
@@ -79,7 +80,7 @@ Findings find_template_faults(const path& tree) {
   for (const auto& candidate : templates()) {
     const path file = tree / candidate.file();
     if (!is_file(file)) {
-      findings.push_back({file.string(), "this template is missing", REINSTALL});
+      findings.push_back({file.string(), "this template is missing", REINSTALL, "staging.file_missing"});
       continue;
     }
     try {
@@ -87,7 +88,8 @@ Findings find_template_faults(const path& tree) {
     } catch (const fmt::format_error& error) {
       findings.push_back(
           {file.string(), fmt::format("this template cannot be filled: {}", error.what()),
-           "write braces that are text twice, and no more placeholders than the file has values"});
+           "write braces that are text twice, and no more placeholders than the file has values",
+                          "staging.bad_template"});
     }
   }
   return findings;
@@ -95,7 +97,7 @@ Findings find_template_faults(const path& tree) {
 
 Findings find_static_file_faults(const path& tree) {
   const path file = tree / "config-files" / "apt" / APT_Constants::APT_AUTO_UPGRADES_FILE;
-  return is_file(file) ? Findings{} : Findings{{file.string(), "this file is missing", REINSTALL}};
+  return is_file(file) ? Findings{} : Findings{{file.string(), "this file is missing", REINSTALL, "staging.file_missing"}};
 }
 
 // What is copied and examined goes by the tree itself: no links that lead out of it to further directories.
@@ -110,7 +112,8 @@ Findings find_foreign_writer(const path& entry) {
   if (!fault.empty()) {
     return {{entry.string(), fault,
              "what is there ends up in the host's configuration: it must belong to root, and nobody else may "
-             "write to it"}};
+             "write to it",
+             "staging.writable_by_others"}};
   }
   return {};
 }
@@ -133,7 +136,7 @@ Findings find_first_entry_fault(const path& tree) {
     findings = is_plain(entry->path())
                    ? find_foreign_writer(entry->path())
                    : Findings{{entry->path().string(), "is neither a file nor a directory",
-                               "take it out of the staging tree"}};
+                               "take it out of the staging tree", "staging.not_a_file"}};
   }
   return findings;
 }
@@ -144,11 +147,31 @@ Findings find_staging_tree_faults(const path& tree) {
   boost::system::error_code ignored;
   if (!boost::filesystem::is_directory(tree, ignored)) {
     return {{tree.string(), "this directory, the staging tree, is missing",
-             "install it, or name another one with minder.staging_directory"}};
+             "install it, or name another one with minder.staging_directory",
+             "staging.missing"}};
   }
   Findings findings = find_template_faults(tree);
   append(findings, find_static_file_faults(tree));
   append(findings, find_first_entry_fault(tree));
+  return findings;
+}
+
+Findings find_foreign_files(const path& tree) {
+  std::set<path> known = {keyring_in(tree), tree / "keyrings" / "README",
+                          tree / "config-files" / "apt" / APT_Constants::APT_AUTO_UPGRADES_FILE};
+  for (const auto& known_template : templates()) {
+    known.insert(tree / known_template.file());
+  }
+  Findings findings;
+  boost::system::error_code error;
+  for (boost::filesystem::recursive_directory_iterator entry(tree, error), end; !error && entry != end;
+       entry.increment(error)) {
+    if (is_file(entry->path()) && !known.contains(entry->path())) {
+      findings.push_back({entry->path().string(), "nothing reads this file",
+                          "move it to where it belongs; the names in the staging tree are fixed",
+                          "staging.foreign_file"});
+    }
+  }
   return findings;
 }
 
@@ -158,7 +181,8 @@ Findings find_keyring_faults(const path& tree) {
     return {};
   }
   return {{keyring.string(), "the keyring of the APT repository is missing",
-           "put the repository's public keys there, binary, as \"gpg --export\" writes them"}};
+           "put the repository's public keys there, binary, as \"gpg --export\" writes them",
+           "keyring.missing"}};
 }
 
 void copy_staging_tree(const path& tree, const path& destination) {

@@ -14,6 +14,9 @@ Findings find_staging_tree_faults(const boost::filesystem::path& tree);
 /// What is wrong with the repository's keyring in the tree, which APT hosts need.
 Findings find_keyring_faults(const boost::filesystem::path& tree);
 
+/// Files in the tree that nothing reads; somebody meant them for another place.
+Findings find_foreign_files(const boost::filesystem::path& tree);
+
 /// Copies the tree to a directory that is not there yet. The copy need not outlast a crash of the machine:
 /// every run has its own.
 ///

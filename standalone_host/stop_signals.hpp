@@ -1,5 +1,7 @@
 #pragma once
 
+#include <chrono>
+
 namespace zant::velmora::standalone_host {
 
 /// The requests of the operating system to stop. To be made before any other thread is started: from then on
@@ -10,6 +12,9 @@ class Stop_Signals {
 
   /// Blocks until the program is told to stop, and says by what.
   const char* wait();
+
+  /// The same, but gives up after that time; null then.
+  const char* wait_for(std::chrono::milliseconds time);
 };
 
 }  // namespace zant::velmora::standalone_host

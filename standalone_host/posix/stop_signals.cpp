@@ -42,4 +42,13 @@ const char* Stop_Signals::wait() {
   return name_of(signal_number);
 }
 
+const char* Stop_Signals::wait_for(std::chrono::milliseconds time) {
+  const sigset_t signals = stop_signals();
+  const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(time);
+  const timespec limit = {seconds.count(), std::chrono::nanoseconds(time - seconds).count()};
+  // An interruption by another signal only shortens the wait.
+  const int signal_number = ::sigtimedwait(&signals, nullptr, &limit);
+  return signal_number > 0 ? name_of(signal_number) : nullptr;
+}
+
 }  // namespace zant::velmora::standalone_host

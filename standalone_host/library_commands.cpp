@@ -1,0 +1,68 @@
+#include <standalone_host/library_commands.hpp>
+
+#include <zant/velmora/apt/apt_constants.hpp>
+#include <zant/velmora/dnf/dnf_constants.hpp>
+
+#include <boost/algorithm/string/predicate.hpp>
+
+#include <map>
+#include <set>
+
+namespace zant::velmora::standalone_host::Library_Commands {
+namespace {
+
+// Without systemd nobody can tell whether a start would do anything; the library repeats it in every cycle.
+std::string unless_active(const std::string& unit) {
+  return "test ! -d /run/systemd/system || systemctl is-active --quiet " + unit;
+}
+
+constexpr const char* IMPORT_KEY_PREFIX = "rpm --import ";
+// Which keys rpm has says nothing of the file that would be imported. That it has one is near enough: the
+// import is repeated in every cycle, and never reported.
+constexpr const char* ANY_KEY_IMPORTED = "rpm --quiet --query gpg-pubkey";
+constexpr const char* NO_CONFLICTING_TIMER =
+    "! systemctl is-enabled --quiet dnf-automatic.timer dnf-automatic-download.timer "
+    "dnf-automatic-notifyonly.timer "
+    "2> /dev/null && "
+    "! systemctl is-active --quiet dnf-automatic.timer dnf-automatic-download.timer "
+    "dnf-automatic-notifyonly.timer";
+
+}  // namespace
+
+bool is_query(const std::string& command) {
+  static const std::set<std::string> queries = {
+      APT_Constants::ARCHITECTURE_QUERY,
+      APT_Constants::REPO_POLICY_QUERY,
+      APT_Constants::HOLD_QUERY,
+      APT_Constants::UNATTENDED_UPGRADES_PRESENCE,
+      APT_Constants::TIMER_STATUS,
+      APT_Constants::TIMER_NEEDS_RELOAD,
+      DNF_Constants::DNF_PRESENCE,
+      DNF_Constants::LOCK_QUERY,
+      DNF_Constants::DNF_AUTOMATIC_PRESENCE,
+      DNF_Constants::TIMER_STATUS,
+      DNF_Constants::TIMER_NEEDS_RELOAD,
+  };
+  return queries.contains(command);
+}
+
+std::string needlessness_query(const std::string& command) {
+  static const std::map<std::string, std::string> needless_when = {
+      {APT_Constants::START_UNATTENDED_UPGRADES, unless_active("unattended-upgrades.service")},
+      {APT_Constants::START_TIMER, unless_active(APT_Constants::APT_UPGRADE_TIMER)},
+      {APT_Constants::UNHOLD_PACKAGE, "! " + APT_Constants::HOLD_QUERY},
+      {DNF_Constants::START_TIMER, unless_active(DNF_Constants::DNF_AUTOMATIC_TIMER)},
+      {DNF_Constants::DISABLE_CONFLICTING_TIMERS, NO_CONFLICTING_TIMER},
+  };
+  if (boost::algorithm::starts_with(command, IMPORT_KEY_PREFIX)) {
+    return ANY_KEY_IMPORTED;
+  }
+  const auto found = needless_when.find(command);
+  return found == needless_when.end() ? "" : found->second;
+}
+
+bool releases_hold(const std::string& command) {
+  return command == APT_Constants::UNHOLD_PACKAGE || command == DNF_Constants::INCLUDE_PACKAGES;
+}
+
+}  // namespace zant::velmora::standalone_host::Library_Commands

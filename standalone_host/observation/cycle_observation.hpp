@@ -1,0 +1,48 @@
+#pragma once
+
+#include <standalone_host/observation/cycle_recorder.hpp>
+#include <standalone_host/observation/cycle_watch.hpp>
+#include <standalone_host/observation/log_observer.hpp>
+#include <standalone_host/package_factory.hpp>
+#include <standalone_host/settings.hpp>
+
+#include <zant/velmora/package_minder/package.hpp>
+
+#include <boost/filesystem/path.hpp>
+
+#include <memory>
+#include <string>
+
+namespace zant::velmora::standalone_host {
+
+/// What is kept and told of the cycles of one command: the record of the last one, the metrics if the
+/// settings want them, and one line for the service manager.
+class Cycle_Observation {
+ public:
+  /// @param program           "run" or "once".
+  /// @param staging_directory the working copy that the library renders into.
+  Cycle_Observation(const std::string& program, const Settings& settings, const Host_Services& services,
+                    const boost::filesystem::path& staging_directory);
+
+  /// Through which the library is to work.
+  const Host_Services& services() const noexcept { return observed_services_; }
+
+  /// The package that the minder is to work on.
+  std::shared_ptr<Package> observe(std::shared_ptr<Package> package) const;
+
+  const Cycle_Watch& watch() const noexcept { return *watch_; }
+
+ private:
+  std::shared_ptr<Cycle_Watch> watch_;
+  std::shared_ptr<Cycle_Recorder> recorder_;
+  Host_Services observed_services_;
+  Log_Observer log_observer_;
+};
+
+/// Takes away what the observation of cycles has left on the host.
+void remove_observations(const Settings& settings, Filesystem& filesystem);
+
+/// One line about a cycle.
+std::string describe(const Cycle_Record& record);
+
+}  // namespace zant::velmora::standalone_host

@@ -1,0 +1,41 @@
+#pragma once
+
+#include <standalone_host/reports/check_report.hpp>
+
+#include <zant/velmora/host/filesystem.hpp>
+#include <zant/velmora/host/system.hpp>
+
+#include <boost/filesystem/path.hpp>
+
+#include <chrono>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace zant::velmora::standalone_host {
+
+/// A key or subkey of a keyring that can sign.
+struct Signing_Key {
+  std::string fingerprint;
+  int algorithm = 0;  ///< RFC 4880, 9.1
+  int bits = 0;
+  bool revoked = false;
+  std::optional<std::chrono::system_clock::time_point> expiry;  ///< empty when it never expires
+};
+
+/// The keys of a binary or armoured keyring, as the host's gpg reads them; nothing when the host has no gpg
+/// or gpg cannot read the file. Changes nothing, not even gpg's own directory.
+std::optional<std::vector<Signing_Key>> read_keyring(System& system, const boost::filesystem::path& keyring);
+
+/// What a listing of `gpg --with-colons --show-keys` says.
+std::vector<Signing_Key> parse_key_listing(const std::string& listing);
+
+/// What is wrong with the keys, or soon will be.
+Findings find_key_faults(const boost::filesystem::path& keyring, const std::vector<Signing_Key>& keys,
+                         std::chrono::system_clock::time_point now);
+
+/// Looks at the repository's keyring in a staging tree.
+void check_keyring(System& system, Filesystem& filesystem, const boost::filesystem::path& keyring,
+                   Check_Report& report);
+
+}  // namespace zant::velmora::standalone_host
