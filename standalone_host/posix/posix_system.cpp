@@ -4,7 +4,6 @@
 #include <standalone_host/posix/command_environment.hpp>
 #include <standalone_host/posix/installation_command.hpp>
 
-#include <fmt/chrono.h>
 #include <fmt/format.h>
 #include <boost/algorithm/string/trim.hpp>
 
@@ -22,6 +21,10 @@ constexpr std::size_t LONGEST_COMMAND_IN_LOG = 500;
 std::string shortened(const std::string& command) {
   return command.size() <= LONGEST_COMMAND_IN_LOG ? command
                                                   : command.substr(0, LONGEST_COMMAND_IN_LOG) + "[...]";
+}
+
+std::string in_seconds(std::chrono::milliseconds duration) {
+  return fmt::format("{:g} s", std::chrono::duration<double>(duration).count());
 }
 
 std::string error_text_of(const Child_Process& child) {
@@ -60,14 +63,15 @@ int Posix_System::supervise_(Child_Process& child, const std::string& command) {
   }
   ZANT_LOG(log_, severity_level::warning) << fmt::format(
       "A command that changes packages takes longer than {}, leaving it to its end | Command: {}",
-      options_.time_limit, shortened(command));
+      in_seconds(options_.time_limit), shortened(command));
   child.run_to_end();
   return reap_(child, command);
 }
 
 int Posix_System::end_(Child_Process& child, const std::string& command) {
-  ZANT_LOG(log_, severity_level::error) << fmt::format(
-      "Ending a command that takes longer than {} | Command: {}", options_.time_limit, shortened(command));
+  ZANT_LOG(log_, severity_level::error)
+      << fmt::format("Ending a command that takes longer than {} | Command: {}",
+                     in_seconds(options_.time_limit), shortened(command));
   child.end_group(options_.kill_delay);
   // Whatever it says of itself at its end: it did not do what it was asked for.
   child.collect_exit_status();
@@ -80,8 +84,7 @@ int Posix_System::reap_(Child_Process& child, const std::string& command) {
   }
   ZANT_LOG(log_, severity_level::error) << fmt::format(
       "The exit status of a command is lost: this process ignores SIGCHLD, or something in it reaps the "
-      "children "
-      "of others | Command: {}",
+      "children of others | Command: {}",
       shortened(command));
   return Exit_Code::STATUS_LOST;
 }

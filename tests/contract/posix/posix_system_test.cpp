@@ -378,7 +378,7 @@ TEST_F(PosixSystem, ACommandBeyondTheTimeLimitIsEndedAndHasFailed) {
   EXPECT_EQ(result.exit_code, 124);
   EXPECT_EQ(result.output, "begun\n");
   EXPECT_THAT(log_.messages(ERROR),
-              ElementsAre("Ending a command that takes longer than 300ms | Command: echo begun; sleep 600"));
+              ElementsAre("Ending a command that takes longer than 0.3 s | Command: echo begun; sleep 600"));
 }
 
 TEST_F(PosixSystem, TheWholeProcessGroupIsEnded) {
@@ -461,7 +461,7 @@ TEST_F(PosixSystemInstallation, IsLeftToItsEndHoweverLongItTakes) {
   EXPECT_THAT(
       log_.messages(WARNING),
       ElementsAre(
-          "A command that changes packages takes longer than 300ms, leaving it to its end | Command: " +
+          "A command that changes packages takes longer than 0.3 s, leaving it to its end | Command: " +
           command));
 }
 
