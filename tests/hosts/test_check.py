@@ -1,0 +1,105 @@
+"""package-minder check finds what will bite, and says what to do about it."""
+
+import json
+
+import pytest
+from disposable_hosts.apt import site as apt
+from disposable_hosts.package_minder import STAGING
+
+FINDINGS = 1
+
+pytestmark = pytest.mark.xdist_group("check")
+
+
+@pytest.fixture(scope="module")
+def site(open_shared_site):
+    """One site for all tests here: each puts back what it changed."""
+    return open_shared_site()
+
+
+def findings(site, settings=""):
+    """The codes, after checking that nothing was changed and that each has all its parts."""
+    before = site.host.snapshot()
+    result = site.minder.run(f"{settings} check --json", check=False)
+    assert site.differences_since(before) == []
+    found = json.loads(result.output)["findings"]
+    assert result.status == (FINDINGS if found else 0), str(result)
+    assert all(finding["code"] and finding["where"] and finding["message"] and finding["remedy"] for finding in found)
+    return [finding["code"] for finding in found]
+
+
+def test_a_good_host_has_no_findings(site):
+    assert findings(site) == []
+    page = site.minder.run("check")
+    assert "Nothing found that needs to be put right." in page.output
+
+
+def test_without_gpg_the_keys_are_said_to_be_unchecked(site):
+    if site.host.succeeds("command -v gpg"):
+        pytest.skip("this host has gpg")
+    seen = json.loads(site.minder.run("check --json").output)
+
+    assert [unchecked["code"] for unchecked in seen["unchecked"]] == ["keyring"]
+
+
+@pytest.mark.parametrize(
+    "settings, code",
+    [
+        ("--set package.apt.repo.colour=blue", "settings.unknown_key"),
+        ("--set minder.interval=soon", "settings.bad_value"),
+        ("--set 'package.apt.repo.origins_pattern=x=y=z'", "settings.bad_value"),
+        ("--set 'package.dnf.repo.gpg_key=https://a/$(reboot)'", "settings.bad_value"),
+        ("--set 'package.apt.repo.url=${package.apt.repo.url}'", "settings.circular_reference"),
+        ("--set 'package.apt.upgrade_timer.on_calendar=Mon 27:00'", "schedule.bad_calendar"),
+        ("--set 'package.apt.upgrade_timer.randomized_delay=a while'", "schedule.bad_delay"),
+        ("--set minder.metrics_file=/srv/nowhere/m.prom", "metrics.directory_missing"),
+        ("--set minder.staging_directory=/srv/nothing", "staging.missing"),
+    ],
+)
+def test_what_is_wrong_with_the_settings_is_found(site, settings, code):
+    assert code in findings(site, settings)
+
+
+@pytest.mark.parametrize(
+    "spoil, mend, code",
+    [
+        (f"touch {STAGING}/config-files/apt/20auto-upgrade", f"rm {STAGING}/config-files/apt/20auto-upgrade", "staging.foreign_file"),
+        (f"chmod 0777 {STAGING}/keyrings", f"chmod 0755 {STAGING}/keyrings", "staging.writable_by_others"),
+        (f"mv {STAGING}/config-files/apt/20auto-upgrades /root/", f"mv /root/20auto-upgrades {STAGING}/config-files/apt/", "staging.file_missing"),
+        ("systemctl mask apt-daily.timer", "systemctl unmask apt-daily.timer", "units.masked"),
+        ("mount --bind /etc/apt/sources.list.d /etc/apt/sources.list.d && mount -o remount,ro,bind /etc/apt/sources.list.d",
+         "umount /etc/apt/sources.list.d", "host.read_only"),
+        ("mv /usr/bin/apt-mark /usr/bin/apt-mark.away", "mv /usr/bin/apt-mark.away /usr/bin/apt-mark", "tools.missing"),
+        ("mv /etc/os-release /etc/saved", "mv /etc/saved /etc/os-release", "host.unsupported"),
+    ],
+)
+def test_what_is_wrong_with_the_host_is_found(site, spoil, mend, code):
+    site.host.run(spoil)
+    try:
+        assert findings(site) == [code]
+    finally:
+        site.host.run(mend)
+
+
+def test_an_armoured_keyring_is_found(site):
+    keyring = f"{STAGING}/keyrings/zant-velmora.gpg"
+    site.host.run(f"cp {keyring} /root/keyring && printf -- '-----BEGIN PGP PUBLIC KEY BLOCK-----\\n' > {keyring}")
+
+    assert "keyring.armoured" in findings(site)
+    site.host.run(f"cp /root/keyring {keyring}")
+
+
+@pytest.mark.parametrize(
+    "options, code", [("[signed-by=/usr/share/keyrings/x.gpg] ", "repository.listed_with_another_key"), ("", "repository.listed_twice")]
+)
+def test_the_same_repository_in_another_list_is_found(site, options, code):
+    site.host.write("/etc/apt/sources.list.d/other.list", f"deb {options}{site.repository_url().rstrip('/')} systemd-production main\n")
+
+    assert findings(site) == [code]
+    site.host.remove("/etc/apt/sources.list.d/other.list")
+
+
+def test_a_schedule_without_systemd_is_found(open_site):
+    site = open_site("bookworm-sysvinit")
+
+    assert "schedule.no_systemd" in findings(site, f"--set {apt.DELAY_KEY}=1h")
