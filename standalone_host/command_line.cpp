@@ -36,6 +36,7 @@ struct Options {
   bool upgrades_only = false;
   bool plan_only = false;
   bool json = false;
+  bool on_removal = false;
 };
 
 CLI::Validator key_and_value() {
@@ -96,6 +97,10 @@ std::map<const CLI::App*, Command> add_commands(CLI::App& app, Options& options)
   CLI::App* purge = add("purge", "Undo what was set up on the host");
   purge->add_flag("--upgrades-only", options.upgrades_only,
                   "Undo the automatic upgrades and leave the repository registered");
+  purge
+      ->add_flag("--on-removal", options.on_removal,
+                 "Only if minder.purge_on_removal is set; what the removal of the program runs")
+      ->excludes("--upgrades-only");
   commands[purge] = Command::PURGE;
   CLI::Option* plan_only = purge->add_flag("--plan", options.plan_only, "Say what would be undone, and undo nothing");
   add_json_flag(*purge, options)->needs(plan_only);
@@ -158,7 +163,8 @@ Parsed_Command_Line parse_command_line(int argc, const char* const* argv, std::o
   }
 
   const Command command = commands.at(app.get_subcommands().front());
-  return {Command_Line{command, options.upgrades_only, settings_sources(options), options.plan_only, options.json},
+  return {Command_Line{command, options.upgrades_only, settings_sources(options), options.plan_only, options.json,
+                       options.on_removal},
           Exit_Status::DONE};
 }
 

@@ -180,6 +180,9 @@ class Commands {
 }  // namespace
 
 int carry_out(const Command_Line& command_line, const Settings& settings, const Host_Services& services) {
+  if (command_line.on_removal && !settings.purge_on_removal()) {
+    return Exit_Status::DONE;
+  }
   refuse_if_any(find_staging_tree_faults(settings.staging_directory()));
   if (command_line.plan_only) {
     return Report_Commands::plan(command_line, settings, services);

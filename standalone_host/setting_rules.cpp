@@ -98,6 +98,7 @@ const std::vector<Setting_Rule>& rules() {
   static const std::vector<Setting_Rule> all = {
       {"minder.interval", whole_number(1, 3600, "seconds")},
       {"minder.automatic_upgrades", one_of({"true", "false", "yes", "no", "on", "off"})},
+      {"minder.purge_on_removal", one_of({"true", "false", "yes", "no", "on", "off"})},
       {"minder.staging_directory", check_directory},
       {"minder.state_directory", check_directory},
       {"minder.command_time_limit", whole_number(1, 86400, "seconds")},

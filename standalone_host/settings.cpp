@@ -87,6 +87,7 @@ AutoPtr<AbstractConfiguration> make_defaults() {
   AutoPtr<MapConfiguration> defaults(new MapConfiguration);
   defaults->setString("minder.interval", "3600");
   defaults->setString("minder.automatic_upgrades", "true");
+  defaults->setString("minder.purge_on_removal", "false");
   defaults->setString("minder.staging_directory", Build_Config::STAGING_DIRECTORY);
   defaults->setString("minder.state_directory", Build_Config::STATE_DIRECTORY);
   defaults->setString("minder.command_time_limit", "1800");
@@ -179,6 +180,10 @@ std::chrono::seconds Settings::interval() const {
 
 bool Settings::automatic_upgrades() const {
   return configuration_->getBool("minder.automatic_upgrades");
+}
+
+bool Settings::purge_on_removal() const {
+  return configuration_->getBool("minder.purge_on_removal");
 }
 
 boost::filesystem::path Settings::staging_directory() const {

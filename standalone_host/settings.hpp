@@ -42,6 +42,7 @@ class Settings {
 
   std::chrono::seconds interval() const;
   bool automatic_upgrades() const;
+  bool purge_on_removal() const;
   boost::filesystem::path staging_directory() const;
   boost::filesystem::path state_directory() const;
   std::chrono::seconds command_time_limit() const;

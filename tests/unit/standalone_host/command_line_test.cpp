@@ -46,6 +46,11 @@ TEST_F(CommandLine, PurgesAllUnlessToldOtherwise) {
   EXPECT_TRUE(parsed({"purge", "--upgrades-only"}).upgrades_only);
 }
 
+TEST_F(CommandLine, PurgesOnRemovalOnlyWhenToldSo) {
+  EXPECT_FALSE(parsed({"purge"}).on_removal);
+  EXPECT_TRUE(parsed({"purge", "--on-removal"}).on_removal);
+}
+
 TEST_F(CommandLine, ReadsTheUsualSettingsFileIfItIsThere) {
   const auto settings = parsed({"once"}).settings;
 
@@ -98,6 +103,7 @@ INSTANTIATE_TEST_SUITE_P(, WrongUsage,
                                            std::vector<const char*>{"once", "hold"},
                                            std::vector<const char*>{"once", "--loudly"},
                                            std::vector<const char*>{"once", "--upgrades-only"},
+                                           std::vector<const char*>{"purge", "--upgrades-only", "--on-removal"},
                                            std::vector<const char*>{"once", "further"},
                                            std::vector<const char*>{"once", "--set"},
                                            std::vector<const char*>{"once", "--set", "minder.interval"},

@@ -71,14 +71,18 @@ class CommandsTest : public ::testing::Test {
     sources_.overrides.emplace_back(key, value);
   }
 
-  int carry_out(Command command, bool upgrades_only = false) {
+  int carry_out(Command command, bool upgrades_only = false, bool on_removal = false) {
     Settings_Sources sources = sources_;
     sources.file = "/nowhere";
     sources.overrides.emplace_back("minder.staging_directory", staging().string());
     sources.overrides.emplace_back("minder.state_directory", state().string());
     const Settings settings(sources);
-    return standalone_host::carry_out(Command_Line{command, upgrades_only, sources}, settings, services_);
+    Command_Line line{command, upgrades_only, sources};
+    line.on_removal = on_removal;
+    return standalone_host::carry_out(line, settings, services_);
   }
+
+  int purge_on_removal() { return carry_out(Command::PURGE, false, true); }
 
   std::string refusal_of(Command command, int exit_status) {
     try {
@@ -274,6 +278,29 @@ TEST_F(CommandsTest, PurgeOfTheUpgradesLeavesTheRepository) {
 
   EXPECT_THAT(files_in_etc(),
               ElementsAre("sources.list.d/zant-velmora.list", "trusted.gpg.d/zant-velmora.gpg"));
+}
+
+TEST_F(CommandsTest, PurgeOnRemovalUndoesNothingUnlessTheSettingsAskForIt) {
+  carry_out(Command::ONCE);
+
+  EXPECT_EQ(purge_on_removal(), 0);
+
+  EXPECT_THAT(files_in_etc(), SET_UP);
+}
+
+TEST_F(CommandsTest, PurgeOnRemovalUndoesAllWhenTheSettingsAskForIt) {
+  carry_out(Command::ONCE);
+  given_setting("minder.purge_on_removal", "true");
+
+  EXPECT_EQ(purge_on_removal(), 0);
+
+  EXPECT_THAT(files_in_etc(), IsEmpty());
+}
+
+TEST_F(CommandsTest, ARemovalThatIsToUndoNothingIsNotHeldUpByABrokenStagingTree) {
+  boost::filesystem::remove_all(staging());
+
+  EXPECT_EQ(purge_on_removal(), 0);
 }
 
 TEST_F(CommandsTest, PurgeFailsWhenSomethingStays) {

@@ -86,6 +86,7 @@ INSTANTIATE_TEST_SUITE_P(
         Key_And_Value{"minder.interval", "60s"}, Key_And_Value{"minder.interval", "0x10"},
         Key_And_Value{"minder.interval", "99999999999"},
         Key_And_Value{"minder.automatic_upgrades", "perhaps"},
+        Key_And_Value{"minder.purge_on_removal", "never"},
         Key_And_Value{"minder.staging_directory", "staging"}, Key_And_Value{"minder.staging_directory", ""},
         Key_And_Value{"minder.state_directory", "/var/\nlib"},
         Key_And_Value{"minder.command_time_limit", "0"}, Key_And_Value{"minder.command_kill_delay", "601"},

@@ -50,6 +50,7 @@ TEST_F(SettingsTest, HaveDefaultsWithoutAFile) {
 
   EXPECT_EQ(settings.interval(), std::chrono::seconds(3600));
   EXPECT_TRUE(settings.automatic_upgrades());
+  EXPECT_FALSE(settings.purge_on_removal());
   EXPECT_TRUE(
       boost::algorithm::ends_with(settings.staging_directory().string(), "/share/package-minder/staging"));
   EXPECT_TRUE(boost::algorithm::ends_with(settings.state_directory().string(), "/lib/package-minder"));
@@ -70,6 +71,7 @@ TEST_F(SettingsTest, OfTheFileWinOverTheDefaults) {
       "# a comment\n"
       "minder.interval = 60\n"
       "minder.automatic_upgrades=no\n"
+      "minder.purge_on_removal = yes\n"
       "minder.staging_directory: /srv/staging\n"
       "minder.state_directory = /srv/state\n"
       "minder.command_time_limit = 100\n"
@@ -82,6 +84,7 @@ TEST_F(SettingsTest, OfTheFileWinOverTheDefaults) {
 
   EXPECT_EQ(settings.interval(), std::chrono::seconds(60));
   EXPECT_FALSE(settings.automatic_upgrades());
+  EXPECT_TRUE(settings.purge_on_removal());
   EXPECT_EQ(settings.staging_directory(), "/srv/staging");
   EXPECT_EQ(settings.state_directory(), "/srv/state");
   EXPECT_EQ(settings.command_time_limit(), std::chrono::seconds(100));
