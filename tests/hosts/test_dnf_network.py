@@ -15,8 +15,8 @@ ONE_CYCLE = {**IMPATIENT, "minder.interval": 3600, "minder.log.level": "trace"}
 PATIENT = 300
 
 NO_KEY = "the repository's key is not imported"
-ENDED_IMPORT = "Ending a command that takes longer than 2000ms | Command: rpm --import"
-ENDED_QUERY = "Ending a command that takes longer than 2000ms | Command: dnf repoquery"
+ENDED_IMPORT = f"Ending a command that takes longer than {TIME_LIMIT} s | Command: rpm --import"
+ENDED_QUERY = f"Ending a command that takes longer than {TIME_LIMIT} s | Command: dnf repoquery"
 
 
 def _processes_of_the_service(site):
