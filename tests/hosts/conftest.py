@@ -13,7 +13,7 @@ from disposable_hosts import bundle as bundles
 from disposable_hosts import image, machine
 from disposable_hosts.catalog import RECIPES
 from disposable_hosts.certificate import CertificateAuthority
-from disposable_hosts.host import Host
+from disposable_hosts.host import Host, running_hosts
 from disposable_hosts.signing_key import SigningKey
 from disposable_hosts.web_server import NAME
 
@@ -41,6 +41,9 @@ def pytest_runtest_makereport():
         # A test that nobody ran must not pass for one that succeeded.
         report.outcome = "failed"
         report.longrepr = f"skipped, which is a failure with CI=true: {report.longrepr[-1]}"
+    elif report.failed:
+        for host in running_hosts():
+            report.sections.append(("what the host looks like", host.diagnosis()))
 
 
 @pytest.fixture(scope="session", autouse=True)

@@ -42,7 +42,22 @@ exec systemd-nspawn --quiet --directory="$base/root" --machine="$name" --registe
     --console=pipe --link-journal=no --private-network --kill-signal=KILL --boot
 """
 
+# What explains most failures, on hosts of every family.
+DIAGNOSIS = """
+systemctl list-timers --all --no-pager
+systemctl --failed --no-pager
+journalctl --no-pager --lines=150 --output=short-precise
+tail --lines=40 /var/log/unattended-upgrades/*.log /var/log/dnf.log
+ps -ef --forest
+"""
+
 _numbers = itertools.count(1)
+_running = []
+
+
+def running_hosts():
+    """The hosts that this program has booted and not yet ended."""
+    return list(_running)
 
 
 @dataclass(frozen=True)
@@ -81,6 +96,8 @@ class Host:
         remove_leftovers()
         with contextlib.ExitStack() as stack:
             self._boot(stack)
+            _running.append(self)
+            stack.callback(_running.remove, self)
             self._cleanup = stack.pop_all()
         return self
 
@@ -162,6 +179,10 @@ class Host:
     def journal(self, unit):
         """The messages of a systemd unit since boot, one per line."""
         return self.run(f"journalctl --quiet --no-pager --output=cat --unit={shlex.quote(unit)}").output
+
+    def diagnosis(self):
+        """What a person would look at first after a failure."""
+        return self.run(f"({DIAGNOSIS}) 2>&1", check=False).output
 
     def add_name(self, name):
         """Makes the host know `name` as its own address."""

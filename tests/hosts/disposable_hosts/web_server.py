@@ -108,7 +108,8 @@ def _serve(directory, credentials=None):
         context = ssl.create_default_context(ssl.Purpose.CLIENT_AUTH)
         context.load_cert_chain(credentials)
         secure = _Server(("127.0.0.1", HTTPS_PORT), handler)
-        secure.socket = context.wrap_socket(secure.socket, server_side=True)
+        # The handshake belongs to the connection's own thread: in the listener's, one slow client would stop all.
+        secure.socket = context.wrap_socket(secure.socket, server_side=True, do_handshake_on_connect=False)
         servers.append(secure)
     for server in servers[1:]:
         threading.Thread(target=server.serve_forever, daemon=True).start()

@@ -81,7 +81,8 @@ class AptSite(Site):
         return self.host.run(f"dpkg-query --show --showformat='${{Version}}' {shlex.quote(name)}", check=False).output
 
     def holds(self):
-        return self.host.output_of("apt-mark showhold").split()
+        """The held packages, as dpkg has them: apt-mark may fail while another APT command writes its cache."""
+        return self.host.output_of("dpkg --get-selections | sed -n 's/[[:space:]]*hold$//p'").split()
 
     def missing_files(self, *, drop_ins=True):
         """Those of package-minder's files that are not installed."""
