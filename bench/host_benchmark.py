@@ -1,4 +1,4 @@
-"""Runs host_cycle on a disposable host that is in step: host_benchmark.py BUILD_DIRECTORY ROUNDS."""
+"""Runs host_cycle on disposable hosts that are in step: host_benchmark.py BUILD_DIRECTORY ROUNDS."""
 
 import pathlib
 import sys
@@ -9,18 +9,24 @@ sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent.parent / "tests" 
 # pylint: disable=wrong-import-position
 from disposable_hosts import bundle as bundles  # noqa: E402
 from disposable_hosts.apt.site import AptSite  # noqa: E402
+from disposable_hosts.dnf.repository import KEY_ALGORITHM as DNF_KEY_ALGORITHM  # noqa: E402
+from disposable_hosts.dnf.site import DnfSite  # noqa: E402
 from disposable_hosts.signing_key import SigningKey  # noqa: E402
 
 # The program's own libraries and loader, which the host does not have.
 LOADER = "/usr/lib/package-minder/ld-linux-x86-64.so.2 --library-path /usr/lib/package-minder"
 
 
-def measure_apt(bundle, key, program, rounds):
-    with AptSite("bookworm", bundle, key) as site:
-        site.install_package("1.0")
-        site.install_minder()
-        site.minder.once()
-        return run(site.host, program, rounds, site.settings())
+def measure(image, bundle, program, rounds):
+    is_dnf = image.startswith("el-")
+    key_options = {"algorithm": DNF_KEY_ALGORITHM} if is_dnf else {}
+    make_site = DnfSite if is_dnf else AptSite
+    with tempfile.TemporaryDirectory() as directory, SigningKey(pathlib.Path(directory), **key_options) as key:
+        with make_site(image, bundle, key) as site:
+            site.install_package("1.0")
+            site.install_minder()
+            site.minder.once()
+            return run(site.host, program, rounds, site.settings())
 
 
 def run(host, program, rounds, settings):
@@ -34,11 +40,9 @@ def run(host, program, rounds, settings):
 def main(build_directory, rounds):
     program = pathlib.Path(build_directory) / "bench" / "host_cycle"
     with tempfile.TemporaryDirectory() as directory:
-        base = pathlib.Path(directory)
-        bundle = bundles.make(build_directory, base / "bundle")
-        (base / "key").mkdir()
-        with SigningKey(base / "key") as key:
-            print("-- bookworm, APT", measure_apt(bundle, key, program, rounds), sep="\n")
+        bundle = bundles.make(build_directory, pathlib.Path(directory) / "bundle")
+        for image in ("bookworm", "el-bookworm"):
+            print(f"-- {image}", measure(image, bundle, program, rounds), sep="\n", flush=True)
 
 
 if __name__ == "__main__":
