@@ -3,6 +3,8 @@
 
 #include <standalone_host/posix/posix_system.hpp>
 
+#include <boost/log/core.hpp>
+
 #include <sys/mman.h>
 
 #include <algorithm>
@@ -56,6 +58,7 @@ void* make_resident(std::size_t bytes) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  boost::log::core::get()->set_logging_enabled(false);
   const std::size_t gibibytes = argc > 1 ? std::strtoul(argv[1], nullptr, 10) : 8;
   Posix_System system(Posix_System::Options{});
 

@@ -24,10 +24,15 @@ void run_cycle(Package_Minder& minder) {
 }
 
 void steady_cycle(benchmark::State& state, const Steady_Family& family) {
-  const auto minder = make_steady_minder(family);
+  const auto system = std::make_shared<Steady_System>();
+  const auto minder = make_steady_minder(family, system);
+  const std::size_t commands_before = system->commands();
   for (auto _ : state) {
     run_cycle(*minder);
   }
+  // That a cycle came to its end, and not to an early failure.
+  const auto commands = static_cast<double>(system->commands() - commands_before);
+  state.counters["commands_per_cycle"] = commands / static_cast<double>(state.iterations());
 }
 
 BENCHMARK_CAPTURE(steady_cycle, apt, steady_apt())->Unit(benchmark::kMicrosecond);

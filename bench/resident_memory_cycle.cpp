@@ -3,7 +3,8 @@
 #include "steady_host.hpp"
 
 extern "C" __attribute__((visibility("default"))) void run_one_cycle() {
-  const auto minder = zant::velmora::bench::make_steady_minder(zant::velmora::bench::steady_apt());
+  using namespace zant::velmora::bench;
+  const auto minder = make_steady_minder(steady_apt(), std::make_shared<Steady_System>());
   minder->update_package_lock_if_necessary();
   minder->initialize_unattended_upgrades_if_necessary();
 }

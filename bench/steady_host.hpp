@@ -44,10 +44,16 @@ inline Steady_Family steady_dnf() {
 class Steady_System : public System {
  public:
   Command_Result run_command(const std::string& command, bool) override {
+    ++commands_;
     const bool finds_nothing =
         command.starts_with("apt-mark showhold") || command.starts_with("systemctl show");
     return {"", finds_nothing ? 1 : 0};
   }
+
+  std::size_t commands() const { return commands_; }
+
+ private:
+  std::size_t commands_ = 0;
 };
 
 /// Files that are all in step.
@@ -91,7 +97,8 @@ class Steady_Filesystem : public Filesystem {
 };
 
 /// A minder over such a host, with both drop-ins wanted.
-inline std::shared_ptr<Package_Minder> make_steady_minder(const Steady_Family& family) {
+inline std::shared_ptr<Package_Minder> make_steady_minder(const Steady_Family& family,
+                                                          const std::shared_ptr<Steady_System>& system) {
   Poco::AutoPtr<Poco::Util::LayeredConfiguration> settings(new Poco::Util::LayeredConfiguration);
   Poco::AutoPtr<Poco::Util::MapConfiguration> values(new Poco::Util::MapConfiguration);
   values->setString(std::string(family.settings_prefix) + ".upgrade_timer.on_calendar", "*-*-* 02:00:00");
@@ -99,8 +106,7 @@ inline std::shared_ptr<Package_Minder> make_steady_minder(const Steady_Family& f
   settings->add(values);
 
   const auto filesystem = std::make_shared<Steady_Filesystem>(family);
-  const Linux_Package_Facilitator facilitator(filesystem, std::make_shared<Steady_System>(), *settings,
-                                              "/staging");
+  const Linux_Package_Facilitator facilitator(filesystem, system, *settings, "/staging");
   return std::make_shared<Package_Minder>(
       facilitator.create_package(facilitator.create_package_config(true)));
 }
