@@ -17,7 +17,7 @@ from disposable_hosts.host import Host, running_hosts
 from disposable_hosts.signing_key import SigningKey
 from disposable_hosts.web_server import NAME
 
-pytest_plugins = ("apt_fixtures", "dnf_fixtures")
+pytest_plugins = ("apt_fixtures", "dnf_fixtures", "package_fixtures")
 
 CHECKOUT = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
 

@@ -4,8 +4,6 @@ An image is built once per recipe with mmdebstrap from the machine's own package
 mirror, and never written to again.
 """
 
-import contextlib
-import fcntl
 import hashlib
 import json
 import re
@@ -16,6 +14,7 @@ import time
 from dataclasses import asdict, dataclass
 
 from disposable_hosts import machine
+from disposable_hosts.locking import locked
 
 # Part of every recipe's key: raise it when the steps below change what an image holds.
 BUILDER_VERSION = 1
@@ -59,7 +58,7 @@ def provide(recipe, say=print):
     tree.parent.mkdir(parents=True, exist_ok=True)
     archive = tree.with_suffix(".tar")
     # Another builder may be at the same image; whoever comes second finds it made.
-    with _locked(tree.with_suffix(".lock")):
+    with locked(tree.with_suffix(".lock")):
         if not archive.exists():
             _build(recipe, archive, say)
         if not tree.exists():
@@ -139,10 +138,3 @@ def _mirror_options():
         ["apt-config", "dump", "--no-empty", "--format", '%F "%v"%n', "Acquire"], check=True, capture_output=True, text=True
     ).stdout
     return [line for line in dump.splitlines() if MIRROR_OPTIONS.match(line)]
-
-
-@contextlib.contextmanager
-def _locked(path):
-    with open(path, "w", encoding="utf-8") as file:
-        fcntl.flock(file, fcntl.LOCK_EX)
-        yield

@@ -8,6 +8,7 @@ from disposable_hosts.site import EVERY_FEW_SECONDS, Site
 
 SUITES = ("systemd-production", "sysvinit-production")
 REPOSITORY = "velmora-apt-repo"
+SHIPPED_KEYRING = f"{STAGING}/keyrings/zant-velmora.gpg"
 KEYRING = "/etc/apt/trusted.gpg.d/zant-velmora.gpg"
 SOURCE_LIST = "/etc/apt/sources.list.d/zant-velmora.list"
 APT_CONFIGURATION = "/etc/apt/apt.conf.d"
@@ -61,8 +62,12 @@ class AptSite(Site):
     def install_minder(self, changes=None):
         """Puts package-minder, the keyring and a settings file onto the host; `changes` as for settings()."""
         self.minder.install(self._bundle)
-        self.host.write(f"{STAGING}/keyrings/zant-velmora.gpg", self._key.public_key())
+        self.install_keyring()
         self.minder.configure(self.settings(changes))
+
+    def install_keyring(self):
+        """Gives package-minder the key of the vendor's repository, as an administrator does where none was shipped."""
+        self.host.write(SHIPPED_KEYRING, self._key.public_key())
 
     def take_away_unattended_upgrades(self):
         """Makes a host that does not have it yet; its distribution, on this site's server, offers it."""

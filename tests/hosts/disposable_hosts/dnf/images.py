@@ -53,8 +53,9 @@ def _build_package(name):
 
 LIKE_EL = (
     _write("/etc/os-release", OS_RELEASE),
-    # On EL, sh is bash; Debian's rpm keeps its database in the home directory.
+    # On EL, sh is bash, and libraries are in /usr/lib64; Debian's rpm keeps its database in the home directory.
     _in_image("ln -sf bash /usr/bin/sh"),
+    _in_image("echo /usr/lib64 > /etc/ld.so.conf.d/el.conf && mkdir /usr/share/licenses"),
     _write("/etc/rpm/macros", "%_dbpath /var/lib/rpm\n%__gpg /usr/bin/gpg\n"),
     *_build_package("system-release"),
     *_build_package("dnf-automatic"),

@@ -48,8 +48,12 @@ class DnfRepository:
 
     def publish(self, version, name=PACKAGE):
         """Adds one version of a package; returns the path of its .rpm."""
-        package = self._store / build_package(name, version).name
-        shutil.copy(build_package(name, version), package)
+        return self.publish_file(build_package(name, version))
+
+    def publish_file(self, unsigned):
+        """Adds a ready-made package, signed; returns the path of its .rpm."""
+        package = self._store / Path(unsigned).name
+        shutil.copy(unsigned, package)
         self._sign(package)
         self._packages.append(package)
         self._put_in_place(self._build_edition())
