@@ -4,7 +4,7 @@
 //
 //   embedding_host STAGING_DIRECTORY      (a writable copy of the staging tree)
 
-#include "services.hpp"
+#include "../../../examples/complete_host/services.hpp"
 
 #include <zant/logging/source.hpp>
 #include <zant/velmora/facilitators/linux_package_facilitator.hpp>
