@@ -26,7 +26,8 @@ constexpr const char* DESCRIPTION =
 
 constexpr const char* FOOTER =
     "Exit status: 0 done; 1 the work failed, or check found something; 2 plan found something to change;\n"
-    "64 wrong usage; 69 no supported package manager; 75 another package-minder is at work here; 77 not run as root; 78 settings or staging tree not usable.";
+    "64 wrong usage; 69 no supported package manager; 75 another package-minder is at work here; 77 not run "
+    "as root; 78 settings or staging tree not usable.";
 
 // What CLI11 fills while it reads.
 struct Options {
@@ -102,7 +103,8 @@ std::map<const CLI::App*, Command> add_commands(CLI::App& app, Options& options)
                  "Only if minder.purge_on_removal is set; what the removal of the program runs")
       ->excludes("--upgrades-only");
   commands[purge] = Command::PURGE;
-  CLI::Option* plan_only = purge->add_flag("--plan", options.plan_only, "Say what would be undone, and undo nothing");
+  CLI::Option* plan_only =
+      purge->add_flag("--plan", options.plan_only, "Say what would be undone, and undo nothing");
   add_json_flag(*purge, options)->needs(plan_only);
   add_reports(app, options, commands);
   app.require_subcommand(1);
@@ -163,8 +165,8 @@ Parsed_Command_Line parse_command_line(int argc, const char* const* argv, std::o
   }
 
   const Command command = commands.at(app.get_subcommands().front());
-  return {Command_Line{command, options.upgrades_only, settings_sources(options), options.plan_only, options.json,
-                       options.on_removal},
+  return {Command_Line{command, options.upgrades_only, settings_sources(options), options.plan_only,
+                       options.json, options.on_removal},
           Exit_Status::DONE};
 }
 

@@ -61,7 +61,8 @@ std::string check_directory(const std::string& value) {
 // The node exporter reads files of this name alone.
 std::string check_metrics_file(const std::string& value) {
   const bool is_path = value.starts_with('/') && value.ends_with(".prom") && !has_control_character(value);
-  return value.empty() || is_path ? "" : "must be the absolute path of a file whose name ends in .prom, or empty";
+  return value.empty() || is_path ? ""
+                                  : "must be the absolute path of a file whose name ends in .prom, or empty";
 }
 
 std::string check_text(const std::string& value) {

@@ -40,7 +40,8 @@ struct Layer {
 
 [[noreturn]] void refuse_file(const boost::filesystem::path& file, const std::string& what,
                               const std::string& remedy) {
-  throw Refusal(Exit_Status::BAD_SETTINGS, Findings{{file.string(), what, remedy, Finding_Code::UNREADABLE_SETTINGS}});
+  throw Refusal(Exit_Status::BAD_SETTINGS,
+                Findings{{file.string(), what, remedy, Finding_Code::UNREADABLE_SETTINGS}});
 }
 
 std::string read_settings_file(const boost::filesystem::path& file) {
@@ -129,13 +130,15 @@ std::optional<Finding> judge(const Layer& layer, const std::string& key,
     value = configuration.getString(key);
   } catch (const Poco::Exception&) {
     return Finding{layer.name, key + " refers to itself",
-                   "a reference ${...} names another key, and never in a circle", "settings.circular_reference"};
+                   "a reference ${...} names another key, and never in a circle",
+                   "settings.circular_reference"};
   }
   const std::string remedy = value.size() > LONGEST_VALUE ? "must not be that long" : rule->find_fault(value);
   if (remedy.empty()) {
     return std::nullopt;
   }
-  return Finding{layer.name, fmt::format("{} is \"{}\"", key, printable(value)), remedy, "settings.bad_value"};
+  return Finding{layer.name, fmt::format("{} is \"{}\"", key, printable(value)), remedy,
+                 "settings.bad_value"};
 }
 
 // A bad value is reported where it stands, and only there: what is overridden has no effect.

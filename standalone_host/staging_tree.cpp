@@ -89,7 +89,7 @@ Findings find_template_faults(const path& tree) {
       findings.push_back(
           {file.string(), fmt::format("this template cannot be filled: {}", error.what()),
            "write braces that are text twice, and no more placeholders than the file has values",
-                          "staging.bad_template"});
+           "staging.bad_template"});
     }
   }
   return findings;
@@ -97,7 +97,8 @@ Findings find_template_faults(const path& tree) {
 
 Findings find_static_file_faults(const path& tree) {
   const path file = tree / "config-files" / "apt" / APT_Constants::APT_AUTO_UPGRADES_FILE;
-  return is_file(file) ? Findings{} : Findings{{file.string(), "this file is missing", REINSTALL, "staging.file_missing"}};
+  return is_file(file) ? Findings{}
+                       : Findings{{file.string(), "this file is missing", REINSTALL, "staging.file_missing"}};
 }
 
 // What is copied and examined goes by the tree itself: no links that lead out of it to further directories.
@@ -147,8 +148,7 @@ Findings find_staging_tree_faults(const path& tree) {
   boost::system::error_code ignored;
   if (!boost::filesystem::is_directory(tree, ignored)) {
     return {{tree.string(), "this directory, the staging tree, is missing",
-             "install it, or name another one with minder.staging_directory",
-             "staging.missing"}};
+             "install it, or name another one with minder.staging_directory", "staging.missing"}};
   }
   Findings findings = find_template_faults(tree);
   append(findings, find_static_file_faults(tree));

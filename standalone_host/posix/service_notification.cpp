@@ -19,7 +19,9 @@ void ready(const std::string& status) {
   notify("READY=1\nSTATUS=" + status);
 }
 
-void status(const std::string& status) { notify("STATUS=" + status); }
+void status(const std::string& status) {
+  notify("STATUS=" + status);
+}
 
 std::chrono::milliseconds watchdog_interval() {
   std::uint64_t limit_in_microseconds = 0;
@@ -27,10 +29,13 @@ std::chrono::milliseconds watchdog_interval() {
     return std::chrono::milliseconds::zero();
   }
   // Twice within the limit, as sd_watchdog_enabled(3) recommends.
-  return std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::microseconds(limit_in_microseconds / 2));
+  return std::chrono::duration_cast<std::chrono::milliseconds>(
+      std::chrono::microseconds(limit_in_microseconds / 2));
 }
 
-void alive() { notify("WATCHDOG=1"); }
+void alive() {
+  notify("WATCHDOG=1");
+}
 
 void stopping(const std::string& status) {
   notify("STOPPING=1\nSTATUS=" + status);

@@ -22,7 +22,7 @@ bool is_text(const std::string& contents) {
   });
 }
 
-std::vector<std::string> lines_of(const std::string& text) {
+std::vector<std::string> diff_lines_of(const std::string& text) {
   std::vector<std::string> lines;
   std::istringstream stream(text);
   for (std::string line; std::getline(stream, line);) {
@@ -65,7 +65,7 @@ std::string unified_diff(const File_Change& change) {
   if (!is_text(before) || !is_text(after)) {
     return describe_binary(change);
   }
-  dtl::Diff<std::string> diff(lines_of(before), lines_of(after));
+  dtl::Diff<std::string> diff(diff_lines_of(before), diff_lines_of(after));
   diff.compose();
   diff.composeUnifiedHunks();
   std::ostringstream text;

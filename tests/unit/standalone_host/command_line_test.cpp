@@ -98,18 +98,17 @@ TEST_P(WrongUsage, IsToldAndExitsWith64) {
   EXPECT_THAT(out_.str(), IsEmpty());
 }
 
-INSTANTIATE_TEST_SUITE_P(, WrongUsage,
-                         ::testing::Values(std::vector<const char*>{}, std::vector<const char*>{"dance"},
-                                           std::vector<const char*>{"once", "hold"},
-                                           std::vector<const char*>{"once", "--loudly"},
-                                           std::vector<const char*>{"once", "--upgrades-only"},
-                                           std::vector<const char*>{"purge", "--upgrades-only", "--on-removal"},
-                                           std::vector<const char*>{"once", "further"},
-                                           std::vector<const char*>{"once", "--set"},
-                                           std::vector<const char*>{"once", "--set", "minder.interval"},
-                                           std::vector<const char*>{"once", "--set", "=60"},
-                                           std::vector<const char*>{"once", "--settings"},
-                                           std::vector<const char*>{"--log-level", "hushed", "once"}));
+INSTANTIATE_TEST_SUITE_P(
+    , WrongUsage,
+    ::testing::Values(std::vector<const char*>{}, std::vector<const char*>{"dance"},
+                      std::vector<const char*>{"once", "hold"}, std::vector<const char*>{"once", "--loudly"},
+                      std::vector<const char*>{"once", "--upgrades-only"},
+                      std::vector<const char*>{"purge", "--upgrades-only", "--on-removal"},
+                      std::vector<const char*>{"once", "further"}, std::vector<const char*>{"once", "--set"},
+                      std::vector<const char*>{"once", "--set", "minder.interval"},
+                      std::vector<const char*>{"once", "--set", "=60"},
+                      std::vector<const char*>{"once", "--settings"},
+                      std::vector<const char*>{"--log-level", "hushed", "once"}));
 
 TEST_F(CommandLine, SaysWhatIsWrong) {
   parse({"once", "--set", "minder.interval"});
