@@ -7,7 +7,9 @@ void ready(const std::string& /*status*/) {}
 
 void status(const std::string& /*status*/) {}
 
-std::chrono::milliseconds watchdog_interval() { return std::chrono::milliseconds::zero(); }
+std::chrono::milliseconds watchdog_interval() {
+  return std::chrono::milliseconds::zero();
+}
 
 void alive() {}
 

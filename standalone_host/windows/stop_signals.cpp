@@ -54,6 +54,8 @@ const char* Stop_Signals::wait() {
 }
 
 // Only who has to show that it is alive waits like this, and Windows' service manager does not ask for it.
-const char* Stop_Signals::wait_for(std::chrono::milliseconds /*time*/) { return wait(); }
+const char* Stop_Signals::wait_for(std::chrono::milliseconds /*time*/) {
+  return wait();
+}
 
 }  // namespace zant::velmora::standalone_host
