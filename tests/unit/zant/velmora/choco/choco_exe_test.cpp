@@ -9,6 +9,7 @@
 #include <gtest/gtest.h>
 
 #include <memory>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -372,6 +373,22 @@ TEST_F(ChocoExe, TellsOfACacheThatCannotBeClearedInTheLogAlone) {
               ElementsAre(Log_Record{5, "Choco_Exe",
                                      "choco.exe command failed with return code 3 | Command: "
                                      "\"C:\\Program Files (x86)\\Zant\\choco.exe\" cache remove"}));
+}
+
+// --- The command service ---------------------------------------------------------------------------------
+
+TEST_F(ChocoExe, LetsAnExceptionOfTheCommandServiceThrough) {
+  for (const auto& command : {PIN_LIST, PIN, UNPIN, SOURCE_LIST, CLEAR_CACHE}) {
+    system->on(command, 0);
+    system->during(command, [] { throw std::domain_error("no shell"); });
+  }
+
+  EXPECT_THROW(choco.package_is_pinned(), std::domain_error);
+  EXPECT_THROW(choco.pin_package(), std::domain_error);
+  EXPECT_THROW(choco.unpin_package(), std::domain_error);
+  EXPECT_THROW(choco.add_repo(LOCATION), std::domain_error);
+  EXPECT_THROW(choco.remove_repo(), std::domain_error);
+  EXPECT_THROW(choco.clear_http_cache(), std::domain_error);
 }
 
 }  // namespace

@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include <memory>
+#include <stdexcept>
 #include <string>
 
 using namespace zant::velmora;
@@ -148,6 +149,16 @@ TEST_F(ChocoUpgradeTaskScheduler, ReportsATaskThatCannotBeDeleted) {
                              "upgrades"},
                   Log_Record{5, "Choco_Upgrade_Task_Scheduler",
                              "Failed to remove scheduled task UpgradeVelmoraRecorderVMS"}));
+}
+
+TEST_F(ChocoUpgradeTaskScheduler, LetsAnExceptionOfTheCommandServiceThrough) {
+  for (const auto& command : {CREATE, QUERY}) {
+    system->on(command, 0);
+    system->during(command, [] { throw std::domain_error("no shell"); });
+  }
+
+  EXPECT_THROW(scheduler().create_task(), std::domain_error);
+  EXPECT_THROW(scheduler().delete_task(), std::domain_error);
 }
 
 }  // namespace

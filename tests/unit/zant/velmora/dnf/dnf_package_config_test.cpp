@@ -106,8 +106,14 @@ TEST_F(DnfPackageConfig, CannotBeMadeWithoutItsTemplates) {
   EXPECT_THROW(make_config(), std::out_of_range);
 }
 
-TEST_F(DnfPackageConfig, IsOfTheDnfFamily) {
-  EXPECT_EQ(make_config()->type(), Package_Config_Type::DNF);
+TEST_F(DnfPackageConfig, IsOfTheDnfFamilyWhateverTheHostAndTheSettings) {
+  const auto on = make_config(true);
+  settings.set("package.dnf.repo.baseurl", "");
+  host.files->remove_all("/etc");
+  const auto off = make_config(false);
+
+  EXPECT_EQ(static_cast<int>(on->type()), 2);
+  EXPECT_EQ(static_cast<int>(off->type()), 2);
 }
 
 TEST_F(DnfPackageConfig, WorksWithCopiesOfItsRecords) {
@@ -176,6 +182,27 @@ TEST_F(DnfPackageConfig, ReportsARepositoryFileThatCannotBeInstalledAndImportsNo
                           "Failed to install repository file: quorvane.repo");
 
   EXPECT_THAT(host.system->commands(), IsEmpty());
+}
+
+TEST_F(DnfPackageConfig, LetsAnExceptionOfTheFileServiceThroughAndImportsNoKey) {
+  const auto config = make_config();
+  host.files->during("read_file /etc/yum.repos.d/quorvane.repo (0)",
+                     [] { throw std::domain_error("no disk"); });
+
+  EXPECT_THROW(config->setup_repo_if_necessary(), std::domain_error);
+
+  EXPECT_THAT(host.system->commands(), IsEmpty());
+}
+
+TEST_F(DnfPackageConfig, LetsAnExceptionOfTheCommandServiceThrough) {
+  const auto config = make_config();
+  for (const auto& command : {IMPORT, DNF_AUTOMATIC_PRESENCE}) {
+    host.system->on(command, 0);
+    host.system->during(command, [] { throw std::domain_error("no shell"); });
+  }
+
+  EXPECT_THROW(config->setup_repo_if_necessary(), std::domain_error);
+  EXPECT_THROW(config->setup_unattended_upgrades_if_necessary(), std::domain_error);
 }
 
 TEST_F(DnfPackageConfig, SaysNothingOfAKeyThatCannotBeImported) {
