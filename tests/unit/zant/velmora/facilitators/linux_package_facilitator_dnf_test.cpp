@@ -1,15 +1,18 @@
 #include <zant/velmora/dnf/dnf_package.hpp>
 #include <zant/velmora/dnf/dnf_package_config.hpp>
 #include <zant/velmora/facilitators/linux_package_facilitator.hpp>
+#include <zant/velmora/package_minder/package_minder.hpp>
 
 #include <support/recorded_host.hpp>
 #include <support/recorded_settings.hpp>
 #include <support/throws_error.hpp>
 
+#include <Poco/Exception.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <memory>
+#include <stdexcept>
 #include <string>
 
 using namespace zant::velmora;
@@ -118,6 +121,33 @@ TEST_F(LinuxPackageFacilitatorOnADnfHost, BuildsADnfPackageConfiguration) {
   EXPECT_NE(std::dynamic_pointer_cast<DNF_Package_Config>(config), nullptr);
 }
 
+TEST_F(LinuxPackageFacilitatorOnADnfHost,
+       RendersTheRepositoryFileAndClearsTheDropInsAwayWhenNoScheduleIsSet) {
+  const auto facilitator = make_facilitator();
+  host.take_journal();
+
+  facilitator.create_package_config(true);
+
+  EXPECT_THAT(host.take_journal(),
+              ElementsAre("list_files /staging/config-files/dnf/templates .template",
+                          "read_file /staging/config-files/dnf/templates/quorvane.repo.template (0)",
+                          "write_file /staging/config-files/dnf/quorvane.repo (0)",
+                          "remove [/staging/config-files/dnf/zant-on-calendar.conf, "
+                          "/staging/config-files/dnf/zant-randomized-delay.conf]"));
+}
+
+TEST_F(LinuxPackageFacilitatorOnADnfHost, NamesBothTargetsAndTheDirectoryAlsoWhenNoScheduleIsSet) {
+  const auto config = make_facilitator().create_package_config(true);
+  host.take_journal();
+
+  config->purge_unattended_upgrade_configuration();
+
+  EXPECT_THAT(host.take_journal(),
+              ElementsAre("exists " + DROP_IN_DIR + "/dnf-automatic-install.timer.on-calendar.conf",
+                          "exists " + DROP_IN_DIR + "/dnf-automatic-install.timer.randomized-delay.conf",
+                          "exists " + DROP_IN_DIR));
+}
+
 TEST_F(LinuxPackageFacilitatorOnADnfHost, ReadsTheSettingsOfTheRepositoryThenThoseOfTheTimer) {
   make_facilitator().create_package_config(true);
 
@@ -213,6 +243,34 @@ TEST_F(LinuxPackageFacilitatorOnADnfHost, BuildsAnIndependentConfigurationInEver
   EXPECT_TRUE(host.files->has(DROP_IN_DIR + "/dnf-automatic-install.timer.randomized-delay.conf"));
 }
 
+TEST_F(LinuxPackageFacilitatorOnADnfHost, GivesEachConfigurationATimerManagerAndRunnerOfItsOwn) {
+  const auto facilitator = make_facilitator();
+  const auto file_owners = host.files.use_count();
+  const auto system_owners = host.system.use_count();
+
+  const auto first = facilitator.create_package_config(true);
+  auto second = facilitator.create_package_config(true);
+
+  EXPECT_EQ(host.files.use_count(), file_owners + 2 * 2) << "a configuration and a timer manager each";
+  EXPECT_EQ(host.system.use_count(), system_owners + 2 * 2) << "a configuration and a command runner each";
+
+  second.reset();
+  EXPECT_EQ(host.files.use_count(), file_owners + 2);
+  EXPECT_EQ(host.system.use_count(), system_owners + 2);
+}
+
+TEST_F(LinuxPackageFacilitatorOnADnfHost, LetsTheExceptionOfTheSettingsThroughAndReleasesWhatWasBuilt) {
+  settings.set("package.dnf.upgrade_timer.on_calendar", "${package.dnf.upgrade_timer.on_calendar}");
+  const auto facilitator = make_facilitator();
+  const auto file_owners = host.files.use_count();
+  const auto system_owners = host.system.use_count();
+
+  EXPECT_THROW(facilitator.create_package_config(true), Poco::CircularReferenceException);
+
+  EXPECT_EQ(host.files.use_count(), file_owners);
+  EXPECT_EQ(host.system.use_count(), system_owners);
+}
+
 TEST_F(LinuxPackageFacilitatorOnADnfHost, LetsTheExceptionOfAMissingTemplateThrough) {
   host.files->remove_all("/staging");
 
@@ -264,6 +322,31 @@ TEST_F(LinuxPackageFacilitatorOnADnfHost, KeepsWhatItFoundAtConstruction) {
   const auto config = facilitator.create_package_config(true);
 
   EXPECT_EQ(config->type(), Package_Config_Type::DNF);
+}
+
+// --- The whole ------------------------------------------------------------------------------------------
+
+TEST_F(LinuxPackageFacilitatorOnADnfHost, CarriesAnEmptyHostThroughAWholeCycle) {
+  const std::string import_key =
+      "rpm --import https://repo.velmora.example/velmora-yum-repo/quorvane-yum-repo.gpg";
+  const std::string lock_query = "dnf repoquery --repoid quorvane -q | grep -q ^zant-velmora";
+  const std::string release =
+      "bash -c '[[ $(grep VERSION_ID /etc/os-release | xargs | cut -d. -f1 | cut -d= -f2) -ge 8 ]] && "
+      "dnf config-manager --setopt=quorvane.exclude= --save || "
+      "yum-config-manager --setopt=quorvane.exclude= --save'";
+  host.system->on(import_key, 0);
+  host.system->on(lock_query, 1);
+  host.system->on(release, 0);
+  const auto facilitator = make_facilitator();
+  Package_Minder minder(facilitator.create_package(facilitator.create_package_config(true)));
+
+  minder.update_package_lock_if_necessary();
+  minder.initialize_unattended_upgrades_if_necessary();
+
+  EXPECT_THAT(host.system->commands(), ElementsAre("which dnf &> /dev/null", import_key, lock_query, release,
+                                                   "which dnf-automatic &> /dev/null", DISABLE_OTHERS,
+                                                   "systemctl start dnf-automatic-install.timer"));
+  EXPECT_TRUE(host.files->has("/etc/yum.repos.d/quorvane.repo"));
 }
 
 }  // namespace

@@ -11,6 +11,7 @@
 
 #include <memory>
 #include <string>
+#include <type_traits>
 
 using namespace zant::velmora;
 using namespace zant::velmora::test_support;
@@ -18,6 +19,8 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 
 namespace {
+
+static_assert(!std::is_polymorphic_v<Windows_Package_Facilitator>);
 
 // The platform's own separator joins the path.
 const std::string SEPARATOR(1, static_cast<char>(boost::filesystem::path::preferred_separator));
