@@ -9,6 +9,7 @@
 #include <memory>
 #include <stdexcept>
 #include <string>
+#include <type_traits>
 
 using namespace zant::velmora;
 using namespace zant::velmora::test_support;
@@ -17,6 +18,8 @@ using testing::Return;
 using testing::StrictMock;
 
 namespace {
+
+static_assert(std::is_base_of_v<Package, Choco_Package>);
 
 class Mock_Choco_Exe : public Virtual_Choco_Exe {
  public:
@@ -91,12 +94,26 @@ TEST_F(ChocoPackage, LeavesAutomaticUpgradesToItsConfiguration) {
   package.initialize_unattended_upgrades_if_necessary();
 }
 
-TEST_F(ChocoPackage, LetsTheVeryExceptionOfItsConfigurationThrough) {
+TEST_F(ChocoPackage, PassesTheVeryExceptionOfTheRepositorysSetupOn) {
   const auto failure = std::make_exception_ptr(std::runtime_error("no repository"));
   EXPECT_CALL(*config, setup_repo_if_necessary()).WillOnce([&failure] { std::rethrow_exception(failure); });
 
   try {
     package.initialize_repo_if_necessary();
+    FAIL() << "nothing was thrown";
+  } catch (...) {
+    EXPECT_EQ(std::current_exception(), failure) << "another exception object";
+  }
+}
+
+TEST_F(ChocoPackage, PassesTheVeryExceptionOfTheUpgradesSetupOn) {
+  const auto failure = std::make_exception_ptr(std::runtime_error("no upgrades"));
+  EXPECT_CALL(*config, setup_unattended_upgrades_if_necessary()).WillOnce([&failure] {
+    std::rethrow_exception(failure);
+  });
+
+  try {
+    package.initialize_unattended_upgrades_if_necessary();
     FAIL() << "nothing was thrown";
   } catch (...) {
     EXPECT_EQ(std::current_exception(), failure) << "another exception object";

@@ -7,18 +7,21 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <exception>
 #include <memory>
 #include <stdexcept>
 #include <string>
+#include <type_traits>
 
 using namespace zant::velmora;
 using namespace zant::velmora::test_support;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::StrictMock;
-using testing::Throw;
 
 namespace {
+
+static_assert(std::is_base_of_v<Package, DNF_Package>);
 
 const std::string PRESENCE = "which dnf &> /dev/null";
 const std::string LOCK_QUERY = "dnf repoquery --repoid quorvane -q | grep -q ^zant-velmora";
@@ -193,14 +196,32 @@ TEST_F(DnfPackage, HandsTheSetUpOfAutomaticUpgradesToItsConfiguration) {
   EXPECT_THAT(system->commands(), ElementsAre(PRESENCE));
 }
 
-TEST_F(DnfPackage, LetsAnExceptionOfItsConfigurationThrough) {
+TEST_F(DnfPackage, PassesTheVeryExceptionOfTheRepositorysSetupOn) {
   const auto package = make_package();
-  EXPECT_CALL(*config, setup_repo_if_necessary()).WillOnce(Throw(std::runtime_error("no repository")));
-  EXPECT_CALL(*config, setup_unattended_upgrades_if_necessary())
-      .WillOnce(Throw(std::runtime_error("no upgrades")));
+  const auto failure = std::make_exception_ptr(std::runtime_error("no repository"));
+  EXPECT_CALL(*config, setup_repo_if_necessary()).WillOnce([&failure] { std::rethrow_exception(failure); });
 
-  EXPECT_THROW(package->initialize_repo_if_necessary(), std::runtime_error);
-  EXPECT_THROW(package->initialize_unattended_upgrades_if_necessary(), std::runtime_error);
+  try {
+    package->initialize_repo_if_necessary();
+    FAIL() << "nothing was thrown";
+  } catch (...) {
+    EXPECT_EQ(std::current_exception(), failure) << "another exception object";
+  }
+}
+
+TEST_F(DnfPackage, PassesTheVeryExceptionOfTheUpgradesSetupOn) {
+  const auto package = make_package();
+  const auto failure = std::make_exception_ptr(std::runtime_error("no upgrades"));
+  EXPECT_CALL(*config, setup_unattended_upgrades_if_necessary()).WillOnce([&failure] {
+    std::rethrow_exception(failure);
+  });
+
+  try {
+    package->initialize_unattended_upgrades_if_necessary();
+    FAIL() << "nothing was thrown";
+  } catch (...) {
+    EXPECT_EQ(std::current_exception(), failure) << "another exception object";
+  }
 }
 
 TEST_F(DnfPackage, LetsAnExceptionOfTheCommandServiceThrough) {

@@ -37,6 +37,7 @@ static_assert(IS_VIRTUAL_BASE<Root_Tag, Backend_Tag>);
 static_assert(IS_VIRTUAL_BASE<Root_Tag, Internal_Tag>);
 
 static_assert(std::has_virtual_destructor_v<Root_Tag>);
+static_assert(sizeof(Root_Tag) == 2 * sizeof(void*), "the code beside the pointer to the virtual table");
 static_assert(std::is_same_v<decltype(std::declval<const Root_Tag&>().code()), std::int32_t>);
 
 template <typename Handler, typename Thrower>

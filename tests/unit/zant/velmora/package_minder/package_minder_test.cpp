@@ -86,6 +86,13 @@ TEST_F(PackageMinder, DoesNotAskForALockWhenTheRepositoryFails) {
   }
 }
 
+TEST_F(PackageMinder, ReleasesNothingWhenItCannotBeAskedForALock) {
+  EXPECT_CALL(*package, initialize_repo_if_necessary());
+  EXPECT_CALL(*package, locked()).WillOnce(Throw(std::runtime_error("cannot ask")));
+
+  EXPECT_THROW(minder.update_package_lock_if_necessary(), std::runtime_error);
+}
+
 TEST_F(PackageMinder, LetsTheExceptionOfAReleaseThrough) {
   EXPECT_CALL(*package, initialize_repo_if_necessary());
   EXPECT_CALL(*package, locked()).WillOnce(Return(true));
@@ -98,6 +105,13 @@ TEST_F(PackageMinder, SetsAutomaticUpgradesUpWithOneCall) {
   EXPECT_CALL(*package, initialize_unattended_upgrades_if_necessary());
 
   minder.initialize_unattended_upgrades_if_necessary();
+}
+
+TEST_F(PackageMinder, LetsTheExceptionOfTheUpgradesSetupThrough) {
+  EXPECT_CALL(*package, initialize_unattended_upgrades_if_necessary())
+      .WillOnce(Throw(std::runtime_error("no upgrades")));
+
+  EXPECT_THROW(minder.initialize_unattended_upgrades_if_necessary(), std::runtime_error);
 }
 
 }  // namespace
