@@ -1,7 +1,12 @@
 #include <zant/velmora/dnf/dnf_constants.hpp>
 
+#include <fmt/format.h>
 #include <gtest/gtest.h>
+#include <boost/filesystem/operations.hpp>
 
+#include <cstdlib>
+#include <fstream>
+#include <iterator>
 #include <string>
 
 using namespace zant::velmora;
@@ -73,6 +78,68 @@ TEST(DnfConstants, HoldTheOtherCommandLines) {
             "systemctl show dnf-automatic-install.timer | grep -q NeedDaemonReload=yes");
   EXPECT_EQ(DNF_Constants::RELOAD_TIMER,
             "systemctl daemon-reload && systemctl restart dnf-automatic-install.timer");
+}
+
+// --- Which tool a release gets ----------------------------------------------------------------------------
+
+// A host of a release, with stand-ins for both tools that only tell how they were called.
+constexpr const char* SCRIPT_FORMAT = R"(bash << 'END' > {calls}
+grep() {{ [[ "$*" == "VERSION_ID /etc/os-release" ]] && echo 'VERSION_ID={release}'; }}
+dnf() {{ echo "dnf $*"; return {dnf_status}; }}
+yum-config-manager() {{ echo "yum-config-manager $*"; }}
+export -f grep dnf yum-config-manager
+{command}
+END)";
+
+// Runs the command on such a host; returns the calls, a line each.
+std::string calls_of_tools(const std::string& release, const std::string& command, int dnf_status = 0) {
+  const auto calls = boost::filesystem::temp_directory_path() / boost::filesystem::unique_path();
+  const std::string script =
+      fmt::format(SCRIPT_FORMAT, fmt::arg("calls", calls.string()), fmt::arg("release", release),
+                  fmt::arg("dnf_status", dnf_status), fmt::arg("command", command));
+  EXPECT_EQ(std::system(script.c_str()), 0);
+  std::ifstream stream(calls.string());
+  const std::string text(std::istreambuf_iterator<char>(stream), {});
+  stream.close();
+  boost::filesystem::remove(calls);
+  return text;
+}
+
+class DnfToolOfTheRelease : public testing::Test {
+ protected:
+  void SetUp() override {
+    if (std::system("bash -c true") != 0) {
+      GTEST_SKIP() << "the commands are for bash, which this machine has not";
+    }
+  }
+};
+
+TEST_F(DnfToolOfTheRelease, IsYumConfigManagerBeforeRelease8) {
+  for (const std::string release : {"\"7.9\"", "\"7\"", "7.10", "6.8"}) {
+    EXPECT_EQ(calls_of_tools(release, DNF_Constants::EXCLUDE_PACKAGES),
+              "yum-config-manager --setopt=quorvane.exclude=* --save\n")
+        << release;
+    EXPECT_EQ(calls_of_tools(release, DNF_Constants::INCLUDE_PACKAGES),
+              "yum-config-manager --setopt=quorvane.exclude= --save\n")
+        << release;
+  }
+}
+
+TEST_F(DnfToolOfTheRelease, IsDnfFromRelease8On) {
+  for (const std::string release : {"\"8\"", "\"8.1\"", "\"9.4\"", "9", "\"10.0\""}) {
+    EXPECT_EQ(calls_of_tools(release, DNF_Constants::EXCLUDE_PACKAGES),
+              "dnf config-manager --setopt=quorvane.exclude=* --save\n")
+        << release;
+    EXPECT_EQ(calls_of_tools(release, DNF_Constants::INCLUDE_PACKAGES),
+              "dnf config-manager --setopt=quorvane.exclude= --save\n")
+        << release;
+  }
+}
+
+TEST_F(DnfToolOfTheRelease, IsYumConfigManagerWhereDnfFails) {
+  EXPECT_EQ(calls_of_tools("\"9.4\"", DNF_Constants::EXCLUDE_PACKAGES, 1),
+            "dnf config-manager --setopt=quorvane.exclude=* --save\n"
+            "yum-config-manager --setopt=quorvane.exclude=* --save\n");
 }
 
 }  // namespace

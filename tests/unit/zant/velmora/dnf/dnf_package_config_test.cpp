@@ -265,6 +265,8 @@ TEST_F(DnfPackageConfig, ReplacesAHugeFile) {
   config->setup_repo_if_necessary();
 
   EXPECT_EQ(host.files->contents(INSTALLED), REPO_FILE);
+  EXPECT_THAT(host.log.messages(3),
+              ElementsAre("Updating DNF to include quorvane repository | URL: http://mirror.example/yum/"));
 }
 
 // One text of the installed file, named for the list of tests.
@@ -433,6 +435,18 @@ TEST_F(DnfPackageConfig, ReportsADnfAutomaticThatCannotBeInstalledAndLeavesTheTi
               ElementsAre("run which dnf-automatic &> /dev/null",
                           "log 3 DNF_Package_Config: Installing the dnf-automatic package",
                           "run dnf -yq install dnf-automatic"));
+}
+
+TEST_F(DnfPackageConfig, LetsAnExceptionOfTheTimerManagerThrough) {
+  class Failing_Manager : public Fake_Upgrade_Timer_Manager {
+   public:
+    void initialize_timer() override { throw std::domain_error("no timer"); }
+  };
+  manager = std::make_shared<Failing_Manager>();
+  host.system->on(DNF_AUTOMATIC_PRESENCE, 0);
+  const auto config = make_config();
+
+  EXPECT_THROW(config->setup_unattended_upgrades_if_necessary(), std::domain_error);
 }
 
 // --- Purge ----------------------------------------------------------------------------------------------

@@ -168,6 +168,30 @@ TEST_F(DnfPackage, ReportsAnUnlockThatFailed) {
                              "Failed to set zant-velmora packages to be included with automatic upgrades"}));
 }
 
+TEST_F(DnfPackage, IsLockedAfterALockThatTookEffect) {
+  system->on(LOCK_QUERY, 0);
+  system->on(EXCLUDE, 0);
+  system->during(EXCLUDE, [this] { system->on(LOCK_QUERY, 1); });
+  const auto package = make_package();
+  ASSERT_FALSE(package->locked());
+
+  EXPECT_TRUE(package->lock());
+
+  EXPECT_TRUE(package->locked());
+}
+
+TEST_F(DnfPackage, IsNotLockedAfterAnUnlockWhileTheRepositoryCanBeReached) {
+  system->on(LOCK_QUERY, 1);
+  system->on(INCLUDE, 0);
+  system->during(INCLUDE, [this] { system->on(LOCK_QUERY, 0); });
+  const auto package = make_package();
+  ASSERT_TRUE(package->locked());
+
+  EXPECT_TRUE(package->unlock());
+
+  EXPECT_FALSE(package->locked());
+}
+
 TEST_F(DnfPackage, StaysLockedAfterAnUnlockWhileTheRepositoryCannotBeReached) {
   system->on(LOCK_QUERY, 1);
   system->on(INCLUDE, 0);

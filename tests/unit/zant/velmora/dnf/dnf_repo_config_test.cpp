@@ -5,11 +5,16 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <string>
+#include <type_traits>
+
 using namespace zant::velmora;
 using namespace zant::velmora::test_support;
 using testing::ElementsAre;
 
 namespace {
+
+static_assert(!std::is_polymorphic_v<DNF_Repo_Config>);
 
 class DnfRepoConfig : public testing::Test {
  protected:
@@ -113,6 +118,19 @@ TEST_F(DnfRepoConfig, IsNotChangedByALaterChangeOfTheSettings) {
   settings.set("package.dnf.repo.throttle", "1M");
 
   EXPECT_EQ(config.throttle, "500k");
+}
+
+TEST_F(DnfRepoConfig, HoldsItsFieldsInAFixedOrder) {
+  const auto& [staged_repo_file, installed_repo_file, gpg_key_url, base_url, throttle] = read();
+
+  EXPECT_EQ(staged_repo_file, "/staging/config-files/dnf/quorvane.repo");
+  EXPECT_EQ(installed_repo_file, "/etc/yum.repos.d/quorvane.repo");
+  EXPECT_EQ(gpg_key_url, "https://repo.velmora.example/velmora-yum-repo/quorvane-yum-repo.gpg");
+  EXPECT_EQ(base_url, "https://repo.velmora.example/velmora-yum-repo/repos/systemd-production/");
+  EXPECT_EQ(throttle, "500k");
+  static_assert(std::is_same_v<decltype(staged_repo_file), const boost::filesystem::path>);
+  static_assert(std::is_same_v<decltype(installed_repo_file), const boost::filesystem::path>);
+  static_assert(std::is_same_v<decltype(gpg_key_url), const std::string>);
 }
 
 }  // namespace

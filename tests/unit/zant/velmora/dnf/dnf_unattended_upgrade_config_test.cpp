@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <memory>
+#include <type_traits>
 
 using namespace zant::velmora;
 using namespace zant::velmora::test_support;
@@ -36,6 +37,16 @@ TEST(DnfUnattendedUpgradeConfig, AsksNothingOfTheManager) {
   const DNF_Unattended_Upgrade_Config config(std::make_shared<Fake_Upgrade_Timer_Manager>(journal), true);
 
   EXPECT_TRUE(journal->empty());
+}
+
+TEST(DnfUnattendedUpgradeConfig, HoldsItsFieldsInAFixedOrder) {
+  const auto given = std::make_shared<Fake_Upgrade_Timer_Manager>();
+
+  const auto& [manager, enabled] = DNF_Unattended_Upgrade_Config(given, true);
+
+  EXPECT_EQ(manager, given);
+  EXPECT_TRUE(enabled);
+  static_assert(std::is_same_v<decltype(enabled), const bool>);
 }
 
 }  // namespace
