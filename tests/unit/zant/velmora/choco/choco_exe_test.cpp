@@ -2,6 +2,7 @@
 
 #include <support/captured_log.hpp>
 #include <support/fake_system.hpp>
+#include <support/recorded_host.hpp>
 
 #include <zant/velmora/package_minder/velmora_version_info.hpp>
 
@@ -303,6 +304,25 @@ TEST_F(ChocoExe, TakesALocationThatLooksLikeAFormatAsItStands) {
               ElementsAre("Adding zant-velmora package repository | Location: https://{}.test/{0}"));
 }
 
+TEST_F(ChocoExe, AnnouncesTheSourceAndTheAdoptionBeforeItCarriesThemOut) {
+  Recorded_Host host;
+  Choco_Exe recorded(host.system, "C:\\Program Files (x86)\\Zant\\choco.exe");
+  host.system->on(SOURCE_LIST, 0, OTHER_SOURCES);
+  host.system->on(ADD_SOURCE, 0);
+  host.system->on(LIST_INSTALLED, 0, NOT_INSTALLED);
+  host.system->on(ADOPT, 0);
+
+  recorded.add_repo(LOCATION);
+
+  EXPECT_THAT(host.take_journal(),
+              ElementsAre("run " + SOURCE_LIST,
+                          "log 3 Choco_Exe: Adding zant-velmora package repository | Location: "
+                          "https://nuget.test/index.json",
+                          "run " + ADD_SOURCE, "run " + LIST_INSTALLED,
+                          "log 3 Choco_Exe: Syncing with system to manage existing zant-velmora install",
+                          "run " + ADOPT));
+}
+
 // --- Removing the source ---------------------------------------------------------------------------------
 
 TEST_F(ChocoExe, RemovesTheSource) {
@@ -352,6 +372,19 @@ TEST_F(ChocoExe, ReportsARemovalThatFailed) {
                                      "choco.exe command failed with return code 1 | Command: "
                                      "\"C:\\Program Files (x86)\\Zant\\choco.exe\" source remove -n "
                                      "zant-velmora"}));
+}
+
+TEST_F(ChocoExe, AnnouncesTheRemovalBeforeItCarriesItOut) {
+  Recorded_Host host;
+  Choco_Exe recorded(host.system, "C:\\Program Files (x86)\\Zant\\choco.exe");
+  host.system->on(SOURCE_LIST, 0, OUR_SOURCE);
+  host.system->on(REMOVE_SOURCE, 0);
+
+  recorded.remove_repo();
+
+  EXPECT_THAT(host.take_journal(),
+              ElementsAre("run " + SOURCE_LIST, "log 3 Choco_Exe: Removing zant-velmora package repository",
+                          "run " + REMOVE_SOURCE));
 }
 
 // --- The cache -------------------------------------------------------------------------------------------

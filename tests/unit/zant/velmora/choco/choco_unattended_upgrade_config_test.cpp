@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <memory>
+#include <type_traits>
 
 using namespace zant::velmora;
 
@@ -23,6 +24,27 @@ TEST(ChocoUnattendedUpgradeConfig, KeepsTheSchedulerAndTheFlag) {
   EXPECT_EQ(wanted.task_scheduler, scheduler);
   EXPECT_TRUE(wanted.enabled);
   EXPECT_FALSE(unwanted.enabled);
+}
+
+TEST(ChocoUnattendedUpgradeConfig, SharesTheSchedulerWithItsCopies) {
+  const auto scheduler = std::make_shared<Idle_Scheduler>();
+  const Choco_Unattended_Upgrade_Config config(scheduler, true);
+
+  const Choco_Unattended_Upgrade_Config copy = config;
+
+  EXPECT_EQ(copy.task_scheduler, scheduler);
+  EXPECT_TRUE(copy.enabled);
+  EXPECT_EQ(scheduler.use_count(), 3);
+}
+
+TEST(ChocoUnattendedUpgradeConfig, HoldsItsFieldsInAFixedOrder) {
+  const auto given = std::make_shared<Idle_Scheduler>();
+
+  const auto& [scheduler, enabled] = Choco_Unattended_Upgrade_Config(given, true);
+
+  EXPECT_EQ(scheduler, given);
+  EXPECT_TRUE(enabled);
+  static_assert(std::is_same_v<decltype(enabled), const bool>);
 }
 
 }  // namespace

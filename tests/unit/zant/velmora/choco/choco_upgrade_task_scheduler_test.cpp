@@ -2,6 +2,7 @@
 
 #include <support/captured_log.hpp>
 #include <support/fake_system.hpp>
+#include <support/recorded_host.hpp>
 #include <support/recorded_settings.hpp>
 
 #include <gmock/gmock.h>
@@ -149,6 +150,44 @@ TEST_F(ChocoUpgradeTaskScheduler, ReportsATaskThatCannotBeDeleted) {
                              "upgrades"},
                   Log_Record{5, "Choco_Upgrade_Task_Scheduler",
                              "Failed to remove scheduled task UpgradeVelmoraRecorderVMS"}));
+}
+
+TEST_F(ChocoUpgradeTaskScheduler, AnnouncesTheTaskBeforeItCreatesIt) {
+  Recorded_Host host;
+  host.system->on(CREATE, 0);
+
+  Choco_Upgrade_Task_Scheduler(host.system, settings, EXE_PATH).create_task();
+
+  EXPECT_THAT(
+      host.take_journal(),
+      ElementsAre("log 1 Choco_Upgrade_Task_Scheduler: Scheduling task (UpgradeVelmoraRecorderVMS) "
+                  "for automatic package upgrades, if necessary | Options: /ST 01:00 /SC WEEKLY /D SUN",
+                  "run " + CREATE));
+}
+
+TEST_F(ChocoUpgradeTaskScheduler, AnnouncesTheRemovalBetweenAskingForTheTaskAndDeletingIt) {
+  Recorded_Host host;
+  host.system->on(QUERY, 0);
+  host.system->on(DELETE_TASK, 0);
+
+  Choco_Upgrade_Task_Scheduler(host.system, settings, EXE_PATH).delete_task();
+
+  EXPECT_THAT(host.take_journal(), ElementsAre("run " + QUERY,
+                                               "log 3 Choco_Upgrade_Task_Scheduler: Removing scheduled task "
+                                               "UpgradeVelmoraRecorderVMS for automatic package upgrades",
+                                               "run " + DELETE_TASK));
+}
+
+TEST_F(ChocoUpgradeTaskScheduler, TakesAPathThatLooksLikeAFormatAsItStands) {
+  const std::string create =
+      "schtasks.exe /CREATE /F /RU \"S-1-5-18\" /TN \"UpgradeVelmoraRecorderVMS\" /TR "
+      "\"\\\"C:\\{}\\{0}\\choco.exe\\\" upgrade zant-velmora -y --ignore-http-cache\" "
+      "/ST 01:00 /SC WEEKLY /D SUN";
+  system->on(create, 0);
+
+  EXPECT_TRUE(Choco_Upgrade_Task_Scheduler(system, settings, "C:\\{}\\{0}\\choco.exe").create_task());
+
+  EXPECT_THAT(system->commands(), ElementsAre(create));
 }
 
 TEST_F(ChocoUpgradeTaskScheduler, LetsAnExceptionOfTheCommandServiceThrough) {
