@@ -26,6 +26,8 @@ TEST_F(ChocoRepoConfig, FillsTheDefaultLocationWithTheProductionChannel) {
   const Choco_Repo_Config config(settings);
 
   EXPECT_EQ(config.source_location, "https://production.choco.velmora.example/v3/index.json");
+  EXPECT_THAT(settings.keys(),
+              ElementsAre("package.choco.repo.source_location", "package.choco.repo.channel"));
 }
 
 TEST_F(ChocoRepoConfig, FillsTheDefaultLocationWithTheChannelThatIsSet) {

@@ -1,4 +1,5 @@
 #include <zant/velmora/facilitators/windows_package_facilitator.hpp>
+#include <zant/velmora/package_minder/package_minder.hpp>
 
 #include <support/captured_log.hpp>
 #include <support/fake_system.hpp>
@@ -149,6 +150,47 @@ TEST_F(WindowsPackageFacilitator, LetsTheExceptionOfTheSettingsThrough) {
   settings.set("package.choco.upgrade_scheduler.options", "${package.choco.upgrade_scheduler.options}");
 
   EXPECT_THROW(facilitator.create_package_config(true), Poco::CircularReferenceException);
+}
+
+// --- The whole ------------------------------------------------------------------------------------------
+
+TEST_F(WindowsPackageFacilitator, CarriesAHostWithoutOurSourceThroughAWholeCycle) {
+  const std::string source_list = "\"" + EXE_PATH + "\" source list";
+  const std::string add_source = "\"" + EXE_PATH + "\" source add -n zant-velmora -s https://nuget.test/";
+  const std::string list_installed = "\"" + EXE_PATH + "\" list -e zant-velmora";
+  const std::string pin_list = "\"" + EXE_PATH + "\" pin list";
+  const std::string unpin = "\"" + EXE_PATH + "\" pin remove -n zant-velmora";
+  system->on(source_list, 0);
+  system->on(add_source, 0);
+  system->on(list_installed, 0, "zant-velmora 26.9.0\r\n");
+  system->on(pin_list, 0, "zant-velmora|26.9.0\r\n");
+  system->on(unpin, 0);
+  system->on(CREATE_TASK, 0);
+  Package_Minder minder(facilitator.create_package(facilitator.create_package_config(true)));
+
+  minder.update_package_lock_if_necessary();
+  minder.initialize_unattended_upgrades_if_necessary();
+
+  EXPECT_THAT(system->commands(),
+              ElementsAre(source_list, add_source, list_installed, pin_list, unpin, CREATE_TASK));
+}
+
+TEST_F(WindowsPackageFacilitator, TakesEachStepOfAPurgeEvenIfTheOnesBeforeFailed) {
+  const std::string source_list = "\"" + EXE_PATH + "\" source list";
+  const std::string remove_source = "\"" + EXE_PATH + "\" source remove -n zant-velmora";
+  const std::string clear_cache = "\"" + EXE_PATH + "\" cache remove";
+  const std::string query_task = "schtasks.exe /QUERY /TN \"UpgradeVelmoraRecorderVMS\"";
+  const std::string delete_task = "schtasks.exe /DELETE /F /TN \"UpgradeVelmoraRecorderVMS\"";
+  system->on(source_list, 0, "zant-velmora - https://nuget.test/ | Priority 0\r\n");
+  system->on(remove_source, 1);
+  system->on(clear_cache, 1);
+  system->on(query_task, 0);
+  system->on(delete_task, 0);
+
+  facilitator.create_package_config(false)->purge_all_configurations();
+
+  EXPECT_THAT(system->commands(),
+              ElementsAre(source_list, remove_source, clear_cache, query_task, delete_task));
 }
 
 }  // namespace
