@@ -91,6 +91,14 @@ TEST_F(AptPackageConfigFileGenerator, RendersTheOriginsAndThenTheLimitButNotTheR
   EXPECT_EQ(host.files->contents("/apt/75lowerspeed"), "<250>");
 }
 
+TEST_F(AptPackageConfigFileGenerator, GivesTheLimitToItsTemplateAsANumber) {
+  host.files->add_file("/apt/templates/75lowerspeed.template", "<{:d}>");
+
+  make_generator().generate_unattended_upgrade_service_files();
+
+  EXPECT_EQ(host.files->contents("/apt/75lowerspeed"), "<250>");
+}
+
 TEST_F(AptPackageConfigFileGenerator, RendersNoServiceFileWhenAutomaticUpgradesAreOff) {
   make_generator(DISABLED).generate_unattended_upgrade_service_files();
 

@@ -10,6 +10,7 @@
 
 #include <memory>
 #include <stdexcept>
+#include <type_traits>
 
 using namespace zant::velmora;
 using namespace zant::velmora::test_support;
@@ -17,6 +18,8 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 
 namespace {
+
+static_assert(std::is_base_of_v<Package_Config_File_Generator, DNF_Package_Config_File_Generator>);
 
 class DnfPackageConfigFileGenerator : public testing::Test {
  protected:
@@ -184,6 +187,23 @@ TEST_F(DnfPackageConfigFileGenerator, ReadsTheTimersRecordWhenItGenerates) {
   generator.generate_upgrade_timer_overrides();
 
   EXPECT_EQ(host.files->contents("/staging/config-files/dnf/zant-randomized-delay.conf"), "delay 1h");
+}
+
+TEST_F(DnfPackageConfigFileGenerator, RendersFromCopiesOfTheRecordsItWasGiven) {
+  DNF_Repo_Config repo_config(settings, "/staging");
+  DNF_Unattended_Upgrade_Config upgrade_config(manager, true);
+  DNF_Package_Config_File_Generator generator(host.files, "/staging/config-files/dnf", repo_config,
+                                              upgrade_config);
+  manager->timer_config.randomized_delay.value = "15m";
+  repo_config.base_url = "changed";
+  upgrade_config.enabled = false;
+
+  generator.generate_repo_files();
+  generator.generate_upgrade_timer_overrides();
+
+  EXPECT_EQ(host.files->contents("/staging/config-files/dnf/quorvane.repo"),
+            "quorvane|Velmora Recorder|http://mirror.example/yum/|http://mirror.example/key.gpg|250k");
+  EXPECT_EQ(host.files->contents("/staging/config-files/dnf/zant-randomized-delay.conf"), "delay 15m");
 }
 
 }  // namespace

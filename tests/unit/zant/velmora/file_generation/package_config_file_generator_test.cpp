@@ -1,5 +1,8 @@
 #include <zant/velmora/file_generation/package_config_file_generator.hpp>
 
+#include <zant/velmora/upgrade_timer/linux_upgrade_timer_manager.hpp>
+
+#include <support/fake_upgrade_timer_command_runner.hpp>
 #include <support/recorded_host.hpp>
 #include <support/throws_error.hpp>
 #include <support/virtual_slot.hpp>
@@ -7,11 +10,13 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <memory>
 #include <stdexcept>
 #include <type_traits>
 
 using namespace zant::velmora;
 using test_support::expect_host_step_failed;
+using test_support::Fake_Upgrade_Timer_Command_Runner;
 using test_support::Recorded_Host;
 using test_support::virtual_slot;
 using testing::ElementsAre;
@@ -114,6 +119,22 @@ TEST_F(TimerOverrideGeneration, LeavesOnlyTheCalendarWhenOnlyThatHasAValue) {
   EXPECT_FALSE(host.files->has("/staging/zant-randomized-delay.conf"));
 }
 
+TEST_F(TimerOverrideGeneration, RendersTheTemplatesThatTheStagedFilesAreNamedAfter) {
+  host.files->add_file("/staging/templates/when.template", "OnCalendar={}");
+  host.files->add_file("/staging/templates/spread.timer.template", "RandomizedDelaySec={}");
+  Bare_Generator generator(host.files, "/staging");
+  host.take_journal();
+
+  generator.generate_upgrade_timer_overrides_(
+      {{"/elsewhere/when", "/timer.d/1", "daily"}, {"/elsewhere/spread.timer", "/timer.d/2", "1h"}, ""});
+
+  EXPECT_THAT(host.take_journal(),
+              ElementsAre("remove [/elsewhere/when, /elsewhere/spread.timer]",
+                          "read_file /staging/templates/when.template (0)", "write_file /staging/when (0)",
+                          "read_file /staging/templates/spread.timer.template (0)",
+                          "write_file /staging/spread.timer (0)"));
+}
+
 TEST_F(TimerOverrideGeneration, LeavesNothingStagedWhenATemplateIsMissing) {
   host.files->remove(Filesystem::Path("/staging/templates/zant-on-calendar.conf.template"));
   host.files->add_file("/staging/zant-on-calendar.conf", "stale");
@@ -133,6 +154,23 @@ TEST_F(TimerOverrideGeneration, NamesTheTemplateThatCouldNotBeRendered) {
                           "Failed to generate file from template: zant-randomized-delay.conf");
 
   EXPECT_FALSE(host.files->has("/staging/zant-randomized-delay.conf"));
+}
+
+TEST_F(TimerOverrideGeneration, MakesTheTimerManagerTakeDropInsOutAfterAFailure) {
+  const Upgrade_Timer_Manager::Timer_Config timer_config{
+      {"/staging/zant-on-calendar.conf", "/timer.d/calendar", "daily"},
+      {"/staging/zant-randomized-delay.conf", "/timer.d/delay", "1h"},
+      "/timer.d"};
+  host.files->add_file("/staging/zant-on-calendar.conf", "OnCalendar=weekly");
+  host.files->add_file("/timer.d/calendar", "OnCalendar=weekly");
+  host.files->fail("write_file /staging/zant-on-calendar.conf (0)");
+  EXPECT_THROW(Bare_Generator(host.files, "/staging").generate_upgrade_timer_overrides_(timer_config),
+               Internal_Error<std::runtime_error>);
+
+  Linux_Upgrade_Timer_Manager(host.files, std::make_shared<Fake_Upgrade_Timer_Command_Runner>(), timer_config)
+      .initialize_timer();
+
+  EXPECT_FALSE(host.files->has("/timer.d"));
 }
 
 }  // namespace

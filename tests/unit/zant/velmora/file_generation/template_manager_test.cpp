@@ -64,6 +64,14 @@ TEST_F(TemplateManager, NamesATemplateByItsFileNameWithoutTheLastExtension) {
   EXPECT_EQ(host.files->contents("/staging/b"), "value");
 }
 
+TEST_F(TemplateManager, KeepsWhatLooksLikeTheExtensionInsideAName) {
+  add_template("a.template.conf", "{}");
+
+  make_manager().generate_file("a.template.conf", value);
+
+  EXPECT_EQ(host.files->contents("/staging/a.template.conf"), "value");
+}
+
 TEST_F(TemplateManager, DoesNotKnowAFileWithAnotherExtension) {
   host.files->add_file("/staging/templates/a.conf", "{}");
   host.files->add_file("/staging/templates/b.conf.templates", "{}");
@@ -149,6 +157,22 @@ TEST_F(TemplateManager, WritesADoubledBraceAsOne) {
   make_manager().generate_file("a.conf", value);
 
   EXPECT_EQ(host.files->contents("/staging/a.conf"), "list { value };");
+}
+
+TEST_F(TemplateManager, CopiesEverythingElseUnchanged) {
+  add_template("a.conf", " \t# 100 % \"of\" $VALUE\\n\r\n\xc3\xa4 {} \n\n");
+
+  make_manager().generate_file("a.conf", value);
+
+  EXPECT_EQ(host.files->contents("/staging/a.conf"), " \t# 100 % \"of\" $VALUE\\n\r\n\xc3\xa4 value \n\n");
+}
+
+TEST_F(TemplateManager, RendersAnEmptyTemplateAsAnEmptyFile) {
+  add_template("a.conf", "");
+
+  make_manager().generate_file("a.conf", value);
+
+  EXPECT_EQ(host.files->contents("/staging/a.conf"), "");
 }
 
 TEST_F(TemplateManager, InsertsANumber) {
