@@ -62,6 +62,12 @@ TEST_F(AptUpgradeTimerCommandRunner, FindsNoNeedForAReloadWhenGrepFindsNothing) 
   EXPECT_THAT(system->commands(), ElementsAre(NEEDS_RELOAD));
 }
 
+TEST_F(AptUpgradeTimerCommandRunner, FindsNoNeedForAReloadWhenSystemdCannotBeAsked) {
+  system->on(NEEDS_RELOAD, 127, "systemctl: command not found");
+
+  EXPECT_FALSE(runner.timer_needs_reload());
+}
+
 TEST_F(AptUpgradeTimerCommandRunner, ReloadsTheTimerWithOneCommand) {
   system->on(RELOAD, 0);
 

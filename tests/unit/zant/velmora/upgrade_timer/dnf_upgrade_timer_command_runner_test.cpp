@@ -8,6 +8,7 @@
 #include <memory>
 #include <stdexcept>
 #include <string>
+#include <type_traits>
 
 using namespace zant::velmora;
 using namespace zant::velmora::test_support;
@@ -15,6 +16,8 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 
 namespace {
+
+static_assert(std::is_base_of_v<Upgrade_Timer_Command_Runner, DNF_Upgrade_Timer_Command_Runner>);
 
 const std::string START = "systemctl start dnf-automatic-install.timer";
 const std::string STATUS = "systemctl status dnf-automatic-install.timer";
@@ -29,7 +32,8 @@ class DnfUpgradeTimerCommandRunner : public testing::Test {
   DNF_Upgrade_Timer_Command_Runner runner{system};
 };
 
-TEST_F(DnfUpgradeTimerCommandRunner, RunsNothingAtConstruction) {
+TEST_F(DnfUpgradeTimerCommandRunner, KeepsTheSystemAndRunsNothingAtConstruction) {
+  EXPECT_EQ(system.use_count(), 2);
   EXPECT_THAT(system->commands(), IsEmpty());
 }
 
@@ -113,6 +117,12 @@ TEST_F(DnfUpgradeTimerCommandRunner, NeedsNoReloadWhenNothingIsFound) {
   EXPECT_FALSE(runner.timer_needs_reload());
 }
 
+TEST_F(DnfUpgradeTimerCommandRunner, NeedsNoReloadWhenSystemdCannotBeAsked) {
+  system->on(NEEDS_RELOAD, 127, "systemctl: command not found");
+
+  EXPECT_FALSE(runner.timer_needs_reload());
+}
+
 TEST_F(DnfUpgradeTimerCommandRunner, LetsAnExceptionOfTheCommandServiceThrough) {
   for (const auto& command : {DISABLE_OTHERS, STATUS, NEEDS_RELOAD}) {
     system->on(command, 0);
@@ -123,6 +133,18 @@ TEST_F(DnfUpgradeTimerCommandRunner, LetsAnExceptionOfTheCommandServiceThrough) 
   EXPECT_THROW(runner.reload_timer(), std::runtime_error);
   EXPECT_THROW(runner.timer_is_running(), std::runtime_error);
   EXPECT_THROW(runner.timer_needs_reload(), std::runtime_error);
+}
+
+TEST_F(DnfUpgradeTimerCommandRunner, LetsAnExceptionAfterTheOthersWereDisabledThrough) {
+  system->on(DISABLE_OTHERS, 0);
+  for (const auto& command : {START, RELOAD}) {
+    system->on(command, 0);
+    system->during(command, [] { throw std::runtime_error("no shell"); });
+  }
+
+  EXPECT_THROW(runner.start_timer(), std::runtime_error);
+  EXPECT_THROW(runner.reload_timer(), std::runtime_error);
+  EXPECT_THAT(system->commands(), ElementsAre(DISABLE_OTHERS, START, DISABLE_OTHERS, RELOAD));
 }
 
 }  // namespace

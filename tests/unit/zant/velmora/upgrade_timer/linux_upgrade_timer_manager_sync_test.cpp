@@ -63,7 +63,10 @@ TEST_F(InitializeTimerInSync, ThrowsWhenTheTimerDoesNotStart) {
 
   expect_host_step_failed([this] { manager.initialize_timer(); }, "Failed to start upgrade timer");
 
-  EXPECT_EQ(host.take_journal().back(), "start_timer");
+  EXPECT_THAT(host.take_journal(),
+              ElementsAre("exists /staged/calendar", "exists /staged/delay",
+                          "files_equal /staged/calendar /timer.d/calendar",
+                          "files_equal /staged/delay /timer.d/delay", "timer_is_running", "start_timer"));
 }
 
 TEST_F(InitializeTimerInSync, ReloadsARunningTimerThatNeedsIt) {
@@ -85,7 +88,10 @@ TEST_F(InitializeTimerInSync, ThrowsWhenTheTimerDoesNotReload) {
 
   expect_host_step_failed([this] { manager.initialize_timer(); }, "Failed to reload upgrade timer");
 
-  EXPECT_EQ(host.take_journal().back(), "reload_timer");
+  EXPECT_THAT(host.take_journal(), ElementsAre("exists /staged/calendar", "exists /staged/delay",
+                                               "files_equal /staged/calendar /timer.d/calendar",
+                                               "files_equal /staged/delay /timer.d/delay", "timer_is_running",
+                                               "timer_needs_reload", "reload_timer"));
   EXPECT_TRUE(host.files->has("/timer.d/calendar"));
 }
 
