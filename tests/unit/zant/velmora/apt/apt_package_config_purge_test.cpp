@@ -102,6 +102,17 @@ TEST_F(AptUpgradesPurge, LeavesTheTimerAloneWithoutATimerManager) {
   EXPECT_EQ(host.take_journal().back(), "remove_all /etc/apt/apt.conf.d/.zant-backups");
 }
 
+class Timer_Manager_That_Throws : public test_support::Fake_Upgrade_Timer_Manager {
+ public:
+  bool restore_timer() override { throw std::domain_error("no disk"); }
+};
+
+TEST_F(AptUpgradesPurge, PassesAnExceptionOfTheTimerManagerOn) {
+  timer_manager = std::make_shared<Timer_Manager_That_Throws>();
+
+  EXPECT_THROW(make_config().purge_unattended_upgrade_configuration(), std::domain_error);
+}
+
 TEST_F(AptUpgradesPurge, IsFollowedByFreshBackupsAtTheNextInstallation) {
   auto config = make_config();
   config.setup_unattended_upgrades_if_necessary();

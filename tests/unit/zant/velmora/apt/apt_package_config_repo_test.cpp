@@ -128,19 +128,49 @@ TEST_F(AptRepoSetup, StopsWhenTheKeyringCannotBeCopied) {
   expect_host_step_failed([this] { make_config().setup_repo_if_necessary(); },
                           "Failed to install APT repository keyring for zant-velmora");
 
-  EXPECT_EQ(host.take_journal().back(),
-            "copy_file /staging/keyrings/zant-velmora.gpg -> /etc/apt/trusted.gpg.d/zant-velmora.gpg (2)");
+  EXPECT_THAT(
+      host.take_journal(),
+      ElementsAre(
+          "files_equal /staging/keyrings/zant-velmora.gpg /etc/apt/trusted.gpg.d/zant-velmora.gpg",
+          "log 3 APT_Package_Config: Installing APT repository keyring: "
+          "\"/etc/apt/trusted.gpg.d/zant-velmora.gpg\"",
+          "copy_file /staging/keyrings/zant-velmora.gpg -> /etc/apt/trusted.gpg.d/zant-velmora.gpg (2)"));
 }
 
 TEST_F(AptRepoSetup, StopsWhenTheSourceListCannotBeCopied) {
+  install_keyring();
   host.files->fail_copies_of("/staging/config-files/apt/zant-velmora.list");
 
   expect_host_step_failed([this] { make_config().setup_repo_if_necessary(); },
                           "Failed to install APT source list file for zant-velmora");
 
-  EXPECT_EQ(host.take_journal().back(),
-            "copy_file /staging/config-files/apt/zant-velmora.list -> "
-            "/etc/apt/sources.list.d/zant-velmora.list (2)");
+  EXPECT_THAT(
+      host.take_journal(),
+      ElementsAre("files_equal /staging/keyrings/zant-velmora.gpg /etc/apt/trusted.gpg.d/zant-velmora.gpg",
+                  "files_equal /staging/config-files/apt/zant-velmora.list "
+                  "/etc/apt/sources.list.d/zant-velmora.list",
+                  "log 3 APT_Package_Config: Updating APT to include zant-velmora repository | URL: "
+                  "https://host/apt/ | channel: testing",
+                  "copy_file /staging/config-files/apt/zant-velmora.list -> "
+                  "/etc/apt/sources.list.d/zant-velmora.list (2)"));
+}
+
+TEST_F(AptRepoSetup, LeavesAnEarlierKeyringAsTheFailedCopyLeftIt) {
+  host.files->add_file("/etc/apt/trusted.gpg.d/zant-velmora.gpg", "an older key");
+  host.files->fail_copies_of("/staging/keyrings/zant-velmora.gpg");
+
+  EXPECT_THROW(make_config().setup_repo_if_necessary(), Internal_Error<std::runtime_error>);
+
+  EXPECT_EQ(installed("trusted.gpg.d/zant-velmora.gpg"), "an older key");
+}
+
+TEST_F(AptRepoSetup, LeavesAnEarlierSourceListAsTheFailedCopyLeftIt) {
+  host.files->add_file("/etc/apt/sources.list.d/zant-velmora.list", "# earlier");
+  host.files->fail_copies_of("/staging/config-files/apt/zant-velmora.list");
+
+  EXPECT_THROW(make_config().setup_repo_if_necessary(), Internal_Error<std::runtime_error>);
+
+  EXPECT_EQ(installed("sources.list.d/zant-velmora.list"), "# earlier");
 }
 
 TEST_F(AptRepoSetup, LetsAnExceptionOfAServiceThrough) {
@@ -204,6 +234,10 @@ TEST_F(AptRepoProof, StripsEverySlashAtTheEndOfTheUrl) {
 
 TEST_F(AptRepoProof, StripsNothingElseOfTheUrl) {
   expect_rejected("https://host/apt/ ", 0, "500 https://host/apt testing/main");
+}
+
+TEST_F(AptRepoProof, KeepsTheSlashesAtTheStartOfTheUrl) {
+  expect_rejected("//host/apt/", 0, "500 host/apt testing/main");
 }
 
 TEST_F(AptRepoProof, TakesAnEmptyUrlForContained) {

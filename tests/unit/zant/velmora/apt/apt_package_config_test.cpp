@@ -67,6 +67,18 @@ TEST_F(AptPackageConfig, RendersOnlyTheSourceListWhenAutomaticUpgradesAreOff) {
                           "write_file /staging/config-files/apt/zant-velmora.list (0)"));
 }
 
+TEST_F(AptPackageConfig, RendersTheFilesAgainAtEveryConstruction) {
+  make_config();
+  host.files->add_file("/staging/config-files/apt/zant-velmora.list", "edited");
+  host.files->add_file("/staging/config-files/apt/75lowerspeed", "edited");
+
+  make_config();
+
+  EXPECT_EQ(host.files->contents("/staging/config-files/apt/zant-velmora.list"),
+            "deb [arch=amd64] https://host/apt/ testing main\n");
+  EXPECT_EQ(host.files->contents("/staging/config-files/apt/75lowerspeed"), "Limit 250");
+}
+
 TEST_F(AptPackageConfig, RendersNoDropInsWithoutATimerManager) {
   timer_manager = nullptr;
 

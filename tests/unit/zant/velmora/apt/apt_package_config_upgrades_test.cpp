@@ -74,6 +74,18 @@ TEST_F(AptUpgradesSetup, LeavesTheTimerAloneWithoutATimerManager) {
   EXPECT_THAT(host.take_journal(), Not(Contains("initialize_timer")));
 }
 
+class Timer_Manager_That_Fails : public test_support::Fake_Upgrade_Timer_Manager {
+ public:
+  void initialize_timer() override { throw_host_step_failed("Failed to start upgrade timer"); }
+};
+
+TEST_F(AptUpgradesSetup, PassesAFailureOfTheTimerOn) {
+  timer_manager = std::make_shared<Timer_Manager_That_Fails>();
+
+  expect_host_step_failed([this] { make_config().setup_unattended_upgrades_if_necessary(); },
+                          "Failed to start upgrade timer");
+}
+
 TEST_F(AptUpgradeService, IsInstalledWhenItIsMissing) {
   host.system->on(PRESENCE, 1);
 
@@ -178,7 +190,15 @@ TEST_F(AptUpgradeFiles, AreNotTouchedWhenTheBackupDirectoryCannotBeMade) {
                           "Failed to create backup configuration directory for the unattended-upgrades "
                           "service");
 
-  EXPECT_EQ(host.take_journal().back(), "create_directories /etc/apt/apt.conf.d/.zant-backups");
+  EXPECT_THAT(
+      host.take_journal(),
+      ElementsAre("run which unattended-upgrades > /dev/null",
+                  "run service unattended-upgrades start > /dev/null",
+                  "files_equal /etc/apt/apt.conf.d/20auto-upgrades /staging/config-files/apt/20auto-upgrades",
+                  "log 3 APT_Package_Config: Installing configuration files for the unattended-upgrades "
+                  "service",
+                  "exists /etc/apt/apt.conf.d/.zant-backups",
+                  "create_directories /etc/apt/apt.conf.d/.zant-backups"));
 }
 
 TEST_F(AptUpgradeFiles, AreInstalledAlsoWhenNoneCouldBeBackedUp) {
@@ -197,10 +217,20 @@ TEST_F(AptUpgradeFiles, AreNotRolledBackWhenNoneCouldBeCopied) {
 
   expect_installation_failed();
 
-  EXPECT_EQ(host.take_journal().back(),
-            "copy_files [/staging/config-files/apt/20auto-upgrades, "
-            "/staging/config-files/apt/50unattended-upgrades, /staging/config-files/apt/75lowerspeed] -> "
-            "/etc/apt/apt.conf.d (2)");
+  EXPECT_THAT(
+      host.take_journal(),
+      ElementsAre(
+          "run which unattended-upgrades > /dev/null", "run service unattended-upgrades start > /dev/null",
+          "files_equal /etc/apt/apt.conf.d/20auto-upgrades /staging/config-files/apt/20auto-upgrades",
+          "log 3 APT_Package_Config: Installing configuration files for the unattended-upgrades "
+          "service",
+          "exists /etc/apt/apt.conf.d/.zant-backups", "create_directories /etc/apt/apt.conf.d/.zant-backups",
+          "copy_files [/etc/apt/apt.conf.d/20auto-upgrades, "
+          "/etc/apt/apt.conf.d/50unattended-upgrades, /etc/apt/apt.conf.d/75lowerspeed] -> "
+          "/etc/apt/apt.conf.d/.zant-backups (2)",
+          "copy_files [/staging/config-files/apt/20auto-upgrades, "
+          "/staging/config-files/apt/50unattended-upgrades, "
+          "/staging/config-files/apt/75lowerspeed] -> /etc/apt/apt.conf.d (2)"));
   EXPECT_TRUE(host.files->has("/etc/apt/apt.conf.d/.zant-backups"));
 }
 
@@ -268,6 +298,19 @@ TEST_F(AptUpgradeFiles, AreInPlaceWhenThereAreNone) {
   EXPECT_THAT(host.take_journal(),
               ElementsAre("run which unattended-upgrades > /dev/null",
                           "run service unattended-upgrades start > /dev/null", "initialize_timer"));
+}
+
+TEST_F(AptUpgradeFiles, AreCountedAsTheRecordListsThem) {
+  auto upgrade_config = make_upgrade_config();
+  upgrade_config.service.source_files.pop_back();
+  upgrade_config.service.target_files.pop_back();
+  host.files->fail_copies_of("/staging/config-files/apt/50unattended-upgrades");
+  auto config = make_config(make_repo_config(), upgrade_config);
+
+  EXPECT_THROW(config.setup_unattended_upgrades_if_necessary(), Internal_Error<std::runtime_error>);
+
+  EXPECT_THAT(host.log.messages(5), ElementsAre("Copied 1/2 files needed to configure "
+                                                "unattended-upgrades, restoring backups"));
 }
 
 TEST_F(AptUpgradeFiles, KeepTheTimerFromBeingTouchedWhenTheyFail) {

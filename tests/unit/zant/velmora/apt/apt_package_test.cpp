@@ -114,6 +114,15 @@ TEST_F(AptHoldState, IsNotLockedWhenAptMarkCannotBeAsked) {
   EXPECT_FALSE(package.locked());
 }
 
+TEST_F(AptHoldState, IsAskedWithoutARecordHoweverTheQueryEnds) {
+  for (const int exit_code : {0, 1, 127}) {
+    host.system->on(HOLD_QUERY, exit_code);
+    package.locked();
+  }
+
+  EXPECT_THAT(host.log.records(), IsEmpty());
+}
+
 TEST_F(AptHoldState, IsAskedAfreshEveryTime) {
   host.system->once(HOLD_QUERY, 0);
   host.system->once(HOLD_QUERY, 1);

@@ -65,6 +65,12 @@ TEST_F(AptUnattendedUpgradeConfig, TakesTheConfiguredBandwidth) {
   EXPECT_EQ(make_config().service.bandwidth_limit, 1234);
 }
 
+TEST_F(AptUnattendedUpgradeConfig, TakesTheBandwidthAsASignedNumber) {
+  settings.set("package.apt.repo.bandwidth_limit", "-1");
+
+  EXPECT_EQ(make_config().service.bandwidth_limit, -1);
+}
+
 TEST_F(AptUnattendedUpgradeConfig, ExpandsReferencesBetweenSettings) {
   settings.set("site.limit", "250");
   settings.set("site.origin", "o=Vendor");
@@ -75,7 +81,7 @@ TEST_F(AptUnattendedUpgradeConfig, ExpandsReferencesBetweenSettings) {
 }
 
 TEST_F(AptUnattendedUpgradeConfig, LetsTheSettingsErrorOfABandwidthThatIsNoNumberThrough) {
-  for (const char* value : {"fast", "500kB", "", "1.5"}) {
+  for (const char* value : {"fast", "500kB", "", "1.5", "2147483648"}) {
     settings.set("package.apt.repo.bandwidth_limit", value);
 
     EXPECT_THROW(make_config(), Poco::SyntaxException) << '"' << value << '"';
