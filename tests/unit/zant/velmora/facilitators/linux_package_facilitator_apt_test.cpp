@@ -308,4 +308,58 @@ TEST_F(AptAssembly, CarriesAnEmptyHostThroughAWholeCycle) {
   EXPECT_TRUE(host.files->has("/etc/apt/apt.conf.d/75lowerspeed"));
 }
 
+TEST_F(AptAssembly, OnlyLooksAndStartsTheServiceInTheNextCycle) {
+  settings.set("package.apt.upgrade_timer.on_calendar", "daily");
+  const auto facilitator = make_facilitator();
+  Package_Minder minder(facilitator.create_package(facilitator.create_package_config(true)));
+  minder.update_package_lock_if_necessary();
+  minder.initialize_unattended_upgrades_if_necessary();
+  host.system->on("apt-mark showhold | grep -q ^zant-velmora$", 1);
+  host.take_journal();
+
+  minder.update_package_lock_if_necessary();
+  minder.initialize_unattended_upgrades_if_necessary();
+
+  EXPECT_THAT(
+      host.take_journal(),
+      ElementsAre(
+          "files_equal /staging/keyrings/zant-velmora.gpg /etc/apt/trusted.gpg.d/zant-velmora.gpg",
+          "files_equal /staging/config-files/apt/zant-velmora.list /etc/apt/sources.list.d/zant-velmora.list",
+          "run apt-mark showhold | grep -q ^zant-velmora$", "run which unattended-upgrades > /dev/null",
+          "run service unattended-upgrades start > /dev/null",
+          "files_equal /etc/apt/apt.conf.d/20auto-upgrades /staging/config-files/apt/20auto-upgrades",
+          "files_equal /etc/apt/apt.conf.d/50unattended-upgrades "
+          "/staging/config-files/apt/50unattended-upgrades",
+          "files_equal /etc/apt/apt.conf.d/75lowerspeed /staging/config-files/apt/75lowerspeed",
+          "exists /staging/config-files/apt/zant-on-calendar.conf",
+          "exists /staging/config-files/apt/zant-randomized-delay.conf",
+          "files_equal /staging/config-files/apt/zant-on-calendar.conf "
+          "/etc/systemd/system/apt-daily-upgrade.timer.d/apt-daily-upgrade.timer.on-calendar.conf",
+          "exists "
+          "/etc/systemd/system/apt-daily-upgrade.timer.d/apt-daily-upgrade.timer.randomized-delay.conf",
+          "run systemctl status apt-daily-upgrade.timer",
+          "run systemctl show apt-daily-upgrade.timer | grep -q NeedDaemonReload=yes"));
+}
+
+TEST_F(AptAssembly, LeavesNothingOfACycleAfterAPurge) {
+  settings.set("package.apt.upgrade_timer.randomized_delay", "1h");
+  const auto expect_all_there = [this](bool there) {
+    for (const char* path :
+         {"/etc/apt/trusted.gpg.d/zant-velmora.gpg", "/etc/apt/sources.list.d/zant-velmora.list",
+          "/etc/apt/apt.conf.d/20auto-upgrades", "/etc/apt/apt.conf.d/50unattended-upgrades",
+          "/etc/apt/apt.conf.d/75lowerspeed", "/etc/apt/apt.conf.d/.zant-backups",
+          "/etc/systemd/system/apt-daily-upgrade.timer.d"}) {
+      EXPECT_EQ(host.files->has(path), there) << path;
+    }
+  };
+  const auto config = make_config();
+  config->setup_repo_if_necessary();
+  config->setup_unattended_upgrades_if_necessary();
+  expect_all_there(true);
+
+  config->purge_all_configurations();
+
+  expect_all_there(false);
+}
+
 }  // namespace
