@@ -2,6 +2,8 @@
 
 #include <standalone_host/build_config.hpp>
 #include <standalone_host/exit_status.hpp>
+#include <standalone_host/host_commands.hpp>
+#include <standalone_host/host_defaults.hpp>
 #include <standalone_host/reports/document.hpp>
 
 #include <CLI/App.hpp>
@@ -26,8 +28,8 @@ constexpr const char* DESCRIPTION =
 
 constexpr const char* FOOTER =
     "Exit status: 0 done; 1 the work failed, or check found something; 2 plan found something to change;\n"
-    "64 wrong usage; 69 no supported package manager; 75 another package-minder is at work here; 77 not run "
-    "as root; 78 settings or staging tree not usable.";
+    "64 wrong usage; 69 no supported package manager; 75 another package-minder is at work here;\n"
+    "77 not run as the administrator; 78 settings or staging tree not usable.";
 
 // What CLI11 fills while it reads.
 struct Options {
@@ -38,6 +40,7 @@ struct Options {
   bool plan_only = false;
   bool json = false;
   bool on_removal = false;
+  Host_Command host_command;
 };
 
 CLI::Validator key_and_value() {
@@ -53,7 +56,7 @@ CLI::Validator key_and_value() {
 void add_options(CLI::App& app, Options& options) {
   app.set_version_flag("--version", std::string("package-minder ") + Build_Config::VERSION);
   app.add_option("--settings", options.settings_file,
-                 std::string("Read this settings file instead of ") + Build_Config::SETTINGS_FILE)
+                 "Read this settings file instead of " + Host_Defaults::settings_file().string())
       ->type_name("FILE");
   app.add_option("--set", options.assignments, "Set one setting; wins over the file, may be repeated")
       ->type_name("KEY=VALUE")
@@ -88,8 +91,7 @@ std::map<const CLI::App*, Command> add_commands(CLI::App& app, Options& options)
     return app.add_subcommand(name, description)->group("Commands");
   };
   std::map<const CLI::App*, Command> commands;
-  commands[add("run", "Mind the package until told to stop (SIGTERM, SIGINT); what the service does")] =
-      Command::RUN;
+  commands[add("run", "Mind the package until told to stop; what the service does")] = Command::RUN;
   commands[add("once", "Run one cycle and tell by the exit status how it went")] = Command::ONCE;
   commands[add("hold",
                "Hold the package against upgrades; a running service releases it in its next cycle")] =
@@ -103,10 +105,15 @@ std::map<const CLI::App*, Command> add_commands(CLI::App& app, Options& options)
                  "Only if minder.purge_on_removal is set; what the removal of the program runs")
       ->excludes("--upgrades-only");
   commands[purge] = Command::PURGE;
-  CLI::Option* plan_only =
-      purge->add_flag("--plan", options.plan_only, "Say what would be undone, and undo nothing");
-  add_json_flag(*purge, options)->needs(plan_only);
-  add_reports(app, options, commands);
+  if (offers_reports()) {
+    CLI::Option* plan_only =
+        purge->add_flag("--plan", options.plan_only, "Say what would be undone, and undo nothing");
+    add_json_flag(*purge, options)->needs(plan_only);
+    add_reports(app, options, commands);
+  }
+  for (const CLI::App* command : add_host_commands(app, options.host_command)) {
+    commands[command] = Command::OF_THIS_HOST;
+  }
   app.require_subcommand(1);
   return commands;
 }
@@ -118,7 +125,7 @@ std::pair<std::string, std::string> split_assignment(const std::string& text) {
 
 Settings_Sources settings_sources(const Options& options) {
   Settings_Sources sources;
-  sources.file = options.settings_file.value_or(Build_Config::SETTINGS_FILE);
+  sources.file = options.settings_file ? *options.settings_file : Host_Defaults::settings_file();
   sources.file_is_required = options.settings_file.has_value();
   for (const auto& assignment : options.assignments) {
     sources.overrides.push_back(split_assignment(assignment));
@@ -166,7 +173,7 @@ Parsed_Command_Line parse_command_line(int argc, const char* const* argv, std::o
 
   const Command command = commands.at(app.get_subcommands().front());
   return {Command_Line{command, options.upgrades_only, settings_sources(options), options.plan_only,
-                       options.json, options.on_removal},
+                       options.json, options.on_removal, options.host_command},
           Exit_Status::DONE};
 }
 

@@ -2,13 +2,17 @@
 
 #include <standalone_host/settings.hpp>
 
+#include <functional>
 #include <iosfwd>
 #include <optional>
 
 namespace zant::velmora::standalone_host {
 
 /// What the program is told to do.
-enum class Command { RUN, ONCE, HOLD, RELEASE, PURGE, STATUS, PLAN, CHECK };
+enum class Command { RUN, ONCE, HOLD, RELEASE, PURGE, STATUS, PLAN, CHECK, OF_THIS_HOST };
+
+/// A command that only this kind of host has: carries it out and returns the status to exit with.
+using Host_Command = std::function<int(const Settings_Sources& settings)>;
 
 struct Command_Line {
   Command command;
@@ -17,6 +21,7 @@ struct Command_Line {
   bool plan_only = false;   ///< purge: say what would be done, and do nothing
   bool json = false;        ///< reports: for a program, not for a person
   bool on_removal = false;  ///< purge: only if the settings ask for it when the program is removed
+  Host_Command host_command;  ///< for Command::OF_THIS_HOST
 };
 
 /// Whether the command only looks and prints what it found.

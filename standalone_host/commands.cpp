@@ -3,6 +3,7 @@
 #include <standalone_host/exit_status.hpp>
 #include <standalone_host/minding.hpp>
 #include <standalone_host/observation/cycle_observation.hpp>
+#include <standalone_host/observation/logged_failure.hpp>
 #include <standalone_host/recorded_package.hpp>
 #include <standalone_host/refusal.hpp>
 #include <standalone_host/reports/report_commands.hpp>
@@ -68,10 +69,14 @@ class Commands {
     const Minding minding = start_minding_(work_area, Purpose::SET_UP, observation.services());
     const auto package = std::make_shared<Recorded_Package>(observation.observe(minding.create_package()));
     Package_Minder minder(package);
+    const Logged_Failure_Watch watch;
     minder.update_package_lock_if_necessary();
     minder.initialize_unattended_upgrades_if_necessary();
     if (package->release_failed()) {
       say_(severity_level::error, fmt::format("The cycle is done, but {} is still held", PACKAGE_NAME));
+      return Exit_Status::FAILED;
+    }
+    if (watch.has_noticed_one()) {
       return Exit_Status::FAILED;
     }
     say_(severity_level::info, "The cycle is done");
@@ -88,11 +93,12 @@ class Commands {
 
   int purge() {
     Work_Area work_area(settings_, services_.filesystem);
+    const Logged_Failure_Watch watch;
     start_minding_(work_area, Purpose::UNDO, services_).config().purge_all_configurations();
     const Installed_Paths installed = installed_paths();
     const bool repository_is_gone = verify_gone_(installed.repository);
     const bool upgrades_are_gone = verify_gone_(installed.upgrades);
-    if (!repository_is_gone || !upgrades_are_gone) {
+    if (!repository_is_gone || !upgrades_are_gone || watch.has_noticed_one()) {
       return Exit_Status::FAILED;
     }
     remove_observations(settings_, *services_.filesystem);
@@ -103,8 +109,9 @@ class Commands {
 
   int purge_upgrades() {
     Work_Area work_area(settings_, services_.filesystem);
+    const Logged_Failure_Watch watch;
     start_minding_(work_area, Purpose::UNDO, services_).config().purge_unattended_upgrade_configuration();
-    if (!verify_gone_(installed_paths().upgrades)) {
+    if (!verify_gone_(installed_paths().upgrades) || watch.has_noticed_one()) {
       return Exit_Status::FAILED;
     }
     say_(severity_level::info, "The automatic upgrades are undone, the repository stays registered");
@@ -153,7 +160,7 @@ class Commands {
   int in_private(Change change) const {
     const Temporary_Directory directory;
     const path staging_directory = directory.path() / "staging";
-    copy_staging_tree(settings_.staging_directory(), staging_directory);
+    make_staging_directory(settings_, staging_directory);
     const Minding minding(services_, settings_, staging_directory);
     return change(*minding.create_package()) ? Exit_Status::DONE : Exit_Status::FAILED;
   }
@@ -180,10 +187,13 @@ class Commands {
 }  // namespace
 
 int carry_out(const Command_Line& command_line, const Settings& settings, const Host_Services& services) {
+  if (command_line.command == Command::OF_THIS_HOST) {
+    return command_line.host_command(command_line.settings);
+  }
   if (command_line.on_removal && !settings.purge_on_removal()) {
     return Exit_Status::DONE;
   }
-  refuse_if_any(find_staging_tree_faults(settings.staging_directory()));
+  refuse_if_any(find_host_faults(settings));
   if (command_line.plan_only) {
     return Report_Commands::plan(command_line, settings, services);
   }
@@ -205,6 +215,8 @@ int carry_out(const Command_Line& command_line, const Settings& settings, const 
       return Report_Commands::plan(command_line, settings, services);
     case Command::CHECK:
       // Judges the settings itself, so it does not come this far.
+    case Command::OF_THIS_HOST:
+      // Is carried out already.
       break;
   }
   return Exit_Status::WRONG_USAGE;

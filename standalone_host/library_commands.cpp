@@ -1,6 +1,7 @@
 #include <standalone_host/library_commands.hpp>
 
 #include <zant/velmora/apt/apt_constants.hpp>
+#include <zant/velmora/choco/choco_constants.hpp>
 #include <zant/velmora/dnf/dnf_constants.hpp>
 
 #include <boost/algorithm/string/predicate.hpp>
@@ -27,23 +28,27 @@ constexpr const char* NO_CONFLICTING_TIMER =
     "! systemctl is-active --quiet dnf-automatic.timer dnf-automatic-download.timer "
     "dnf-automatic-notifyonly.timer";
 
+// They begin with the path of choco.exe, wherever it is.
+bool is_choco_query(const std::string& command) {
+  const auto asks_for = [&command](const std::string& arguments) {
+    return boost::algorithm::ends_with(command, "\" " + arguments);
+  };
+  return asks_for(Choco_Constants::PIN_LIST_ARGUMENTS) || asks_for(Choco_Constants::SOURCE_LIST_ARGUMENTS) ||
+         asks_for(Choco_Constants::LIST_INSTALLED_ARGUMENTS);
+}
+
 }  // namespace
 
 bool is_query(const std::string& command) {
   static const std::set<std::string> queries = {
-      APT_Constants::ARCHITECTURE_QUERY,
-      APT_Constants::REPO_POLICY_QUERY,
-      APT_Constants::HOLD_QUERY,
-      APT_Constants::UNATTENDED_UPGRADES_PRESENCE,
-      APT_Constants::TIMER_STATUS,
-      APT_Constants::TIMER_NEEDS_RELOAD,
-      DNF_Constants::DNF_PRESENCE,
-      DNF_Constants::LOCK_QUERY,
-      DNF_Constants::DNF_AUTOMATIC_PRESENCE,
-      DNF_Constants::TIMER_STATUS,
-      DNF_Constants::TIMER_NEEDS_RELOAD,
+      APT_Constants::ARCHITECTURE_QUERY, APT_Constants::REPO_POLICY_QUERY,
+      APT_Constants::HOLD_QUERY,         APT_Constants::UNATTENDED_UPGRADES_PRESENCE,
+      APT_Constants::TIMER_STATUS,       APT_Constants::TIMER_NEEDS_RELOAD,
+      Choco_Constants::QUERY_TASK,       DNF_Constants::DNF_PRESENCE,
+      DNF_Constants::LOCK_QUERY,         DNF_Constants::DNF_AUTOMATIC_PRESENCE,
+      DNF_Constants::TIMER_STATUS,       DNF_Constants::TIMER_NEEDS_RELOAD,
   };
-  return queries.contains(command);
+  return queries.contains(command) || is_choco_query(command);
 }
 
 std::string needlessness_query(const std::string& command) {

@@ -7,6 +7,7 @@
 #include <standalone_host/process_setup.hpp>
 #include <standalone_host/refusal.hpp>
 #include <standalone_host/reports/report_commands.hpp>
+#include <standalone_host/service_manager.hpp>
 #include <standalone_host/settings.hpp>
 
 #include <zant/logging/source.hpp>
@@ -69,7 +70,9 @@ int run_program(const Command_Line& command_line) {
                                least_severity(command_line, severity_level::info));
   return run_guarded(command_line, [&] {
     if (!Privileges::may_administer()) {
-      throw Refusal(Exit_Status::NO_RIGHTS, "the package management of this host is root's: run it as root");
+      throw Refusal(Exit_Status::NO_RIGHTS,
+                    std::string("the package management of this host is the administrator's: ") +
+                        Privileges::HOW_TO_BE_ADMINISTRATOR);
     }
     if (command_line.command == Command::CHECK) {
       return Report_Commands::check(command_line);
@@ -87,6 +90,11 @@ int main(int argc, char** argv) {
   using namespace zant::velmora::standalone_host;  // NOLINT(google-build-using-namespace): main has no
                                                    // namespace
   set_up_process();
-  const auto parsed = parse_command_line(argc, argv, std::cout, std::cerr);
-  return parsed.command_line ? run_program(*parsed.command_line) : parsed.exit_status;
+  const Arguments arguments(argc, argv);
+  const auto parsed = parse_command_line(arguments.count(), arguments.values(), std::cout, std::cerr);
+  if (!parsed.command_line) {
+    return parsed.exit_status;
+  }
+  const auto work = [&parsed] { return run_program(*parsed.command_line); };
+  return parsed.command_line->command == Command::RUN ? work_as_service(work) : work();
 }

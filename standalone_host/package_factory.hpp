@@ -1,5 +1,6 @@
 #pragma once
 
+#include <standalone_host/finding.hpp>
 #include <standalone_host/settings.hpp>
 
 #include <zant/velmora/host/filesystem.hpp>
@@ -31,6 +32,15 @@ class Package_Factory {
 
   virtual std::shared_ptr<Package> create_package(std::shared_ptr<Package_Config> config) const = 0;
 };
+
+/// What keeps the program from working on a host of this kind with these settings. Changes nothing.
+Findings find_host_faults(const Settings& settings);
+
+/// Makes a directory, which is not there yet, with what the library's objects read: a copy of the staging
+/// tree, or nothing on a host where no files are rendered.
+///
+/// @throws std::runtime_error that says what could not be done; what has been done stays.
+void make_staging_directory(const Settings& settings, const boost::filesystem::path& directory);
 
 /// The real services of this operating system.
 Host_Services make_host_services(const Settings& settings);

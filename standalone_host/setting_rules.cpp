@@ -10,6 +10,7 @@
 #include <boost/algorithm/string/replace.hpp>
 #include <boost/algorithm/string/split.hpp>
 #include <boost/algorithm/string/trim.hpp>
+#include <boost/filesystem/path.hpp>
 
 #include <algorithm>
 #include <array>
@@ -54,19 +55,22 @@ Check whole_number(int smallest, int largest, const char* unit) {
 }
 
 std::string check_directory(const std::string& value) {
-  const bool is_right = value.starts_with('/') && !has_control_character(value);
+  const bool is_right = boost::filesystem::path(value).is_absolute() && !has_control_character(value);
   return is_right ? "" : "must be the absolute path of a directory";
 }
 
 // The node exporter reads files of this name alone.
 std::string check_metrics_file(const std::string& value) {
-  const bool is_path = value.starts_with('/') && value.ends_with(".prom") && !has_control_character(value);
+  const bool is_path = boost::filesystem::path(value).is_absolute() && value.ends_with(".prom") &&
+                       !has_control_character(value);
   return value.empty() || is_path ? ""
                                   : "must be the absolute path of a file whose name ends in .prom, or empty";
 }
 
-std::string check_text(const std::string& value) {
-  return has_control_character(value) ? "must be one line of text without control characters" : "";
+// It goes into a command line of Windows' shell as it is.
+std::string check_shell_words(const std::string& value) {
+  const bool is_right = value.find_first_of("&|<>^%") == std::string::npos && !has_control_character(value);
+  return is_right ? "" : "must be one line of text without & | < > ^ and %, which cmd.exe would interpret";
 }
 
 // What follows the scheme is a host, or for a local repository an absolute path. Neither blanks nor quotes
@@ -102,6 +106,7 @@ const std::vector<Setting_Rule>& rules() {
       {"minder.purge_on_removal", one_of({"true", "false", "yes", "no", "on", "off"})},
       {"minder.staging_directory", check_directory},
       {"minder.state_directory", check_directory},
+      {"minder.base_directory", check_directory},
       {"minder.command_time_limit", whole_number(1, 86400, "seconds")},
       {"minder.command_kill_delay", whole_number(1, 600, "seconds")},
       {"minder.metrics_file", check_metrics_file},
@@ -120,9 +125,9 @@ const std::vector<Setting_Rule>& rules() {
       {"package.dnf.repo.throttle", matching(THROTTLE, throttle)},
       {"package.dnf.upgrade_timer.on_calendar", matching(CALENDAR, calendar)},
       {"package.dnf.upgrade_timer.randomized_delay", matching(TIME_SPAN, delay)},
-      {"package.choco.repo.source_location", check_text},
+      {"package.choco.repo.source_location", check_shell_words},
       {"package.choco.repo.channel", matching(CHANNEL, channel)},
-      {"package.choco.upgrade_scheduler.options", check_text},
+      {"package.choco.upgrade_scheduler.options", check_shell_words},
   };
   return all;
 }

@@ -1,8 +1,8 @@
 #include <standalone_host/settings.hpp>
 
-#include <standalone_host/build_config.hpp>
 #include <standalone_host/exit_status.hpp>
 #include <standalone_host/finding.hpp>
+#include <standalone_host/host_defaults.hpp>
 #include <standalone_host/printable.hpp>
 #include <standalone_host/refusal.hpp>
 #include <standalone_host/setting_rules.hpp>
@@ -50,14 +50,14 @@ std::string read_settings_file(const boost::filesystem::path& file) {
     refuse_file(file, "is a directory", "name a settings file");
   }
   errno = 0;
-  std::ifstream stream(file.string(), std::ios::binary);
+  std::ifstream stream(file.c_str(), std::ios::binary);
   std::ostringstream contents;
   contents << stream.rdbuf();
   const std::string text = contents.str();
   if (!stream.is_open() || stream.bad()) {
     const int error_number = errno != 0 ? errno : EIO;
     refuse_file(file, "cannot be read: " + std::generic_category().message(error_number),
-                "it must be readable by root");
+                "this program must be able to read it");
   }
   if (text.find('\0') != std::string::npos) {
     refuse_file(file, "is not a text file", "it consists of lines KEY = VALUE");
@@ -89,13 +89,14 @@ AutoPtr<AbstractConfiguration> make_defaults() {
   defaults->setString("minder.interval", "3600");
   defaults->setString("minder.automatic_upgrades", "true");
   defaults->setString("minder.purge_on_removal", "false");
-  defaults->setString("minder.staging_directory", Build_Config::STAGING_DIRECTORY);
-  defaults->setString("minder.state_directory", Build_Config::STATE_DIRECTORY);
   defaults->setString("minder.command_time_limit", "1800");
   defaults->setString("minder.command_kill_delay", "10");
   defaults->setString("minder.metrics_file", "");
   defaults->setString("minder.log.level", "info");
   defaults->setString("minder.log.format", "auto");
+  for (const auto& [key, value] : Host_Defaults::directories()) {
+    defaults->setString(key, value);
+  }
   return defaults;
 }
 
@@ -163,7 +164,8 @@ Findings judge_layers(const std::vector<Layer>& by_precedence, const LayeredConf
 
 }  // namespace
 
-Settings::Settings(const Settings_Sources& sources) : configuration_(new LayeredConfiguration) {
+Settings::Settings(const Settings_Sources& sources)
+    : file_(sources.file), configuration_(new LayeredConfiguration) {
   const std::vector<Layer> by_precedence = {{"--set", make_overrides(sources)},
                                             {sources.file.string(), load_settings_file(sources)},
                                             {"defaults", make_defaults()}};

@@ -40,6 +40,9 @@ class Settings {
   /// For the library, which reads its own keys.
   const Poco::Util::LayeredConfiguration& configuration() const { return *configuration_; }
 
+  /// The settings file, there or not.
+  const boost::filesystem::path& file() const noexcept { return file_; }
+
   std::chrono::seconds interval() const;
   bool automatic_upgrades() const;
   bool purge_on_removal() const;
@@ -57,6 +60,7 @@ class Settings {
  private:
   std::chrono::seconds seconds_(const char* key) const;
 
+  boost::filesystem::path file_;
   Poco::AutoPtr<Poco::Util::LayeredConfiguration> configuration_;
 };
 

@@ -66,7 +66,7 @@ bool is_file(const path& file) {
 }
 
 std::string read(const path& file) {
-  const std::ifstream stream(file.string(), std::ios::binary);
+  const std::ifstream stream(file.c_str(), std::ios::binary);
   std::ostringstream contents;
   contents << stream.rdbuf();
   if (!stream.is_open() || stream.bad()) {

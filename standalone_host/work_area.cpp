@@ -1,9 +1,9 @@
 #include <standalone_host/work_area.hpp>
 
 #include <standalone_host/exit_status.hpp>
+#include <standalone_host/package_factory.hpp>
 #include <standalone_host/privileges.hpp>
 #include <standalone_host/refusal.hpp>
-#include <standalone_host/staging_tree.hpp>
 
 #include <boost/filesystem/operations.hpp>
 
@@ -47,7 +47,7 @@ Work_Area::Work_Area(const Settings& settings, std::shared_ptr<Filesystem> files
     : filesystem_(std::move(filesystem)),
       directory_(prepare_directory(settings.state_directory(), *filesystem_)),
       lock_(lock_file_in(directory_)) {
-  copy_staging_tree_(settings.staging_directory());
+  make_staging_directory_(settings);
 } catch (const std::system_error& error) {
   refuse(settings.state_directory(), error.what());
 }
@@ -63,10 +63,10 @@ void Work_Area::remove() {
   boost::filesystem::remove(directory_, not_empty);
 }
 
-void Work_Area::copy_staging_tree_(const path& tree) {
+void Work_Area::make_staging_directory_(const Settings& settings) {
   const path unfinished = directory_ / UNFINISHED_STAGING_DIRECTORY;
   filesystem_->remove_all(unfinished);
-  copy_staging_tree(tree, unfinished);
+  make_staging_directory(settings, unfinished);
   // What an earlier run rendered must not be taken for this one's.
   filesystem_->remove_all(staging_directory());
   boost::filesystem::rename(unfinished, staging_directory());

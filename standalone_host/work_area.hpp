@@ -27,7 +27,7 @@ class Work_Area {
   void remove();
 
  private:
-  void copy_staging_tree_(const boost::filesystem::path& tree);
+  void make_staging_directory_(const Settings& settings);
 
   std::shared_ptr<Filesystem> filesystem_;
   boost::filesystem::path directory_;

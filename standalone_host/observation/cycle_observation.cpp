@@ -1,5 +1,6 @@
 #include <standalone_host/observation/cycle_observation.hpp>
 
+#include <standalone_host/observation/logged_failure.hpp>
 #include <standalone_host/observation/metrics.hpp>
 #include <standalone_host/observation/observed_filesystem.hpp>
 #include <standalone_host/observation/observed_package.hpp>
@@ -48,10 +49,12 @@ Cycle_Observation::Cycle_Observation(const std::string& program, const Settings&
       observed_services_{
           std::make_shared<Observed_System>(services.system, recorder_, watch_),
           std::make_shared<Observed_Filesystem>(services.filesystem, recorder_, staging_directory)},
-      log_observer_(severity_level::notice,
-                    [recorder = recorder_](severity_level severity, const auto& message) {
-                      recorder->note_log(severity, message);
-                    }) {
+      log_observer_(severity_level::notice, [recorder = recorder_](const Log_Record& record) {
+        recorder->note_log(record.severity, record.message);
+        if (const auto failure = find_logged_failure(record)) {
+          recorder->note_failure(*failure);
+        }
+      }) {
   if (!settings.metrics_file().empty()) {
     recorder_->add_listener(metrics_writer(settings, services, staging_directory));
   }

@@ -46,6 +46,7 @@ void Cycle_Recorder::begin_cycle() {
   in_cycle_ = true;
   ++history_.cycles;
   release_failed_ = false;
+  noted_failure_.reset();
   touched_.clear();
   installed_.clear();
   record_ = {};
@@ -96,6 +97,13 @@ void Cycle_Recorder::note_log(severity_level severity, const std::string& messag
   const std::lock_guard lock(mutex_);
   if (in_cycle_) {
     add_bounded(severity == severity_level::notice ? record_.actions : record_.problems, shortened(message));
+  }
+}
+
+void Cycle_Recorder::note_failure(const Cycle_Record::Failure& failure) {
+  const std::lock_guard lock(mutex_);
+  if (in_cycle_ && !noted_failure_) {
+    noted_failure_ = failure;
   }
 }
 
@@ -173,6 +181,9 @@ void Cycle_Recorder::settle_installed_file_(const std::string& file, const std::
 void Cycle_Recorder::settle_outcome_(std::optional<Cycle_Record::Failure> failure) {
   if (!failure && release_failed_) {
     failure = {Failure_Kind::HOLD, RELEASE_FAILED};
+  }
+  if (!failure) {
+    failure = noted_failure_;
   }
   if (failure) {
     failure->message = shortened(failure->message);

@@ -45,6 +45,9 @@ class Cycle_Recorder {
   void note_release(bool succeeded);
   void note_log(zant::logging::severity_level severity, const std::string& message);
 
+  /// For a failure that does not end the cycle; the first one counts.
+  void note_failure(const Cycle_Record::Failure& failure);
+
   /// To be called before the file, or the directory with everything in it, is changed.
   void note_touched(const boost::filesystem::path& file);
   void note_directory_touched(const boost::filesystem::path& directory);
@@ -73,6 +76,7 @@ class Cycle_Recorder {
   Cycle_History history_;
   Cycle_Record record_;
   bool release_failed_ = false;
+  std::optional<Cycle_Record::Failure> noted_failure_;
   std::map<std::string, std::string> touched_;  // and the digest before; empty when there was no file
   std::set<std::string> installed_;
 };

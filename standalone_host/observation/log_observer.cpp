@@ -17,14 +17,17 @@ severity_level severity_of(const boost::log::attribute_value_set& attributes) {
   return boost::log::extract_or_default<severity_level>("Severity", attributes, severity_level::info);
 }
 
+std::string text_of(const char* name, const boost::log::attribute_value_set& attributes) {
+  return boost::log::extract_or_default<std::string>(name, attributes, std::string());
+}
+
 class Handing_Backend : public boost::log::sinks::basic_sink_backend<boost::log::sinks::concurrent_feeding> {
  public:
   explicit Handing_Backend(Log_Observer::Handler handler) : handler_(std::move(handler)) {}
 
   void consume(const boost::log::record_view& record) {
     const auto& attributes = record.attribute_values();
-    handler_(severity_of(attributes),
-             boost::log::extract_or_default<std::string>("Message", attributes, std::string()));
+    handler_({severity_of(attributes), text_of("Channel", attributes), text_of("Message", attributes)});
   }
 
  private:

@@ -10,11 +10,17 @@
 
 namespace zant::velmora::standalone_host {
 
+struct Log_Record {
+  zant::logging::severity_level severity;
+  std::string channel;
+  std::string message;
+};
+
 /// Hands over each log record of the process from a severity on, for as long as it lives, on the thread that
 /// writes the record.
 class Log_Observer {
  public:
-  using Handler = std::function<void(zant::logging::severity_level severity, const std::string& message)>;
+  using Handler = std::function<void(const Log_Record& record)>;
 
   /// @param handler may be called from several threads at once.
   Log_Observer(zant::logging::severity_level least_severity, Handler handler);

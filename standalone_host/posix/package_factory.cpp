@@ -3,6 +3,7 @@
 #include <standalone_host/build_config.hpp>
 #include <standalone_host/posix/posix_filesystem.hpp>
 #include <standalone_host/posix/posix_system.hpp>
+#include <standalone_host/staging_tree.hpp>
 
 #include <zant/velmora/apt/apt_constants.hpp>
 #include <zant/velmora/dnf/dnf_constants.hpp>
@@ -33,6 +34,14 @@ class Linux_Package_Factory : public Package_Factory {
 };
 
 }  // namespace
+
+Findings find_host_faults(const Settings& settings) {
+  return find_staging_tree_faults(settings.staging_directory());
+}
+
+void make_staging_directory(const Settings& settings, const boost::filesystem::path& directory) {
+  copy_staging_tree(settings.staging_directory(), directory);
+}
 
 Host_Services make_host_services(const Settings& settings) {
   Posix_System::Options options;

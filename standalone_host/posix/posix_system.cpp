@@ -1,8 +1,8 @@
 #include <standalone_host/posix/posix_system.hpp>
 
+#include <standalone_host/installation_command.hpp>
 #include <standalone_host/posix/child_process.hpp>
 #include <standalone_host/posix/command_environment.hpp>
-#include <standalone_host/posix/installation_command.hpp>
 
 #include <fmt/format.h>
 #include <boost/algorithm/string/trim.hpp>

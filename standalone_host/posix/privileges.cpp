@@ -9,6 +9,8 @@
 
 namespace zant::velmora::standalone_host::Privileges {
 
+const char* const HOW_TO_BE_ADMINISTRATOR = "run it as root";
+
 bool may_administer() {
   return ::geteuid() == 0;
 }

@@ -19,4 +19,6 @@ void set_up_process() {
   ::signal(SIGCHLD, SIG_DFL);
 }
 
+Arguments::Arguments(int argc, const char* const* argv) : values_(argv, argv + argc) {}
+
 }  // namespace zant::velmora::standalone_host

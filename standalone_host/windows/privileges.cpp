@@ -113,6 +113,8 @@ std::string find_foreign_writer(const ACL& list) {
 
 }  // namespace
 
+const char* const HOW_TO_BE_ADMINISTRATOR = "run it in an administrator's prompt (\"Run as administrator\")";
+
 bool may_administer() {
   const Known_Sid administrators(WinBuiltinAdministratorsSid);
   BOOL is_member = FALSE;

@@ -3,7 +3,6 @@
 #include <standalone_host/windows/command_process.hpp>
 #include <standalone_host/windows/unicode.hpp>
 
-#include <fmt/chrono.h>
 #include <fmt/format.h>
 #include <boost/algorithm/string/trim.hpp>
 
@@ -20,6 +19,10 @@ void refuse_several_lines(const std::string& command) {
   if (command.find_first_of(std::string_view("\r\n\0", 3)) != std::string::npos) {
     throw std::runtime_error("a command is one line of text");
   }
+}
+
+std::string in_seconds(std::chrono::milliseconds duration) {
+  return fmt::format("{:g} s", std::chrono::duration<double>(duration).count());
 }
 
 }  // namespace
@@ -49,7 +52,7 @@ int Windows_System::supervise_(Command_Process& process, const std::string& comm
     return process.exit_code();
   }
   ZANT_LOG(log_, severity_level::error) << fmt::format(
-      "Ending a command that takes longer than {} | Command: {}", options_.time_limit, command);
+      "Ending a command that takes longer than {} | Command: {}", in_seconds(options_.time_limit), command);
   process.end_tree();
   return Exit_Code::TIME_LIMIT;
 }

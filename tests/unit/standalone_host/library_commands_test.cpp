@@ -13,7 +13,10 @@ TEST(LibraryCommands, KnowsTheLinesThatOnlyLook) {
         "systemctl show apt-daily-upgrade.timer | grep -q NeedDaemonReload=yes", "which dnf &> /dev/null",
         "dnf repoquery --repoid quorvane -q | grep -q ^zant-velmora", "which dnf-automatic &> /dev/null",
         "systemctl status dnf-automatic-install.timer",
-        "systemctl show dnf-automatic-install.timer | grep -q NeedDaemonReload=yes"}) {
+        "systemctl show dnf-automatic-install.timer | grep -q NeedDaemonReload=yes",
+        "\"C:\\x y\\choco.exe\" pin list", "\"C:\\x y\\choco.exe\" source list",
+        "\"C:\\x y\\choco.exe\" list -e zant-velmora",
+        "schtasks.exe /QUERY /TN \"UpgradeVelmoraRecorderVMS\""}) {
     EXPECT_TRUE(is_query(line)) << line;
   }
 }
@@ -21,7 +24,9 @@ TEST(LibraryCommands, KnowsTheLinesThatOnlyLook) {
 TEST(LibraryCommands, TakesEverythingElseForAChange) {
   for (const char* line :
        {"apt-get -qq update", "apt-mark -qq unhold zant-velmora", "rpm --import https://x/key",
-        "service unattended-upgrades start > /dev/null", "which unattended-upgrades", ""}) {
+        "service unattended-upgrades start > /dev/null", "which unattended-upgrades",
+        "\"C:\\x y\\choco.exe\" pin remove -n zant-velmora", "\"C:\\x y\\choco.exe\" cache remove",
+        "schtasks.exe /DELETE /F /TN \"UpgradeVelmoraRecorderVMS\"", ""}) {
     EXPECT_FALSE(is_query(line)) << line;
   }
 }

@@ -131,6 +131,9 @@ INSTANTIATE_TEST_SUITE_P(
         Key_And_Value{"package.dnf.repo.gpg_key", "https://repo.velmora.example/>x"},
         Key_And_Value{"package.dnf.repo.gpg_key", "--all"},
         Key_And_Value{"package.dnf.repo.throttle", "slow"}, Key_And_Value{"package.dnf.repo.throttle", ""},
+        Key_And_Value{"package.choco.repo.source_location", "https://x.test/?a=1&b=2"},
+        Key_And_Value{"package.choco.repo.source_location", "%TEMP%"},
+        Key_And_Value{"package.choco.upgrade_scheduler.options", "/SC DAILY | more"},
         Key_And_Value{"package.choco.upgrade_scheduler.options", "/ST\n01:00"}));
 
 TEST(SettingRules, AnUnknownKeyHasNoRule) {

@@ -160,6 +160,23 @@ TEST_F(CycleRecorder, RecordsTheStepThatThrew) {
   EXPECT_FALSE(state().history.last_success);
 }
 
+TEST_F(CycleRecorder, RecordsTheFirstFailureThatEndedNoStep) {
+  recorder_->note_failure({"repository", "before the cycle"});
+  package_->on_upgrades = [this] {
+    recorder_->note_failure({"repository", "choco.exe command failed"});
+    recorder_->note_failure({"automatic_upgrades", "no task"});
+  };
+
+  run_cycle();
+
+  EXPECT_EQ(state().last_cycle.failure.value().message, "choco.exe command failed");
+  EXPECT_THAT(state().history.failures, ElementsAre(Pair("repository", 1)));
+
+  package_->on_upgrades = [] {};
+  run_cycle();
+  EXPECT_FALSE(state().last_cycle.failure);
+}
+
 TEST_F(CycleRecorder, CountsAReleasedHold) {
   package_->is_locked = true;
 

@@ -1,4 +1,4 @@
-#include <standalone_host/posix/installation_command.hpp>
+#include <standalone_host/installation_command.hpp>
 
 #include <gtest/gtest.h>
 

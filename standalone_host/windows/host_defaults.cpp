@@ -1,0 +1,17 @@
+#include <standalone_host/host_defaults.hpp>
+
+#include <standalone_host/windows/program_data.hpp>
+
+namespace zant::velmora::standalone_host::Host_Defaults {
+
+boost::filesystem::path settings_file() {
+  return own_program_data() / "package-minder.properties";
+}
+
+std::map<std::string, std::string> directories() {
+  return {{"minder.state_directory", (own_program_data() / "state").string()},
+          // Where Chocolatey installs itself.
+          {"minder.base_directory", program_data().string()}};
+}
+
+}  // namespace zant::velmora::standalone_host::Host_Defaults
