@@ -8,6 +8,9 @@
 #else
 #define ZANT_LOGGING_EXPORT __declspec(dllimport)
 #endif
+// An enumeration has nothing that Windows could export; its type is known by its name there.
+#define ZANT_LOGGING_EXPORT_ENUM
 #else
 #define ZANT_LOGGING_EXPORT __attribute__((visibility("default")))
+#define ZANT_LOGGING_EXPORT_ENUM ZANT_LOGGING_EXPORT
 #endif

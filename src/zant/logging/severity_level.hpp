@@ -13,7 +13,7 @@ namespace zant::logging {
 /// program compare, and they cross library boundaries.
 ///
 /// Exported because Boost.Log matches attribute values by type across shared libraries.
-enum class ZANT_LOGGING_EXPORT severity_level : std::uint32_t {
+enum class ZANT_LOGGING_EXPORT_ENUM severity_level : std::uint32_t {
   trace = 0,    ///< fine progress of a background worker
   debug = 1,    ///< lifecycle, and the success of a routine step
   info = 2,     ///< what a program tells its operator about itself

@@ -55,10 +55,8 @@ class PACKAGE_MINDER_EXPORT Velmora_Error : public Base, public virtual Velmora_
   static_assert(Message_Carrier<Base>);
 
  public:
-  Velmora_Error(const char* message, std::int32_t code)
-      : Velmora_Error<std::exception>(code), Base(message) {}
-  Velmora_Error(const std::string& message, std::int32_t code)
-      : Velmora_Error<std::exception>(code), Base(message) {}
+  Velmora_Error(const char* message, std::int32_t code);
+  Velmora_Error(const std::string& message, std::int32_t code);
 };
 
 template <>
@@ -76,11 +74,8 @@ class PACKAGE_MINDER_EXPORT Backend_Error : public Velmora_Error<Base>, public B
   static_assert(std::same_as<Base, std::runtime_error>);
 
  public:
-  Backend_Error(const char* message, std::int32_t code)
-      : Velmora_Error<std::exception>(code),
-        Velmora_Error<Base>(message, code),
-        Backend_Error<std::exception>(code) {}
-  Backend_Error(const std::string& message, std::int32_t code) : Backend_Error(message.c_str(), code) {}
+  Backend_Error(const char* message, std::int32_t code);
+  Backend_Error(const std::string& message, std::int32_t code);
 };
 
 template <>
@@ -100,14 +95,12 @@ class PACKAGE_MINDER_EXPORT Internal_Error : public Velmora_Error<Base>,
   static_assert(Message_Carrier<Base>);
 
  public:
-  Internal_Error(const char* message, std::int32_t code)
-      : Velmora_Error<std::exception>(code),
-        Velmora_Error<Base>(message, code),
-        Internal_Error<std::exception>(code) {}
-  Internal_Error(const std::string& message, std::int32_t code) : Internal_Error(message.c_str(), code) {}
+  Internal_Error(const char* message, std::int32_t code);
+  Internal_Error(const std::string& message, std::int32_t code);
 };
 
-// Instantiated once, in the library: one type information and one table per class for every module.
+// Instantiated once, in the library: one type information and one table per class for every module. Their
+// constructors are not inline, because of those a Windows library exports none.
 extern template class PACKAGE_MINDER_EXPORT Velmora_Error<std::runtime_error>;
 extern template class PACKAGE_MINDER_EXPORT Velmora_Error<std::logic_error>;
 extern template class PACKAGE_MINDER_EXPORT Backend_Error<std::runtime_error>;
