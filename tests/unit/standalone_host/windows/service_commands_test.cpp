@@ -1,0 +1,35 @@
+#include <standalone_host/windows/service_commands.hpp>
+
+#include <gtest/gtest.h>
+
+using namespace zant::velmora::standalone_host;
+
+namespace {
+
+TEST(ServiceCommands, StartTheServiceWithNothingButItsDefaults) {
+  EXPECT_EQ(Service_Commands::make_command_line("C:\\Program Files (x86)\\package-minder.exe", {}),
+            "\"C:\\Program Files (x86)\\package-minder.exe\" run");
+}
+
+TEST(ServiceCommands, StartTheServiceWithTheSettingsItWasInstalledWith) {
+  Settings_Sources settings;
+  settings.file = "C:\\a b\\minder.properties";
+  settings.file_is_required = true;
+  settings.overrides = {{"minder.interval", "60"},
+                        {"package.choco.upgrade_scheduler.options", "/SC DAILY /ST 03:00"}};
+
+  EXPECT_EQ(Service_Commands::make_command_line("C:\\package-minder.exe", settings),
+            "\"C:\\package-minder.exe\" --settings \"C:\\a b\\minder.properties\" --set "
+            "\"minder.interval=60\" --set "
+            "\"package.choco.upgrade_scheduler.options=/SC DAILY /ST 03:00\" run");
+}
+
+TEST(ServiceCommands, EscapeQuotesAndTheBackslashesBeforeThem) {
+  Settings_Sources settings;
+  settings.overrides = {{"a", "\"x\" \\\"y\\\" C:\\dir\\"}};
+
+  EXPECT_EQ(Service_Commands::make_command_line("m.exe", settings),
+            "\"m.exe\" --set \"a=\\\"x\\\" \\\\\\\"y\\\\\\\" C:\\dir\\\\\" run");
+}
+
+}  // namespace
