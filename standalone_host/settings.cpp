@@ -57,7 +57,7 @@ std::string read_settings_file(const boost::filesystem::path& file) {
   if (!stream.is_open() || stream.bad()) {
     const int error_number = errno != 0 ? errno : EIO;
     refuse_file(file, "cannot be read: " + std::generic_category().message(error_number),
-                "this program must be able to read it");
+                "it must be readable by the administrator");
   }
   if (text.find('\0') != std::string::npos) {
     refuse_file(file, "is not a text file", "it consists of lines KEY = VALUE");

@@ -191,7 +191,8 @@ TEST_F(SettingsTest, OfAFileThatSomebodyNamedAndThatIsMissingAreRefused) {
 
   EXPECT_THAT(
       refusals(),
-      ElementsAre(file() + ": cannot be read: No such file or directory; it must be readable by root"));
+      ElementsAre(file() +
+                  ": cannot be read: No such file or directory; it must be readable by the administrator"));
 }
 
 TEST_F(SettingsTest, OfADirectoryAreRefused) {
