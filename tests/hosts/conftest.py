@@ -27,6 +27,9 @@ def pytest_addoption(parser):
         "--build-directory", default=os.path.join(CHECKOUT, "build", "release"),
         help="the build whose program is put onto the hosts (default: build/release)",
     )
+    parser.addoption(
+        "--shell", action="store_true", help="open a shell in each host of a test when the test is over (not with -n)"
+    )
 
 
 def pytest_configure():
@@ -44,6 +47,23 @@ def pytest_runtest_makereport():
     elif report.failed:
         for host in running_hosts():
             report.sections.append(("what the host looks like", host.diagnosis()))
+
+
+@pytest.hookimpl(hookwrapper=True)
+def pytest_runtest_call(item):
+    outcome = yield
+    if item.config.getoption("--shell"):
+        _open_shells(item, outcome.excinfo)
+
+
+def _open_shells(item, failure):
+    capture = item.config.pluginmanager.getplugin("capturemanager")
+    capture.suspend(in_=True)
+    print(f"\n{item.name} {'failed: ' + str(failure[1]) if failure else 'passed'}")
+    for host in running_hosts():
+        print(f"This is its host; its files from outside: {host.root}. Leave the shell to go on.")
+        host.interactive_shell()
+    capture.resume()
 
 
 @pytest.fixture(scope="session", autouse=True)
