@@ -18,10 +18,10 @@ struct Command_Line {
   Command command;
   bool upgrades_only = false;  ///< purge: the automatic-upgrade part only
   Settings_Sources settings;
-  bool plan_only = false;     ///< purge: say what would be done, and do nothing
-  bool json = false;          ///< reports: for a program, not for a person
-  bool on_removal = false;    ///< purge: only if the settings ask for it when the program is removed
-  Host_Command host_command;  ///< for Command::OF_THIS_HOST
+  bool plan_only = false;          ///< purge: say what would be done, and do nothing
+  bool json = false;               ///< reports: for a program, not for a person
+  bool on_removal = false;         ///< purge: only if the settings ask for it when the program is removed
+  Host_Command host_command = {};  ///< for Command::OF_THIS_HOST
 };
 
 /// Whether the command only looks and prints what it found.

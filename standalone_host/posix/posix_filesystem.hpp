@@ -1,7 +1,6 @@
 #pragma once
 
-#include <zant/logging/source.hpp>
-#include <zant/velmora/host/filesystem.hpp>
+#include <standalone_host/disk_filesystem.hpp>
 
 #include <string>
 #include <vector>
@@ -20,7 +19,7 @@ namespace zant::velmora::standalone_host {
 /// a warning under the channel "Posix_Filesystem". That a file is missing is an answer and is not logged.
 ///
 /// Safe to call from several threads at once; the last of several writers of one file wins.
-class Posix_Filesystem : public Filesystem {
+class Posix_Filesystem : public Disk_Filesystem {
  public:
   /// The extension of the temporary files. A process that is killed while it writes leaves one; it is
   /// harmless, because package managers ignore hidden files, and can be removed while nobody writes in its
@@ -31,26 +30,15 @@ class Posix_Filesystem : public Filesystem {
 
   bool remove(const Path& path) override;
   void remove(const std::vector<Path>& paths) override;
-  void remove_all(const Path& path) override;
-  bool exists(const Path& path) override;
-  bool is_empty(const Path& path) override;
-
-  /// Sorted by name; links to files count as files.
-  std::vector<Path> list_files(const Path& directory, const std::string& extension) override;
-
-  /// With any option but Copy_Option::OVERWRITE_EXISTING an existing destination stays, and the copy fails.
-  bool copy_file(const Path& source, const Path& destination, int copy_option) override;
-  std::size_t copy_files(const std::vector<Path>& sources, const Path& directory, int copy_option) override;
-  std::string read_file(const Path& path, int read_flag) override;
-  bool write_file(const Path& path, const std::string& contents, int write_flag) override;
-  bool create_directories(const Path& path) override;
-  bool files_equal(const Path& first, const Path& second) override;
 
  private:
-  bool make_directory_(const Path& path);
-  void log_failure_(const std::string& what, const Path& path, const std::string& reason);
-
-  zant::logging::Source log_;
+  bool means_missing_(int error_code) const override;
+  std::string error_text_(int error_code) const override;
+  std::string read_(const Path& path) override;
+  void write_(const Path& path, const std::string& contents) override;
+  void copy_(const Path& source, const Path& destination) override;
+  bool are_equal_(const Path& first, const Path& second) override;
+  bool make_directory_(const Path& path) override;
 };
 
 }  // namespace zant::velmora::standalone_host
