@@ -20,3 +20,7 @@ foreach(name IN ITEMS libgcc_s_seh-1.dll libstdc++-6.dll libwinpthread-1.dll)
   list(APPEND runtime_libraries ${library})
 endforeach()
 file(COPY ${runtime_libraries} DESTINATION ${CMAKE_RUNTIME_OUTPUT_DIRECTORY})
+
+# A worker that is stopped while it goes to sleep would wait for ever in the destructor of its std::stop_callback:
+# the semaphore in there, where it is made of atomics and there is no futex, loses wake-ups in GCC 12.
+add_compile_definitions(_GLIBCXX_USE_POSIX_SEMAPHORE=1)

@@ -24,6 +24,7 @@ using test_support::Captured_Log;
 using test_support::Log_Record;
 using test_support::Recorded_Settings;
 using testing::ElementsAre;
+using testing::SizeIs;
 
 namespace {
 
@@ -129,6 +130,17 @@ TEST_F(HostProgram, HasAnErrorOfItsOwnLoggedByTheWorker) {
   log.wait_for("Encountered error: an error made by the host");
 
   EXPECT_THAT(log.messages(5), ElementsAre("Encountered error: an error made by the host"));
+}
+
+// Each time at another moment of the worker's way into its wait.
+TEST_F(HostProgram, CanStopAWorkerAtAnyTime) {
+  const auto minder = std::make_shared<Package_Minder>(std::make_shared<Own_Package>());
+  for (int round = 1; round <= 500; ++round) {
+    const Package_Minder_Thread worker(minder, 3600);
+    log.wait_for("Worker is going into a waiting state", static_cast<std::size_t>(round));
+  }
+
+  EXPECT_THAT(log.messages(1), SizeIs(1000));
 }
 
 TEST_F(HostProgram, ReadsTheSeverityAndChannelOfTheLibrarysRecords) {

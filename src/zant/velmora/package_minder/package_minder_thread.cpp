@@ -29,6 +29,8 @@ Package_Minder_Thread::Package_Minder_Thread(std::shared_ptr<Package_Minder> min
   ZANT_LOG(log_, severity_level::debug) << "Package minding is starting";
 }
 
+Package_Minder_Thread::~Package_Minder_Thread() = default;
+
 void Package_Minder_Thread::minder_thread_worker_(const std::stop_token& stop) {
   while (!stop.stop_requested()) {
     run_cycle_();

@@ -27,6 +27,10 @@ class PACKAGE_MINDER_EXPORT Package_Minder_Thread {
   /// @throws std::system_error when the thread cannot be started.
   Package_Minder_Thread(std::shared_ptr<Package_Minder> minder, unsigned int interval_seconds);
 
+  /// In the library, not inline: on Windows, whoever stops the worker must share the standard library's
+  /// state with whoever waits in it, and each module that inlines it has its own.
+  ~Package_Minder_Thread();
+
   Package_Minder_Thread(const Package_Minder_Thread&) = delete;
   Package_Minder_Thread& operator=(const Package_Minder_Thread&) = delete;
 
