@@ -2,8 +2,8 @@
 
 #include <standalone_host/build_config.hpp>
 #include <standalone_host/exit_status.hpp>
-#include <standalone_host/host_commands.hpp>
-#include <standalone_host/host_defaults.hpp>
+#include <standalone_host/platform/host_commands.hpp>
+#include <standalone_host/platform/host_defaults.hpp>
 #include <standalone_host/reports/document.hpp>
 
 #include <CLI/App.hpp>

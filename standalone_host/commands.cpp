@@ -4,13 +4,13 @@
 #include <standalone_host/minding.hpp>
 #include <standalone_host/observation/cycle_observation.hpp>
 #include <standalone_host/observation/logged_failure.hpp>
+#include <standalone_host/platform/service_notification.hpp>
+#include <standalone_host/platform/stop_signals.hpp>
+#include <standalone_host/platform/temporary_directory.hpp>
 #include <standalone_host/recorded_package.hpp>
 #include <standalone_host/refusal.hpp>
 #include <standalone_host/reports/report_commands.hpp>
-#include <standalone_host/service_notification.hpp>
 #include <standalone_host/staging_tree.hpp>
-#include <standalone_host/stop_signals.hpp>
-#include <standalone_host/temporary_directory.hpp>
 #include <standalone_host/work_area.hpp>
 
 #include <zant/logging/source.hpp>

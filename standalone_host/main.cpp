@@ -1,14 +1,14 @@
 #include <standalone_host/command_line.hpp>
 #include <standalone_host/commands.hpp>
 #include <standalone_host/exit_status.hpp>
-#include <standalone_host/log_sink.hpp>
-#include <standalone_host/package_factory.hpp>
-#include <standalone_host/privileges.hpp>
-#include <standalone_host/process_setup.hpp>
+#include <standalone_host/log/log_sink.hpp>
+#include <standalone_host/platform/package_factory.hpp>
+#include <standalone_host/platform/privileges.hpp>
+#include <standalone_host/platform/process_setup.hpp>
+#include <standalone_host/platform/service_manager.hpp>
 #include <standalone_host/refusal.hpp>
 #include <standalone_host/reports/report_commands.hpp>
-#include <standalone_host/service_manager.hpp>
-#include <standalone_host/settings.hpp>
+#include <standalone_host/settings/settings.hpp>
 
 #include <zant/logging/source.hpp>
 

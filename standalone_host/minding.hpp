@@ -1,7 +1,7 @@
 #pragma once
 
-#include <standalone_host/package_factory.hpp>
-#include <standalone_host/settings.hpp>
+#include <standalone_host/platform/package_factory.hpp>
+#include <standalone_host/settings/settings.hpp>
 
 #include <zant/velmora/package_minder/package.hpp>
 #include <zant/velmora/package_minder/package_config.hpp>

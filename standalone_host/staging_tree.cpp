@@ -1,6 +1,6 @@
 #include <standalone_host/staging_tree.hpp>
 
-#include <standalone_host/privileges.hpp>
+#include <standalone_host/platform/privileges.hpp>
 
 #include <zant/velmora/apt/apt_constants.hpp>
 #include <zant/velmora/dnf/dnf_constants.hpp>

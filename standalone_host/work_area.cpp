@@ -1,8 +1,8 @@
 #include <standalone_host/work_area.hpp>
 
 #include <standalone_host/exit_status.hpp>
-#include <standalone_host/package_factory.hpp>
-#include <standalone_host/privileges.hpp>
+#include <standalone_host/platform/package_factory.hpp>
+#include <standalone_host/platform/privileges.hpp>
 #include <standalone_host/refusal.hpp>
 
 #include <boost/filesystem/operations.hpp>

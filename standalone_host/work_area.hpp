@@ -1,7 +1,7 @@
 #pragma once
 
-#include <standalone_host/instance_lock.hpp>
-#include <standalone_host/settings.hpp>
+#include <standalone_host/platform/instance_lock.hpp>
+#include <standalone_host/settings/settings.hpp>
 
 #include <zant/velmora/host/filesystem.hpp>
 

@@ -5,8 +5,8 @@
 #include <standalone_host/observation/observed_filesystem.hpp>
 #include <standalone_host/observation/observed_package.hpp>
 #include <standalone_host/observation/observed_system.hpp>
+#include <standalone_host/platform/service_notification.hpp>
 #include <standalone_host/printable.hpp>
-#include <standalone_host/service_notification.hpp>
 
 #include <zant/velmora/apt/apt_constants.hpp>
 

@@ -3,8 +3,8 @@
 #include <standalone_host/observation/cycle_recorder.hpp>
 #include <standalone_host/observation/cycle_watch.hpp>
 #include <standalone_host/observation/log_observer.hpp>
-#include <standalone_host/package_factory.hpp>
-#include <standalone_host/settings.hpp>
+#include <standalone_host/platform/package_factory.hpp>
+#include <standalone_host/settings/settings.hpp>
 
 #include <zant/velmora/package_minder/package.hpp>
 

@@ -1,6 +1,6 @@
 #include <standalone_host/observation/cycle_watch.hpp>
 
-#include <standalone_host/installation_command.hpp>
+#include <standalone_host/platform/installation_command.hpp>
 
 namespace zant::velmora::standalone_host {
 namespace {

@@ -1,4 +1,4 @@
-#include <standalone_host/host_commands.hpp>
+#include <standalone_host/platform/host_commands.hpp>
 
 namespace zant::velmora::standalone_host {
 

@@ -1,4 +1,4 @@
-#include <standalone_host/host_defaults.hpp>
+#include <standalone_host/platform/host_defaults.hpp>
 
 #include <standalone_host/build_config.hpp>
 

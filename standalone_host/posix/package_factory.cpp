@@ -1,4 +1,4 @@
-#include <standalone_host/package_factory.hpp>
+#include <standalone_host/platform/package_factory.hpp>
 
 #include <standalone_host/build_config.hpp>
 #include <standalone_host/posix/posix_filesystem.hpp>

@@ -1,6 +1,6 @@
 #include <standalone_host/posix/posix_system.hpp>
 
-#include <standalone_host/installation_command.hpp>
+#include <standalone_host/platform/installation_command.hpp>
 #include <standalone_host/posix/child_process.hpp>
 #include <standalone_host/posix/command_environment.hpp>
 

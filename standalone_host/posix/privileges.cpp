@@ -1,4 +1,4 @@
-#include <standalone_host/privileges.hpp>
+#include <standalone_host/platform/privileges.hpp>
 
 #include <standalone_host/posix/system_error.hpp>
 

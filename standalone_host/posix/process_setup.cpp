@@ -1,4 +1,4 @@
-#include <standalone_host/process_setup.hpp>
+#include <standalone_host/platform/process_setup.hpp>
 
 #include <signal.h>
 #include <sys/stat.h>

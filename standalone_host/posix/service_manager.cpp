@@ -1,4 +1,4 @@
-#include <standalone_host/service_manager.hpp>
+#include <standalone_host/platform/service_manager.hpp>
 
 namespace zant::velmora::standalone_host {
 

@@ -1,4 +1,4 @@
-#include <standalone_host/temporary_directory.hpp>
+#include <standalone_host/platform/temporary_directory.hpp>
 
 #include <standalone_host/posix/system_error.hpp>
 

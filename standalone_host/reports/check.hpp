@@ -1,9 +1,9 @@
 #pragma once
 
-#include <standalone_host/package_factory.hpp>
+#include <standalone_host/platform/package_factory.hpp>
 #include <standalone_host/reports/check_report.hpp>
 #include <standalone_host/reports/document.hpp>
-#include <standalone_host/settings.hpp>
+#include <standalone_host/settings/settings.hpp>
 
 #include <string>
 

@@ -2,7 +2,7 @@
 
 #include <standalone_host/reports/check_report.hpp>
 #include <standalone_host/reports/host_kind.hpp>
-#include <standalone_host/settings.hpp>
+#include <standalone_host/settings/settings.hpp>
 
 #include <zant/velmora/host/filesystem.hpp>
 #include <zant/velmora/host/system.hpp>

@@ -1,6 +1,6 @@
 #include <standalone_host/reports/keyring_check.hpp>
 
-#include <standalone_host/temporary_directory.hpp>
+#include <standalone_host/platform/temporary_directory.hpp>
 
 #include <zant/velmora/host/command_success.hpp>
 

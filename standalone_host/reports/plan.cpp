@@ -2,9 +2,9 @@
 
 #include <standalone_host/exit_status.hpp>
 #include <standalone_host/minding.hpp>
+#include <standalone_host/platform/temporary_directory.hpp>
 #include <standalone_host/reports/unified_diff.hpp>
 #include <standalone_host/staging_tree.hpp>
-#include <standalone_host/temporary_directory.hpp>
 
 #include <zant/velmora/apt/apt_constants.hpp>
 #include <zant/velmora/dnf/dnf_constants.hpp>

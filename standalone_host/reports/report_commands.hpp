@@ -1,8 +1,8 @@
 #pragma once
 
 #include <standalone_host/command_line.hpp>
-#include <standalone_host/package_factory.hpp>
-#include <standalone_host/settings.hpp>
+#include <standalone_host/platform/package_factory.hpp>
+#include <standalone_host/settings/settings.hpp>
 
 #include <string>
 #include <vector>

@@ -1,11 +1,11 @@
 #pragma once
 
 #include <standalone_host/observation/cycle_store.hpp>
-#include <standalone_host/package_factory.hpp>
+#include <standalone_host/platform/package_factory.hpp>
 #include <standalone_host/reports/document.hpp>
 #include <standalone_host/reports/host_kind.hpp>
 #include <standalone_host/reports/plan.hpp>
-#include <standalone_host/settings.hpp>
+#include <standalone_host/settings/settings.hpp>
 
 #include <optional>
 #include <string>

@@ -1,4 +1,4 @@
-#include <standalone_host/host_defaults.hpp>
+#include <standalone_host/platform/host_defaults.hpp>
 
 #include <standalone_host/windows/program_data.hpp>
 

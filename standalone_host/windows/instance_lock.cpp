@@ -1,4 +1,4 @@
-#include <standalone_host/instance_lock.hpp>
+#include <standalone_host/platform/instance_lock.hpp>
 
 #include <standalone_host/exit_status.hpp>
 #include <standalone_host/refusal.hpp>

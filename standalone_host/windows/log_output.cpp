@@ -1,4 +1,4 @@
-#include <standalone_host/log_output.hpp>
+#include <standalone_host/platform/log_output.hpp>
 
 #include <standalone_host/windows/unicode.hpp>
 

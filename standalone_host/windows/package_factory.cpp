@@ -1,6 +1,6 @@
-#include <standalone_host/package_factory.hpp>
+#include <standalone_host/platform/package_factory.hpp>
 
-#include <standalone_host/privileges.hpp>
+#include <standalone_host/platform/privileges.hpp>
 #include <standalone_host/windows/protected_directory.hpp>
 #include <standalone_host/windows/unicode.hpp>
 #include <standalone_host/windows/windows_filesystem.hpp>

@@ -1,7 +1,7 @@
 #include <standalone_host/windows/service_commands.hpp>
 
 #include <standalone_host/exit_status.hpp>
-#include <standalone_host/host_defaults.hpp>
+#include <standalone_host/platform/host_defaults.hpp>
 #include <standalone_host/windows/unicode.hpp>
 #include <standalone_host/windows/win32_error.hpp>
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <standalone_host/settings.hpp>
+#include <standalone_host/settings/settings.hpp>
 
 /// The program as a service of Windows, in the service manager's books. Each operation returns the exit
 /// status of the program and tells what it has done, or why not, through the log.

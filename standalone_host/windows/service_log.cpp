@@ -1,6 +1,6 @@
 #include <standalone_host/windows/service_log.hpp>
 
-#include <standalone_host/privileges.hpp>
+#include <standalone_host/platform/privileges.hpp>
 #include <standalone_host/windows/program_data.hpp>
 #include <standalone_host/windows/windows_filesystem.hpp>
 

@@ -1,4 +1,4 @@
-#include <standalone_host/service_notification.hpp>
+#include <standalone_host/platform/service_notification.hpp>
 
 namespace zant::velmora::standalone_host::Service_Notification {
 

@@ -1,4 +1,4 @@
-#include <standalone_host/stop_signals.hpp>
+#include <standalone_host/platform/stop_signals.hpp>
 
 #include <Poco/NamedEvent.h>
 #include <Poco/Process.h>

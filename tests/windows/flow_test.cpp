@@ -1,6 +1,6 @@
 // package-minder.exe itself, from the command line, on a host whose choco.exe and schtasks.exe are stand-ins.
 
-#include <standalone_host/process_setup.hpp>
+#include <standalone_host/platform/process_setup.hpp>
 #include <standalone_host/windows/handle.hpp>
 #include <standalone_host/windows/unicode.hpp>
 #include <standalone_host/windows/windows_system.hpp>

@@ -1,9 +1,9 @@
 #include "../filesystem_contract.hpp"
 #include "disk_seams.hpp"
 
+#include <standalone_host/platform/temporary_directory.hpp>
 #include <standalone_host/posix/posix_filesystem.hpp>
 #include <standalone_host/posix/replacement_file.hpp>
-#include <standalone_host/temporary_directory.hpp>
 
 #include <support/captured_log.hpp>
 

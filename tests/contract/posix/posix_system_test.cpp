@@ -1,7 +1,7 @@
 #include "process_surroundings.hpp"
 
+#include <standalone_host/platform/temporary_directory.hpp>
 #include <standalone_host/posix/posix_system.hpp>
-#include <standalone_host/temporary_directory.hpp>
 
 #include <support/captured_log.hpp>
 

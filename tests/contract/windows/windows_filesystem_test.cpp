@@ -1,6 +1,6 @@
 #include "../filesystem_contract.hpp"
 
-#include <standalone_host/temporary_directory.hpp>
+#include <standalone_host/platform/temporary_directory.hpp>
 #include <standalone_host/windows/windows_filesystem.hpp>
 
 namespace zant::velmora::standalone_host {

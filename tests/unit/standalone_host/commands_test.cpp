@@ -1,8 +1,8 @@
 #include <standalone_host/commands.hpp>
 
-#include <standalone_host/instance_lock.hpp>
+#include <standalone_host/platform/instance_lock.hpp>
+#include <standalone_host/platform/temporary_directory.hpp>
 #include <standalone_host/refusal.hpp>
-#include <standalone_host/temporary_directory.hpp>
 
 #include <support/captured_log.hpp>
 #include <support/fake_system.hpp>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <standalone_host/temporary_directory.hpp>
+#include <standalone_host/platform/temporary_directory.hpp>
 
 #include <sys/socket.h>
 #include <sys/un.h>

@@ -1,7 +1,7 @@
 #include <standalone_host/staging_tree.hpp>
 
+#include <standalone_host/platform/temporary_directory.hpp>
 #include <standalone_host/posix/posix_filesystem.hpp>
-#include <standalone_host/temporary_directory.hpp>
 
 #include <support/captured_log.hpp>
 

@@ -1,8 +1,8 @@
 #include <standalone_host/work_area.hpp>
 
+#include <standalone_host/platform/temporary_directory.hpp>
 #include <standalone_host/posix/posix_filesystem.hpp>
 #include <standalone_host/refusal.hpp>
-#include <standalone_host/temporary_directory.hpp>
 
 #include <support/captured_log.hpp>
 

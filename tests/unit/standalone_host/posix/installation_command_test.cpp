@@ -1,4 +1,4 @@
-#include <standalone_host/installation_command.hpp>
+#include <standalone_host/platform/installation_command.hpp>
 
 #include <gtest/gtest.h>
 

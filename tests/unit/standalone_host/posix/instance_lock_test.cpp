@@ -1,7 +1,7 @@
-#include <standalone_host/instance_lock.hpp>
+#include <standalone_host/platform/instance_lock.hpp>
 
+#include <standalone_host/platform/temporary_directory.hpp>
 #include <standalone_host/refusal.hpp>
-#include <standalone_host/temporary_directory.hpp>
 
 #include <gtest/gtest.h>
 #include <boost/filesystem/operations.hpp>

@@ -1,6 +1,6 @@
-#include <standalone_host/service_notification.hpp>
+#include <standalone_host/platform/service_notification.hpp>
 
-#include <standalone_host/temporary_directory.hpp>
+#include <standalone_host/platform/temporary_directory.hpp>
 
 #include <gtest/gtest.h>
 #include <notification_socket.hpp>

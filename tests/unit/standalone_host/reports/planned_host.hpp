@@ -1,8 +1,8 @@
 #pragma once
 
-#include <standalone_host/package_factory.hpp>
-#include <standalone_host/settings.hpp>
-#include <standalone_host/temporary_directory.hpp>
+#include <standalone_host/platform/package_factory.hpp>
+#include <standalone_host/platform/temporary_directory.hpp>
+#include <standalone_host/settings/settings.hpp>
 
 #include <support/captured_log.hpp>
 #include <support/fake_system.hpp>

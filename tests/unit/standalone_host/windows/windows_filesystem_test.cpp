@@ -3,7 +3,7 @@
 #include <support/captured_log.hpp>
 #include <windows/scratch_directory.hpp>
 
-#include <standalone_host/privileges.hpp>
+#include <standalone_host/platform/privileges.hpp>
 #include <standalone_host/windows/handle.hpp>
 
 #include <gmock/gmock.h>

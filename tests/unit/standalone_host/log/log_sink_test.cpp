@@ -1,4 +1,4 @@
-#include <standalone_host/log_sink.hpp>
+#include <standalone_host/log/log_sink.hpp>
 
 #include <zant/logging/source.hpp>
 

@@ -1,7 +1,7 @@
-#include <standalone_host/log_sink.hpp>
+#include <standalone_host/log/log_sink.hpp>
 
-#include <standalone_host/log_format.hpp>
-#include <standalone_host/log_output.hpp>
+#include <standalone_host/log/log_format.hpp>
+#include <standalone_host/platform/log_output.hpp>
 
 #include <boost/log/attributes/value_extraction.hpp>
 #include <boost/log/core.hpp>

@@ -1,11 +1,11 @@
-#include <standalone_host/settings.hpp>
+#include <standalone_host/settings/settings.hpp>
 
 #include <standalone_host/exit_status.hpp>
 #include <standalone_host/finding.hpp>
-#include <standalone_host/host_defaults.hpp>
+#include <standalone_host/platform/host_defaults.hpp>
 #include <standalone_host/printable.hpp>
 #include <standalone_host/refusal.hpp>
-#include <standalone_host/setting_rules.hpp>
+#include <standalone_host/settings/setting_rules.hpp>
 
 #include <Poco/Exception.h>
 #include <Poco/Util/MapConfiguration.h>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <standalone_host/settings.hpp>
+#include <standalone_host/settings/settings.hpp>
 
 #include <zant/logging/severity_level.hpp>
 

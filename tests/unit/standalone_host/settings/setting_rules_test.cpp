@@ -1,4 +1,4 @@
-#include <standalone_host/setting_rules.hpp>
+#include <standalone_host/settings/setting_rules.hpp>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

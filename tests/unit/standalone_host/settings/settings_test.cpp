@@ -1,7 +1,7 @@
-#include <standalone_host/settings.hpp>
+#include <standalone_host/settings/settings.hpp>
 
+#include <standalone_host/platform/temporary_directory.hpp>
 #include <standalone_host/refusal.hpp>
-#include <standalone_host/temporary_directory.hpp>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

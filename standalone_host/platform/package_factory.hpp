@@ -1,7 +1,7 @@
 #pragma once
 
 #include <standalone_host/finding.hpp>
-#include <standalone_host/settings.hpp>
+#include <standalone_host/settings/settings.hpp>
 
 #include <zant/velmora/host/filesystem.hpp>
 #include <zant/velmora/host/system.hpp>

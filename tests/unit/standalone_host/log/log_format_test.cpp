@@ -1,4 +1,4 @@
-#include <standalone_host/log_format.hpp>
+#include <standalone_host/log/log_format.hpp>
 
 #include <gtest/gtest.h>
 
