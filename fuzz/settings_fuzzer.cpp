@@ -1,0 +1,34 @@
+// A settings file: it is refused with a message for each fault, or every one of its values can be read.
+
+#include <fuzz/fuzzer.hpp>
+
+#include <standalone_host/platform/temporary_directory.hpp>
+#include <standalone_host/refusal.hpp>
+#include <standalone_host/settings/settings.hpp>
+
+#include <fstream>
+
+using namespace zant::velmora::standalone_host;
+
+void try_input(const std::string& input) {
+  static const Temporary_Directory directory;
+  const auto file = directory.path() / "package-minder.properties";
+  std::ofstream(file.string(), std::ios::binary) << input;
+  try {
+    const Settings settings(Settings_Sources{file, true, {}});
+    settings.interval();
+    settings.automatic_upgrades();
+    settings.command_time_limit();
+    settings.command_kill_delay();
+    settings.metrics_file();
+    settings.log_level();
+    settings.log_format();
+    Poco::Util::AbstractConfiguration::Keys keys;
+    settings.configuration().keys("package.apt.repo", keys);
+    for (const auto& key : keys) {
+      settings.configuration().getString("package.apt.repo." + key);
+    }
+  } catch (const Refusal& refusal) {
+    require(!refusal.messages().empty());
+  }
+}
