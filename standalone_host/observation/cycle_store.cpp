@@ -7,6 +7,7 @@
 #include <Poco/Exception.h>
 #include <nlohmann/json.hpp>
 
+#include <cstdlib>
 #include <string>
 
 namespace zant::velmora::standalone_host::Cycle_Store {
@@ -17,8 +18,12 @@ using std::chrono::system_clock;
 
 system_clock::time_point parse_iso_time(const std::string& text) {
   int zone = 0;
-  const auto time = Poco::DateTimeParser::parse("%Y-%m-%dT%H:%M:%SZ", text, zone);
-  return system_clock::from_time_t(time.timestamp().epochTime());
+  const auto time = Poco::DateTimeParser::parse("%Y-%m-%dT%H:%M:%SZ", text, zone).timestamp().epochTime();
+  constexpr auto LATEST = std::chrono::duration_cast<std::chrono::seconds>(system_clock::duration::max());
+  if (std::abs(time) > LATEST.count()) {
+    throw Poco::RangeException(text);
+  }
+  return system_clock::from_time_t(time);
 }
 
 Json to_json(const Cycle_Record& record) {

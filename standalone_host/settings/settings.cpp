@@ -8,7 +8,6 @@
 #include <standalone_host/settings/setting_rules.hpp>
 
 #include <Poco/Exception.h>
-#include <Poco/Util/MapConfiguration.h>
 #include <Poco/Util/PropertyFileConfiguration.h>
 #include <fmt/format.h>
 #include <boost/algorithm/string/predicate.hpp>
@@ -17,7 +16,9 @@
 #include <algorithm>
 #include <cerrno>
 #include <fstream>
+#include <iterator>
 #include <optional>
+#include <set>
 #include <sstream>
 #include <system_error>
 
@@ -25,17 +26,28 @@ namespace zant::velmora::standalone_host {
 namespace {
 
 using Poco::AutoPtr;
-using Poco::Util::AbstractConfiguration;
 using Poco::Util::LayeredConfiguration;
-using Poco::Util::MapConfiguration;
 using Poco::Util::PropertyFileConfiguration;
 
 constexpr std::size_t LONGEST_VALUE = 4096;
 
+// Settings of one origin. Tells all its keys at once: asked level by level, a key that begins with a dot has no
+// end, and one of a thousand levels costs a thousand searches.
+class Listed_Configuration final : public PropertyFileConfiguration {
+ public:
+  using PropertyFileConfiguration::PropertyFileConfiguration;
+
+  std::vector<std::string> all_keys() const {
+    std::vector<std::string> keys;
+    std::transform(begin(), end(), std::back_inserter(keys), [](const auto& setting) { return setting.first; });
+    return keys;
+  }
+};
+
 // One layer, and what to call it in front of the administrator.
 struct Layer {
   std::string name;
-  AutoPtr<AbstractConfiguration> configuration;
+  AutoPtr<Listed_Configuration> configuration;
 };
 
 [[noreturn]] void refuse_file(const boost::filesystem::path& file, const std::string& what,
@@ -65,27 +77,27 @@ std::string read_settings_file(const boost::filesystem::path& file) {
   return text;
 }
 
-AutoPtr<AbstractConfiguration> load_settings_file(const Settings_Sources& sources) {
+AutoPtr<Listed_Configuration> load_settings_file(const Settings_Sources& sources) {
   boost::system::error_code error;
   const auto status = boost::filesystem::status(sources.file, error);
   if (status.type() == boost::filesystem::file_not_found && !sources.file_is_required) {
-    return AutoPtr<AbstractConfiguration>(new MapConfiguration);
+    return new Listed_Configuration;
   }
   // From memory: on a stream that fails, Poco's parsers do not come to an end.
   std::istringstream text(read_settings_file(sources.file));
-  return AutoPtr<AbstractConfiguration>(new PropertyFileConfiguration(text));
+  return new Listed_Configuration(text);
 }
 
-AutoPtr<AbstractConfiguration> make_overrides(const Settings_Sources& sources) {
-  AutoPtr<MapConfiguration> overrides(new MapConfiguration);
+AutoPtr<Listed_Configuration> make_overrides(const Settings_Sources& sources) {
+  AutoPtr<Listed_Configuration> overrides(new Listed_Configuration);
   for (const auto& [key, value] : sources.overrides) {
     overrides->setString(key, value);
   }
   return overrides;
 }
 
-AutoPtr<AbstractConfiguration> make_defaults() {
-  AutoPtr<MapConfiguration> defaults(new MapConfiguration);
+AutoPtr<Listed_Configuration> make_defaults() {
+  AutoPtr<Listed_Configuration> defaults(new Listed_Configuration);
   defaults->setString("minder.interval", "3600");
   defaults->setString("minder.automatic_upgrades", "true");
   defaults->setString("minder.purge_on_removal", "false");
@@ -98,20 +110,6 @@ AutoPtr<AbstractConfiguration> make_defaults() {
     defaults->setString(key, value);
   }
   return defaults;
-}
-
-// Every key with a value, in full. A key can have a value and further keys below it.
-void collect_keys(const AbstractConfiguration& configuration, const std::string& parent,
-                  std::vector<std::string>& found) {
-  AbstractConfiguration::Keys names;
-  configuration.keys(parent, names);
-  for (const auto& name : names) {
-    const std::string key = parent.empty() ? name : parent + "." + name;
-    if (configuration.hasProperty(key)) {
-      found.push_back(key);
-    }
-    collect_keys(configuration, key, found);
-  }
 }
 
 bool is_reserved(const std::string& key) {
@@ -145,15 +143,12 @@ std::optional<Finding> judge(const Layer& layer, const std::string& key,
 // A bad value is reported where it stands, and only there: what is overridden has no effect.
 Findings judge_layers(const std::vector<Layer>& by_precedence, const LayeredConfiguration& configuration) {
   Findings findings;
-  std::vector<std::string> judged;
+  std::set<std::string> judged;
   for (const auto& layer : by_precedence) {
-    std::vector<std::string> keys;
-    collect_keys(*layer.configuration, "", keys);
-    for (const auto& key : keys) {
-      if (!is_reserved(key) || std::find(judged.begin(), judged.end(), key) != judged.end()) {
+    for (const auto& key : layer.configuration->all_keys()) {
+      if (!is_reserved(key) || !judged.insert(key).second) {
         continue;
       }
-      judged.push_back(key);
       if (const auto finding = judge(layer, key, configuration)) {
         findings.push_back(*finding);
       }

@@ -11,6 +11,7 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <boost/algorithm/string/replace.hpp>
 
 #include <functional>
 #include <memory>
@@ -22,6 +23,7 @@ namespace {
 
 using std::chrono::seconds;
 using ::testing::ElementsAre;
+using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 using ::testing::Pair;
 
@@ -309,6 +311,18 @@ TEST_F(CycleRecorder, GoesOnCountingAfterARestart) {
 
 TEST_F(CycleRecorder, StartsAnewOverADamagedRecord) {
   files_->add_file(RECORD, "{\"last_cycle\": {}}");
+  start();
+
+  run_cycle();
+
+  EXPECT_EQ(state().history.cycles, 1U);
+}
+
+TEST_F(CycleRecorder, StartsAnewOverATimeThatIsOutOfTheClocksRange) {
+  run_cycle();
+  const auto record = files_->contents(RECORD).value();
+  ASSERT_THAT(record, HasSubstr("2027-01-15"));
+  files_->add_file(RECORD, boost::algorithm::replace_all_copy(record, "2027-01-15", "9999-01-15"));
   start();
 
   run_cycle();

@@ -163,6 +163,24 @@ TEST_F(SettingsTest, ThatNobodyKnowsAreRefused) {
             file() + ": unknown key minder.log.colour; known keys are minder.log.level, minder.log.format");
 }
 
+TEST_F(SettingsTest, WithStrangeKeysAreTheAdministratorsOwn) {
+  given_file("= nothing\n.package.url = x\nour..mirror = y\nminder.interval = 60\n");
+
+  EXPECT_EQ(Settings(sources_).interval(), std::chrono::seconds(60));
+}
+
+TEST_F(SettingsTest, WithAKeyOfManyLevelsAreRefused) {
+  std::string key = "package";
+  for (int level = 0; level < 100000; ++level) {
+    key += ".a";
+  }
+  given_file(key + " = x\n");
+
+  ASSERT_EQ(refusals().size(), 1U);
+  EXPECT_THAT(refusals()[0], StartsWith(file() + ": unknown key package.a.a."));
+  EXPECT_LT(refusals()[0].size(), 2000U);
+}
+
 TEST_F(SettingsTest, WithoutASeparatorAreRefusedAsUnknownKeys) {
   given_file("minder.log.level debug\n");
 
