@@ -31,15 +31,16 @@ using Poco::Util::PropertyFileConfiguration;
 
 constexpr std::size_t LONGEST_VALUE = 4096;
 
-// Settings of one origin. Tells all its keys at once: asked level by level, a key that begins with a dot has no
-// end, and one of a thousand levels costs a thousand searches.
+// Settings of one origin. Tells all its keys at once: asked level by level, a key that begins with a dot has
+// no end, and one of a thousand levels costs a thousand searches.
 class Listed_Configuration final : public PropertyFileConfiguration {
  public:
   using PropertyFileConfiguration::PropertyFileConfiguration;
 
   std::vector<std::string> all_keys() const {
     std::vector<std::string> keys;
-    std::transform(begin(), end(), std::back_inserter(keys), [](const auto& setting) { return setting.first; });
+    std::transform(begin(), end(), std::back_inserter(keys),
+                   [](const auto& setting) { return setting.first; });
     return keys;
   }
 };
