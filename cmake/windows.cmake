@@ -24,3 +24,7 @@ file(COPY ${runtime_libraries} DESTINATION ${CMAKE_RUNTIME_OUTPUT_DIRECTORY})
 # A worker that is stopped while it goes to sleep would wait for ever in the destructor of its std::stop_callback:
 # the semaphore in there, where it is made of atomics and there is no futex, loses wake-ups in GCC 12.
 add_compile_definitions(_GLIBCXX_USE_POSIX_SEMAPHORE=1)
+
+# Of windows.h the core alone: the old sockets that come with it do not go together with the new ones, which Poco's
+# headers bring, and neither order of including them is to matter.
+add_compile_definitions(WIN32_LEAN_AND_MEAN)

@@ -21,7 +21,7 @@
 
 using namespace zant::velmora;
 using test_support::Captured_Log;
-using test_support::Log_Record;
+using test_support::Captured_Record;
 using test_support::Recorded_Settings;
 using testing::ElementsAre;
 using testing::SizeIs;
@@ -149,7 +149,7 @@ TEST_F(HostProgram, ReadsTheSeverityAndChannelOfTheLibrarysRecords) {
   package.lock();
 
   EXPECT_THAT(log.records(),
-              ElementsAre(Log_Record{5, "APT_Package", "Failed to set zant-velmora package to \"hold\""}));
+              ElementsAre(Captured_Record{5, "APT_Package", "Failed to set zant-velmora package to \"hold\""}));
 }
 
 TEST_F(HostProgram, SeesTheLibrarysConstants) {

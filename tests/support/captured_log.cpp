@@ -13,7 +13,7 @@
 
 namespace zant::velmora::test_support {
 
-std::ostream& operator<<(std::ostream& stream, const Log_Record& record) {
+std::ostream& operator<<(std::ostream& stream, const Captured_Record& record) {
   return stream << '{' << record.severity << ", " << record.channel << ", " << record.message << '}';
 }
 
@@ -21,7 +21,7 @@ class Captured_Log::Backend
     : public boost::log::sinks::basic_sink_backend<boost::log::sinks::concurrent_feeding> {
  public:
   void consume(const boost::log::record_view& view) {
-    Log_Record record;
+    Captured_Record record;
     record.severity =
         static_cast<int>(boost::log::extract<zant::logging::severity_level>("Severity", view).get());
     record.channel = boost::log::extract<std::string>("Channel", view).get();
@@ -34,7 +34,7 @@ class Captured_Log::Backend
     arrived_.notify_all();
   }
 
-  std::vector<Log_Record> records() const {
+  std::vector<Captured_Record> records() const {
     const std::lock_guard lock(mutex_);
     return records_;
   }
@@ -44,18 +44,18 @@ class Captured_Log::Backend
     arrived_.wait(lock, [this, &message, count] {
       const auto written =
           std::count_if(records_.begin(), records_.end(),
-                        [&message](const Log_Record& record) { return record.message == message; });
+                        [&message](const Captured_Record& record) { return record.message == message; });
       return static_cast<std::size_t>(written) >= count;
     });
   }
 
-  void on_record(std::function<void(const Log_Record&)> observer) { observer_ = std::move(observer); }
+  void on_record(std::function<void(const Captured_Record&)> observer) { observer_ = std::move(observer); }
 
  private:
   mutable std::mutex mutex_;
   mutable std::condition_variable arrived_;
-  std::vector<Log_Record> records_;
-  std::function<void(const Log_Record&)> observer_;
+  std::vector<Captured_Record> records_;
+  std::function<void(const Captured_Record&)> observer_;
 };
 
 Captured_Log::Captured_Log()
@@ -67,7 +67,7 @@ Captured_Log::~Captured_Log() {
   boost::log::core::get()->remove_sink(sink_);
 }
 
-std::vector<Log_Record> Captured_Log::records() const {
+std::vector<Captured_Record> Captured_Log::records() const {
   return backend_->records();
 }
 
@@ -85,7 +85,7 @@ void Captured_Log::wait_for(const std::string& message, std::size_t count) const
   backend_->wait_for(message, count);
 }
 
-void Captured_Log::on_record(std::function<void(const Log_Record&)> observer) {
+void Captured_Log::on_record(std::function<void(const Captured_Record&)> observer) {
   backend_->on_record(std::move(observer));
 }
 

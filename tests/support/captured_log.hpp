@@ -14,15 +14,15 @@
 namespace zant::velmora::test_support {
 
 /// One log record as the system wrote it.
-struct Log_Record {
+struct Captured_Record {
   int severity;
   std::string channel;
   std::string message;
 
-  bool operator==(const Log_Record&) const = default;
+  bool operator==(const Captured_Record&) const = default;
 };
 
-std::ostream& operator<<(std::ostream& stream, const Log_Record& record);
+std::ostream& operator<<(std::ostream& stream, const Captured_Record& record);
 
 /// Collects every log record of the process while it lives; nothing else receives them meanwhile.
 class Captured_Log {
@@ -33,7 +33,7 @@ class Captured_Log {
   Captured_Log& operator=(const Captured_Log&) = delete;
 
   /// The records so far, in order.
-  std::vector<Log_Record> records() const;
+  std::vector<Captured_Record> records() const;
 
   /// The messages of one severity so far, in order.
   std::vector<std::string> messages(int severity) const;
@@ -42,7 +42,7 @@ class Captured_Log {
   void wait_for(const std::string& message, std::size_t count = 1) const;
 
   /// Called inside the writing of each record, on the thread that writes it. Set before that thread runs.
-  void on_record(std::function<void(const Log_Record&)> observer);
+  void on_record(std::function<void(const Captured_Record&)> observer);
 
  private:
   class Backend;

@@ -16,7 +16,7 @@ namespace zant::velmora::test_support {
 class Recorded_Host {
  public:
   Recorded_Host() {
-    log.on_record([journal = journal_](const Log_Record& record) {
+    log.on_record([journal = journal_](const Captured_Record& record) {
       journal->push_back("log " + std::to_string(record.severity) + ' ' + record.channel + ": " +
                          record.message);
     });

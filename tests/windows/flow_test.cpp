@@ -1,7 +1,5 @@
 // package-minder.exe itself, from the command line, on a host whose choco.exe and schtasks.exe are stand-ins.
 
-#include <Poco/Process.h>  // first, because it wants winsock2.h before windows.h
-
 #include <standalone_host/platform/process_setup.hpp>
 #include <standalone_host/windows/handle.hpp>
 #include <standalone_host/windows/unicode.hpp>
@@ -10,6 +8,7 @@
 #include <windows/scratch_directory.hpp>
 #include <windows/stand_in.hpp>
 
+#include <Poco/Process.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 

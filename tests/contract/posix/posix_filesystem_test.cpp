@@ -338,7 +338,7 @@ TEST_F(PosixFilesystem, AnUnfinishedFileLiesHiddenBesideItsDestination) {
 TEST_F(PosixFilesystem, AWriteIntoAMissingDirectoryIsLoggedWithItsReason) {
   EXPECT_FALSE(write("missing/a", "text"));
 
-  EXPECT_THAT(log_.records(), ElementsAre(test_support::Log_Record{
+  EXPECT_THAT(log_.records(), ElementsAre(test_support::Captured_Record{
                                   4, "Posix_Filesystem",
                                   "Cannot write " + at("missing/a").string() +
                                       ": cannot create a file beside it: No such file or directory"}));

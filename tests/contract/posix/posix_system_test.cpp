@@ -30,7 +30,7 @@ namespace {
 using namespace std::chrono_literals;
 using test_support::Captured_Log;
 using test_support::Environment_Variable;
-using test_support::Log_Record;
+using test_support::Captured_Record;
 using test_support::Signal_Disposition;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
@@ -432,7 +432,7 @@ class PosixSystemInstallation : public PosixSystem {
     given_tool("dnf");
     ASSERT_EQ(::mkfifo(at("noticed").c_str(), 0600), 0);
     options_.environment = {{"PATH", directory_.path().string() + ":/usr/bin:/bin"}};
-    log_.on_record([this](const Log_Record& record) {
+    log_.on_record([this](const Captured_Record& record) {
       if (record.severity == WARNING) {
         std::ofstream(at("noticed")) << "noticed\n";
       }

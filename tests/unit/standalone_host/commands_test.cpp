@@ -28,7 +28,7 @@ namespace {
 
 using boost::filesystem::exists;
 using boost::filesystem::path;
-using test_support::Log_Record;
+using test_support::Captured_Record;
 using ::testing::Contains;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
@@ -126,7 +126,7 @@ TEST_F(CommandsTest, OnceSetsTheHostUp) {
   EXPECT_EQ(
       services_.filesystem->read_file("/etc/apt/sources.list.d/zant-velmora.list", Read_Flag::WHOLE_TEXT),
       "deb [arch=amd64] https://repo.velmora.example/velmora-apt-repo/ systemd-production main\n");
-  EXPECT_THAT(log_.records(), Contains(Log_Record{2, "package-minder", "The cycle is done"}));
+  EXPECT_THAT(log_.records(), Contains(Captured_Record{2, "package-minder", "The cycle is done"}));
 }
 
 TEST_F(CommandsTest, OnceHandsTheSettingsToTheLibrary) {

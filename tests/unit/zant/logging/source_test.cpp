@@ -17,7 +17,7 @@ using namespace zant::logging;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using zant::velmora::test_support::Captured_Log;
-using zant::velmora::test_support::Log_Record;
+using zant::velmora::test_support::Captured_Record;
 
 namespace {
 
@@ -54,7 +54,7 @@ TEST_F(LogSource, GivesEveryRecordItsChannelAndTheSeverityOfTheStatement) {
   ZANT_LOG(source, severity_level::fatal) << "Second";
 
   EXPECT_THAT(log.records(),
-              ElementsAre(Log_Record{0, "A_Class", "First"}, Log_Record{6, "A_Class", "Second"}));
+              ElementsAre(Captured_Record{0, "A_Class", "First"}, Captured_Record{6, "A_Class", "Second"}));
 }
 
 TEST_F(LogSource, WritesOneRecordPerStatementFromAllItsParts) {
@@ -62,7 +62,7 @@ TEST_F(LogSource, WritesOneRecordPerStatementFromAllItsParts) {
 
   ZANT_LOG(source, severity_level::notice) << "Copied " << 2 << '/' << 3 << " {}";
 
-  EXPECT_THAT(log.records(), ElementsAre(Log_Record{3, "A_Class", "Copied 2/3 {}"}));
+  EXPECT_THAT(log.records(), ElementsAre(Captured_Record{3, "A_Class", "Copied 2/3 {}"}));
 }
 
 TEST_F(LogSource, AddsNoInstanceForAnEmptySecondString) {
@@ -83,7 +83,7 @@ TEST_F(LogSource, IsRenamedByAnotherInitialisation) {
 
   ZANT_LOG(source, severity_level::error) << "Text";
 
-  EXPECT_THAT(log.records(), ElementsAre(Log_Record{5, "Another_Class", "Text"}));
+  EXPECT_THAT(log.records(), ElementsAre(Captured_Record{5, "Another_Class", "Text"}));
   EXPECT_EQ(instance_of(source), std::nullopt);
 }
 
@@ -93,7 +93,7 @@ TEST_F(LogSource, IsCopiedWithItsChannelAndInstance) {
 
   ZANT_LOG(copy, severity_level::error) << "Text";
 
-  EXPECT_THAT(log.records(), ElementsAre(Log_Record{5, "A_Class", "Text"}));
+  EXPECT_THAT(log.records(), ElementsAre(Captured_Record{5, "A_Class", "Text"}));
   EXPECT_EQ(instance_of(copy), "of the left side");
 }
 

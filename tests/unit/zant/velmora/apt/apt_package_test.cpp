@@ -1,5 +1,6 @@
 #include <zant/velmora/apt/apt_package.hpp>
 
+#include <support/mock_package_config.hpp>
 #include <support/recorded_host.hpp>
 
 #include <gmock/gmock.h>
@@ -11,6 +12,7 @@
 #include <type_traits>
 
 using namespace zant::velmora;
+using test_support::Mock_Package_Config;
 using test_support::Recorded_Host;
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -23,15 +25,6 @@ static_assert(std::is_base_of_v<Package, APT_Package>);
 constexpr const char* HOLD_QUERY = "apt-mark showhold | grep -q ^zant-velmora$";
 constexpr const char* HOLD = "apt-mark -qq hold zant-velmora";
 constexpr const char* RELEASE = "apt-mark -qq unhold zant-velmora";
-
-class Mock_Package_Config : public Package_Config {
- public:
-  MOCK_METHOD(Package_Config_Type, type, (), (const, override));
-  MOCK_METHOD(void, setup_repo_if_necessary, (), (override));
-  MOCK_METHOD(void, setup_unattended_upgrades_if_necessary, (), (override));
-  MOCK_METHOD(void, purge_unattended_upgrade_configuration, (), (override));
-  MOCK_METHOD(void, purge_all_configurations, (), (override));
-};
 
 class AptPackage : public testing::Test {
  protected:

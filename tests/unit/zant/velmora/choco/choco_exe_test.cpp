@@ -110,7 +110,7 @@ TEST_F(ChocoExe, TakesThePackageForPinnedWhenChocoFailsButNamesIt) {
 
   EXPECT_TRUE(choco.package_is_pinned());
   EXPECT_THAT(log.records(),
-              ElementsAre(Log_Record{5, "Choco_Exe",
+              ElementsAre(Captured_Record{5, "Choco_Exe",
                                      "choco.exe command failed with return code 1 | Command: "
                                      "\"C:\\Program Files (x86)\\Zant\\choco.exe\" pin list"}));
 }
@@ -120,7 +120,7 @@ TEST_F(ChocoExe, TakesThePackageForNotPinnedWhenChocoFailsWithoutAWord) {
 
   EXPECT_FALSE(choco.package_is_pinned());
   EXPECT_THAT(log.records(),
-              ElementsAre(Log_Record{5, "Choco_Exe",
+              ElementsAre(Captured_Record{5, "Choco_Exe",
                                      "choco.exe command failed with return code -1 | Command: "
                                      "\"C:\\Program Files (x86)\\Zant\\choco.exe\" pin list"}));
 }
@@ -131,7 +131,7 @@ TEST_F(ChocoExe, PinsWithoutLookingAtThePinFirst) {
   EXPECT_TRUE(choco.pin_package());
   EXPECT_THAT(system->commands(), ElementsAre(PIN));
   EXPECT_THAT(log.records(),
-              ElementsAre(Log_Record{3, "Choco_Exe", "Pin zant-velmora package to prevent upgrades"}));
+              ElementsAre(Captured_Record{3, "Choco_Exe", "Pin zant-velmora package to prevent upgrades"}));
 }
 
 TEST_F(ChocoExe, ReportsAPinThatFailed) {
@@ -140,8 +140,8 @@ TEST_F(ChocoExe, ReportsAPinThatFailed) {
   EXPECT_FALSE(choco.pin_package());
   EXPECT_THAT(
       log.records(),
-      ElementsAre(Log_Record{3, "Choco_Exe", "Pin zant-velmora package to prevent upgrades"},
-                  Log_Record{5, "Choco_Exe",
+      ElementsAre(Captured_Record{3, "Choco_Exe", "Pin zant-velmora package to prevent upgrades"},
+                  Captured_Record{5, "Choco_Exe",
                              "choco.exe command failed with return code 1 | Command: "
                              "\"C:\\Program Files (x86)\\Zant\\choco.exe\" pin add -n zant-velmora"}));
 }
@@ -152,7 +152,7 @@ TEST_F(ChocoExe, UnpinsWithoutLookingAtThePinFirst) {
   EXPECT_TRUE(choco.unpin_package());
   EXPECT_THAT(system->commands(), ElementsAre(UNPIN));
   EXPECT_THAT(log.records(),
-              ElementsAre(Log_Record{3, "Choco_Exe", "Unpin zant-velmora package to allow for upgrades"}));
+              ElementsAre(Captured_Record{3, "Choco_Exe", "Unpin zant-velmora package to allow for upgrades"}));
 }
 
 TEST_F(ChocoExe, ReportsAnUnpinThatFailed) {
@@ -161,8 +161,8 @@ TEST_F(ChocoExe, ReportsAnUnpinThatFailed) {
   EXPECT_FALSE(choco.unpin_package());
   EXPECT_THAT(
       log.records(),
-      ElementsAre(Log_Record{3, "Choco_Exe", "Unpin zant-velmora package to allow for upgrades"},
-                  Log_Record{5, "Choco_Exe",
+      ElementsAre(Captured_Record{3, "Choco_Exe", "Unpin zant-velmora package to allow for upgrades"},
+                  Captured_Record{5, "Choco_Exe",
                              "choco.exe command failed with return code 2 | Command: "
                              "\"C:\\Program Files (x86)\\Zant\\choco.exe\" pin remove -n zant-velmora"}));
 }
@@ -216,7 +216,7 @@ TEST_F(ChocoExe, AddsTheSourceAndLeavesAPackageThatChocolateyKnowsAlone) {
 
   EXPECT_TRUE(choco.add_repo(LOCATION));
   EXPECT_THAT(system->commands(), ElementsAre(SOURCE_LIST, ADD_SOURCE, LIST_INSTALLED));
-  EXPECT_THAT(log.records(), ElementsAre(Log_Record{3, "Choco_Exe",
+  EXPECT_THAT(log.records(), ElementsAre(Captured_Record{3, "Choco_Exe",
                                                     "Adding zant-velmora package repository | Location: "
                                                     "https://nuget.test/index.json"}));
 }
@@ -231,10 +231,10 @@ TEST_F(ChocoExe, AddsTheSourceAndAdoptsAnInstallationThatChocolateyDoesNotKnow) 
   EXPECT_THAT(system->commands(), ElementsAre(SOURCE_LIST, ADD_SOURCE, LIST_INSTALLED, ADOPT));
   EXPECT_THAT(
       log.records(),
-      ElementsAre(Log_Record{3, "Choco_Exe",
+      ElementsAre(Captured_Record{3, "Choco_Exe",
                              "Adding zant-velmora package repository | Location: "
                              "https://nuget.test/index.json"},
-                  Log_Record{3, "Choco_Exe", "Syncing with system to manage existing zant-velmora install"}));
+                  Captured_Record{3, "Choco_Exe", "Syncing with system to manage existing zant-velmora install"}));
 }
 
 TEST_F(ChocoExe, DoesNotSyncWhenTheSourceCannotBeAdded) {
@@ -244,10 +244,10 @@ TEST_F(ChocoExe, DoesNotSyncWhenTheSourceCannotBeAdded) {
   EXPECT_FALSE(choco.add_repo(LOCATION));
   EXPECT_THAT(system->commands(), ElementsAre(SOURCE_LIST, ADD_SOURCE));
   EXPECT_THAT(log.records(),
-              ElementsAre(Log_Record{3, "Choco_Exe",
+              ElementsAre(Captured_Record{3, "Choco_Exe",
                                      "Adding zant-velmora package repository | Location: "
                                      "https://nuget.test/index.json"},
-                          Log_Record{5, "Choco_Exe",
+                          Captured_Record{5, "Choco_Exe",
                                      "choco.exe command failed with return code 1 | Command: "
                                      "\"C:\\Program Files (x86)\\Zant\\choco.exe\" source add -n "
                                      "zant-velmora -s https://nuget.test/index.json"}));
@@ -332,7 +332,7 @@ TEST_F(ChocoExe, RemovesTheSource) {
   EXPECT_TRUE(choco.remove_repo());
   EXPECT_THAT(system->commands(), ElementsAre(SOURCE_LIST, REMOVE_SOURCE));
   EXPECT_THAT(log.records(),
-              ElementsAre(Log_Record{3, "Choco_Exe", "Removing zant-velmora package repository"}));
+              ElementsAre(Captured_Record{3, "Choco_Exe", "Removing zant-velmora package repository"}));
 }
 
 TEST_F(ChocoExe, RemovesNothingWhenTheSourceIsNotListed) {
@@ -348,7 +348,7 @@ TEST_F(ChocoExe, TakesTheSourceForGoneWhenTheSourcesCannotBeListed) {
 
   EXPECT_TRUE(choco.remove_repo());
   EXPECT_THAT(log.records(),
-              ElementsAre(Log_Record{5, "Choco_Exe",
+              ElementsAre(Captured_Record{5, "Choco_Exe",
                                      "choco.exe command failed with return code 9009 | Command: "
                                      "\"C:\\Program Files (x86)\\Zant\\choco.exe\" source list"}));
 }
@@ -367,8 +367,8 @@ TEST_F(ChocoExe, ReportsARemovalThatFailed) {
 
   EXPECT_FALSE(choco.remove_repo());
   EXPECT_THAT(log.records(),
-              ElementsAre(Log_Record{3, "Choco_Exe", "Removing zant-velmora package repository"},
-                          Log_Record{5, "Choco_Exe",
+              ElementsAre(Captured_Record{3, "Choco_Exe", "Removing zant-velmora package repository"},
+                          Captured_Record{5, "Choco_Exe",
                                      "choco.exe command failed with return code 1 | Command: "
                                      "\"C:\\Program Files (x86)\\Zant\\choco.exe\" source remove -n "
                                      "zant-velmora"}));
@@ -403,7 +403,7 @@ TEST_F(ChocoExe, TellsOfACacheThatCannotBeClearedInTheLogAlone) {
 
   EXPECT_NO_THROW(choco.clear_http_cache());
   EXPECT_THAT(log.records(),
-              ElementsAre(Log_Record{5, "Choco_Exe",
+              ElementsAre(Captured_Record{5, "Choco_Exe",
                                      "choco.exe command failed with return code 3 | Command: "
                                      "\"C:\\Program Files (x86)\\Zant\\choco.exe\" cache remove"}));
 }

@@ -1,6 +1,7 @@
 #include <zant/velmora/choco/choco_package_config.hpp>
 
 #include <support/captured_log.hpp>
+#include <support/mock_choco_exe.hpp>
 #include <support/recorded_settings.hpp>
 
 #include <gmock/gmock.h>
@@ -18,17 +19,6 @@ using testing::StrictMock;
 using testing::Throw;
 
 namespace {
-
-class Mock_Choco_Exe : public Virtual_Choco_Exe {
- public:
-  MOCK_METHOD(std::string, get_exe_path, (), (const, override));
-  MOCK_METHOD(bool, package_is_pinned, (), (override));
-  MOCK_METHOD(bool, pin_package, (), (override));
-  MOCK_METHOD(bool, unpin_package, (), (override));
-  MOCK_METHOD(bool, add_repo, (const std::string&), (override));
-  MOCK_METHOD(bool, remove_repo, (), (override));
-  MOCK_METHOD(void, clear_http_cache, (), (override));
-};
 
 class Mock_Scheduler : public Upgrade_Task_Scheduler {
  public:

@@ -1,6 +1,8 @@
 #include <zant/velmora/choco/choco_package.hpp>
 
 #include <support/captured_log.hpp>
+#include <support/mock_choco_exe.hpp>
+#include <support/mock_package_config.hpp>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -20,26 +22,6 @@ using testing::StrictMock;
 namespace {
 
 static_assert(std::is_base_of_v<Package, Choco_Package>);
-
-class Mock_Choco_Exe : public Virtual_Choco_Exe {
- public:
-  MOCK_METHOD(std::string, get_exe_path, (), (const, override));
-  MOCK_METHOD(bool, package_is_pinned, (), (override));
-  MOCK_METHOD(bool, pin_package, (), (override));
-  MOCK_METHOD(bool, unpin_package, (), (override));
-  MOCK_METHOD(bool, add_repo, (const std::string&), (override));
-  MOCK_METHOD(bool, remove_repo, (), (override));
-  MOCK_METHOD(void, clear_http_cache, (), (override));
-};
-
-class Mock_Package_Config : public Package_Config {
- public:
-  MOCK_METHOD(Package_Config_Type, type, (), (const, override));
-  MOCK_METHOD(void, setup_repo_if_necessary, (), (override));
-  MOCK_METHOD(void, setup_unattended_upgrades_if_necessary, (), (override));
-  MOCK_METHOD(void, purge_unattended_upgrade_configuration, (), (override));
-  MOCK_METHOD(void, purge_all_configurations, (), (override));
-};
 
 class ChocoPackage : public testing::TestWithParam<bool> {
  protected:

@@ -26,7 +26,7 @@ const std::string CREATE =
 const std::string QUERY = "schtasks.exe /QUERY /TN \"UpgradeVelmoraRecorderVMS\"";
 const std::string DELETE_TASK = "schtasks.exe /DELETE /F /TN \"UpgradeVelmoraRecorderVMS\"";
 
-const Log_Record ANNOUNCEMENT = {
+const Captured_Record ANNOUNCEMENT = {
     1, "Choco_Upgrade_Task_Scheduler",
     "Scheduling task (UpgradeVelmoraRecorderVMS) for automatic package upgrades, if "
     "necessary | Options: /ST 01:00 /SC WEEKLY /D SUN"};
@@ -70,7 +70,7 @@ TEST_F(ChocoUpgradeTaskScheduler, ReportsATaskThatCannotBeCreated) {
   system->on(CREATE, 1, "ERROR: Access is denied.\r\n");
 
   EXPECT_FALSE(scheduler().create_task());
-  EXPECT_THAT(log.records(), ElementsAre(ANNOUNCEMENT, Log_Record{5, "Choco_Upgrade_Task_Scheduler",
+  EXPECT_THAT(log.records(), ElementsAre(ANNOUNCEMENT, Captured_Record{5, "Choco_Upgrade_Task_Scheduler",
                                                                   "Failed to schedule task for automatic "
                                                                   "package upgrades"}));
 }
@@ -124,7 +124,7 @@ TEST_F(ChocoUpgradeTaskScheduler, DeletesTheTask) {
 
   EXPECT_TRUE(scheduler().delete_task());
   EXPECT_THAT(system->commands(), ElementsAre(QUERY, DELETE_TASK));
-  EXPECT_THAT(log.records(), ElementsAre(Log_Record{
+  EXPECT_THAT(log.records(), ElementsAre(Captured_Record{
                                  3, "Choco_Upgrade_Task_Scheduler",
                                  "Removing scheduled task UpgradeVelmoraRecorderVMS for automatic package "
                                  "upgrades"}));
@@ -145,10 +145,10 @@ TEST_F(ChocoUpgradeTaskScheduler, ReportsATaskThatCannotBeDeleted) {
   EXPECT_FALSE(scheduler().delete_task());
   EXPECT_THAT(
       log.records(),
-      ElementsAre(Log_Record{3, "Choco_Upgrade_Task_Scheduler",
+      ElementsAre(Captured_Record{3, "Choco_Upgrade_Task_Scheduler",
                              "Removing scheduled task UpgradeVelmoraRecorderVMS for automatic package "
                              "upgrades"},
-                  Log_Record{5, "Choco_Upgrade_Task_Scheduler",
+                  Captured_Record{5, "Choco_Upgrade_Task_Scheduler",
                              "Failed to remove scheduled task UpgradeVelmoraRecorderVMS"}));
 }
 

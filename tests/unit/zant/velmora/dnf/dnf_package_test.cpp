@@ -2,6 +2,7 @@
 
 #include <support/captured_log.hpp>
 #include <support/fake_system.hpp>
+#include <support/mock_package_config.hpp>
 #include <support/throws_error.hpp>
 
 #include <gmock/gmock.h>
@@ -34,15 +35,6 @@ const std::string INCLUDE =
     "dnf config-manager --setopt=quorvane.exclude= --save || "
     "yum-config-manager --setopt=quorvane.exclude= --save'";
 
-class Mock_Package_Config : public Package_Config {
- public:
-  MOCK_METHOD(Package_Config_Type, type, (), (const, override));
-  MOCK_METHOD(void, setup_repo_if_necessary, (), (override));
-  MOCK_METHOD(void, setup_unattended_upgrades_if_necessary, (), (override));
-  MOCK_METHOD(void, purge_unattended_upgrade_configuration, (), (override));
-  MOCK_METHOD(void, purge_all_configurations, (), (override));
-};
-
 class DnfPackage : public testing::Test {
  protected:
   DnfPackage() { system->on(PRESENCE, 0); }
@@ -74,7 +66,7 @@ TEST_F(DnfPackage, CannotBeMadeOnAHostWithoutDnf) {
 
   expect_host_step_failed([this] { make_package(); }, "The DNF package manager is not available");
 
-  EXPECT_THAT(log.records(), ElementsAre(Log_Record{
+  EXPECT_THAT(log.records(), ElementsAre(Captured_Record{
                                  4, "DNF_Package",
                                  "The DNF package manager is not available on this system. In order to use "
                                  "the package management feature, DNF must be installed."}));
@@ -130,7 +122,7 @@ TEST_F(DnfPackage, IsLockedByExcludingTheRepositorysPackages) {
 
   EXPECT_THAT(system->commands(), ElementsAre(PRESENCE, EXCLUDE));
   EXPECT_THAT(log.records(),
-              ElementsAre(Log_Record{3, "DNF_Package",
+              ElementsAre(Captured_Record{3, "DNF_Package",
                                      "Set zant-velmora packages to be excluded from automatic upgrades"}));
 }
 
@@ -141,7 +133,7 @@ TEST_F(DnfPackage, ReportsALockThatFailed) {
 
   EXPECT_THAT(
       log.records(),
-      ElementsAre(Log_Record{5, "DNF_Package",
+      ElementsAre(Captured_Record{5, "DNF_Package",
                              "Failed to set zant-velmora packages to be excluded from automatic upgrades"}));
 }
 
@@ -153,7 +145,7 @@ TEST_F(DnfPackage, IsUnlockedByIncludingTheRepositorysPackages) {
 
   EXPECT_THAT(system->commands(), ElementsAre(PRESENCE, INCLUDE));
   EXPECT_THAT(log.records(),
-              ElementsAre(Log_Record{3, "DNF_Package",
+              ElementsAre(Captured_Record{3, "DNF_Package",
                                      "Set zant-velmora packages to be included with automatic upgrades"}));
 }
 
@@ -164,7 +156,7 @@ TEST_F(DnfPackage, ReportsAnUnlockThatFailed) {
 
   EXPECT_THAT(
       log.records(),
-      ElementsAre(Log_Record{5, "DNF_Package",
+      ElementsAre(Captured_Record{5, "DNF_Package",
                              "Failed to set zant-velmora packages to be included with automatic upgrades"}));
 }
 

@@ -5,6 +5,7 @@
 
 #include <support/recorded_host.hpp>
 #include <support/recorded_settings.hpp>
+#include <support/stub_package_config.hpp>
 #include <support/throws_error.hpp>
 
 #include <Poco/Exception.h>
@@ -32,19 +33,6 @@ const std::string EL_RELEASE =
 const std::string DROP_IN_DIR = "/etc/systemd/system/dnf-automatic-install.timer.d";
 const std::string DISABLE_OTHERS =
     "systemctl disable --now dnf-automatic.timer dnf-automatic-download.timer dnf-automatic-notifyonly.timer";
-
-class Stub_Package_Config : public Package_Config {
- public:
-  explicit Stub_Package_Config(Package_Config_Type type) : type_(type) {}
-  Package_Config_Type type() const override { return type_; }
-  void setup_repo_if_necessary() override {}
-  void setup_unattended_upgrades_if_necessary() override {}
-  void purge_unattended_upgrade_configuration() override {}
-  void purge_all_configurations() override {}
-
- private:
-  Package_Config_Type type_;
-};
 
 class LinuxPackageFacilitatorOnADnfHost : public testing::Test {
  protected:

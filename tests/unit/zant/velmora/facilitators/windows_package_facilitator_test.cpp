@@ -4,6 +4,7 @@
 #include <support/captured_log.hpp>
 #include <support/fake_system.hpp>
 #include <support/recorded_settings.hpp>
+#include <support/stub_package_config.hpp>
 #include <support/throws_error.hpp>
 
 #include <Poco/Exception.h>
@@ -29,21 +30,6 @@ const std::string EXE_PATH = "C:\\Base (x86)" + SEPARATOR + "chocolatey" + SEPAR
 const std::string CREATE_TASK =
     "schtasks.exe /CREATE /F /RU \"S-1-5-18\" /TN \"UpgradeVelmoraRecorderVMS\" /TR \"\\\"" + EXE_PATH +
     "\\\" upgrade zant-velmora -y --ignore-http-cache\" /SC DAILY";
-
-class Stub_Package_Config : public Package_Config {
- public:
-  explicit Stub_Package_Config(Package_Config_Type type) : type_(type) {}
-  Package_Config_Type type() const override { return type_; }
-  void setup_repo_if_necessary() override { ++repo_setups; }
-  void setup_unattended_upgrades_if_necessary() override {}
-  void purge_unattended_upgrade_configuration() override {}
-  void purge_all_configurations() override {}
-
-  int repo_setups = 0;
-
- private:
-  Package_Config_Type type_;
-};
 
 class WindowsPackageFacilitator : public testing::Test {
  protected:

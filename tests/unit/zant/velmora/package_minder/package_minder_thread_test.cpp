@@ -28,7 +28,7 @@
 using namespace zant::velmora;
 using namespace std::chrono_literals;
 using test_support::Captured_Log;
-using test_support::Log_Record;
+using test_support::Captured_Record;
 using test_support::Thread_Seams;
 using testing::AllOf;
 using testing::Each;
@@ -53,10 +53,10 @@ constexpr const char* WAITING = "Worker is going into a waiting state";
 constexpr const char* ACTIVE = "Worker is active";
 constexpr const char* STOPPED = "Package minding has stopped";
 
-const Log_Record STARTING_RECORD{1, "Package_Minder_Thread", "Package minding is starting"};
-const Log_Record WAITING_RECORD{0, "Package_Minder_Thread", "Worker is going into a waiting state"};
-const Log_Record ACTIVE_RECORD{0, "Package_Minder_Thread", "Worker is active"};
-const Log_Record STOPPED_RECORD{1, "Package_Minder_Thread", "Package minding has stopped"};
+const Captured_Record STARTING_RECORD{1, "Package_Minder_Thread", "Package minding is starting"};
+const Captured_Record WAITING_RECORD{0, "Package_Minder_Thread", "Worker is going into a waiting state"};
+const Captured_Record ACTIVE_RECORD{0, "Package_Minder_Thread", "Worker is active"};
+const Captured_Record STOPPED_RECORD{1, "Package_Minder_Thread", "Package minding has stopped"};
 
 // Longer than any test may take: a worker that waits it out never comes back in one.
 constexpr unsigned int AN_HOUR = 3600;
@@ -110,7 +110,7 @@ class PackageMinderThread : public testing::Test {
   void stop() { worker.reset(); }
 
   // The announcement comes from the constructing thread and may stand anywhere among the worker's records.
-  std::vector<Log_Record> records_of_the_worker() const {
+  std::vector<Captured_Record> records_of_the_worker() const {
     auto records = log.records();
     std::erase(records, STARTING_RECORD);
     return records;
@@ -161,7 +161,7 @@ TEST_F(PackageMinderThread, AnnouncesItselfOnlyAfterTheThreadHasBeenStarted) {
 
 TEST_F(PackageMinderThread, AnnouncesItselfOnTheConstructingThread) {
   std::thread::id announcer;
-  log.on_record([&announcer](const Log_Record& record) {
+  log.on_record([&announcer](const Captured_Record& record) {
     if (record == STARTING_RECORD) {
       announcer = std::this_thread::get_id();
     }
@@ -335,7 +335,7 @@ TEST_F(PackageMinderThreadStop, YieldsNoCycleWhenItComesBeforeTheFirst) {
 
 TEST_F(PackageMinderThreadStop, IsFoundActiveWithTheMutexHeldAndTheOtherRecordsWithout) {
   std::vector<std::pair<std::string, bool>> records;
-  log.on_record([&](const Log_Record& record) {
+  log.on_record([&](const Captured_Record& record) {
     if (record.message != STARTING) {
       records.emplace_back(record.message, seams.watched_mutex_is_held());
     }
@@ -359,7 +359,7 @@ TEST_F(PackageMinderThreadFailure, IsLoggedOnceInEveryCycleAndSkipsTheSecondStep
   stop();
 
   const auto records = records_of_the_worker();
-  const Log_Record failure{5, "Package_Minder_Thread", "Encountered error: x"};
+  const Captured_Record failure{5, "Package_Minder_Thread", "Encountered error: x"};
   ASSERT_THAT(records, SizeIs(Ge(10U)));
   for (std::size_t index = 0; index + 1 < records.size(); index += 3) {
     EXPECT_EQ(records[index], failure);
