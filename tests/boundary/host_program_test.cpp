@@ -148,8 +148,8 @@ TEST_F(HostProgram, ReadsTheSeverityAndChannelOfTheLibrarysRecords) {
 
   package.lock();
 
-  EXPECT_THAT(log.records(),
-              ElementsAre(Captured_Record{5, "APT_Package", "Failed to set zant-velmora package to \"hold\""}));
+  EXPECT_THAT(log.records(), ElementsAre(Captured_Record{5, "APT_Package",
+                                                         "Failed to set zant-velmora package to \"hold\""}));
 }
 
 TEST_F(HostProgram, SeesTheLibrarysConstants) {

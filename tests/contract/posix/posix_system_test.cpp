@@ -29,8 +29,8 @@ namespace {
 
 using namespace std::chrono_literals;
 using test_support::Captured_Log;
-using test_support::Environment_Variable;
 using test_support::Captured_Record;
+using test_support::Environment_Variable;
 using test_support::Signal_Disposition;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;

@@ -111,8 +111,8 @@ TEST_F(ChocoExe, TakesThePackageForPinnedWhenChocoFailsButNamesIt) {
   EXPECT_TRUE(choco.package_is_pinned());
   EXPECT_THAT(log.records(),
               ElementsAre(Captured_Record{5, "Choco_Exe",
-                                     "choco.exe command failed with return code 1 | Command: "
-                                     "\"C:\\Program Files (x86)\\Zant\\choco.exe\" pin list"}));
+                                          "choco.exe command failed with return code 1 | Command: "
+                                          "\"C:\\Program Files (x86)\\Zant\\choco.exe\" pin list"}));
 }
 
 TEST_F(ChocoExe, TakesThePackageForNotPinnedWhenChocoFailsWithoutAWord) {
@@ -121,8 +121,8 @@ TEST_F(ChocoExe, TakesThePackageForNotPinnedWhenChocoFailsWithoutAWord) {
   EXPECT_FALSE(choco.package_is_pinned());
   EXPECT_THAT(log.records(),
               ElementsAre(Captured_Record{5, "Choco_Exe",
-                                     "choco.exe command failed with return code -1 | Command: "
-                                     "\"C:\\Program Files (x86)\\Zant\\choco.exe\" pin list"}));
+                                          "choco.exe command failed with return code -1 | Command: "
+                                          "\"C:\\Program Files (x86)\\Zant\\choco.exe\" pin list"}));
 }
 
 TEST_F(ChocoExe, PinsWithoutLookingAtThePinFirst) {
@@ -142,8 +142,8 @@ TEST_F(ChocoExe, ReportsAPinThatFailed) {
       log.records(),
       ElementsAre(Captured_Record{3, "Choco_Exe", "Pin zant-velmora package to prevent upgrades"},
                   Captured_Record{5, "Choco_Exe",
-                             "choco.exe command failed with return code 1 | Command: "
-                             "\"C:\\Program Files (x86)\\Zant\\choco.exe\" pin add -n zant-velmora"}));
+                                  "choco.exe command failed with return code 1 | Command: "
+                                  "\"C:\\Program Files (x86)\\Zant\\choco.exe\" pin add -n zant-velmora"}));
 }
 
 TEST_F(ChocoExe, UnpinsWithoutLookingAtThePinFirst) {
@@ -151,20 +151,20 @@ TEST_F(ChocoExe, UnpinsWithoutLookingAtThePinFirst) {
 
   EXPECT_TRUE(choco.unpin_package());
   EXPECT_THAT(system->commands(), ElementsAre(UNPIN));
-  EXPECT_THAT(log.records(),
-              ElementsAre(Captured_Record{3, "Choco_Exe", "Unpin zant-velmora package to allow for upgrades"}));
+  EXPECT_THAT(log.records(), ElementsAre(Captured_Record{
+                                 3, "Choco_Exe", "Unpin zant-velmora package to allow for upgrades"}));
 }
 
 TEST_F(ChocoExe, ReportsAnUnpinThatFailed) {
   system->on(UNPIN, 2);
 
   EXPECT_FALSE(choco.unpin_package());
-  EXPECT_THAT(
-      log.records(),
-      ElementsAre(Captured_Record{3, "Choco_Exe", "Unpin zant-velmora package to allow for upgrades"},
-                  Captured_Record{5, "Choco_Exe",
-                             "choco.exe command failed with return code 2 | Command: "
-                             "\"C:\\Program Files (x86)\\Zant\\choco.exe\" pin remove -n zant-velmora"}));
+  EXPECT_THAT(log.records(),
+              ElementsAre(Captured_Record{3, "Choco_Exe", "Unpin zant-velmora package to allow for upgrades"},
+                          Captured_Record{
+                              5, "Choco_Exe",
+                              "choco.exe command failed with return code 2 | Command: "
+                              "\"C:\\Program Files (x86)\\Zant\\choco.exe\" pin remove -n zant-velmora"}));
 }
 
 // --- Adding the source -----------------------------------------------------------------------------------
@@ -217,8 +217,8 @@ TEST_F(ChocoExe, AddsTheSourceAndLeavesAPackageThatChocolateyKnowsAlone) {
   EXPECT_TRUE(choco.add_repo(LOCATION));
   EXPECT_THAT(system->commands(), ElementsAre(SOURCE_LIST, ADD_SOURCE, LIST_INSTALLED));
   EXPECT_THAT(log.records(), ElementsAre(Captured_Record{3, "Choco_Exe",
-                                                    "Adding zant-velmora package repository | Location: "
-                                                    "https://nuget.test/index.json"}));
+                                                         "Adding zant-velmora package repository | Location: "
+                                                         "https://nuget.test/index.json"}));
 }
 
 TEST_F(ChocoExe, AddsTheSourceAndAdoptsAnInstallationThatChocolateyDoesNotKnow) {
@@ -229,12 +229,12 @@ TEST_F(ChocoExe, AddsTheSourceAndAdoptsAnInstallationThatChocolateyDoesNotKnow) 
 
   EXPECT_TRUE(choco.add_repo(LOCATION));
   EXPECT_THAT(system->commands(), ElementsAre(SOURCE_LIST, ADD_SOURCE, LIST_INSTALLED, ADOPT));
-  EXPECT_THAT(
-      log.records(),
-      ElementsAre(Captured_Record{3, "Choco_Exe",
-                             "Adding zant-velmora package repository | Location: "
-                             "https://nuget.test/index.json"},
-                  Captured_Record{3, "Choco_Exe", "Syncing with system to manage existing zant-velmora install"}));
+  EXPECT_THAT(log.records(),
+              ElementsAre(Captured_Record{3, "Choco_Exe",
+                                          "Adding zant-velmora package repository | Location: "
+                                          "https://nuget.test/index.json"},
+                          Captured_Record{3, "Choco_Exe",
+                                          "Syncing with system to manage existing zant-velmora install"}));
 }
 
 TEST_F(ChocoExe, DoesNotSyncWhenTheSourceCannotBeAdded) {
@@ -245,12 +245,12 @@ TEST_F(ChocoExe, DoesNotSyncWhenTheSourceCannotBeAdded) {
   EXPECT_THAT(system->commands(), ElementsAre(SOURCE_LIST, ADD_SOURCE));
   EXPECT_THAT(log.records(),
               ElementsAre(Captured_Record{3, "Choco_Exe",
-                                     "Adding zant-velmora package repository | Location: "
-                                     "https://nuget.test/index.json"},
+                                          "Adding zant-velmora package repository | Location: "
+                                          "https://nuget.test/index.json"},
                           Captured_Record{5, "Choco_Exe",
-                                     "choco.exe command failed with return code 1 | Command: "
-                                     "\"C:\\Program Files (x86)\\Zant\\choco.exe\" source add -n "
-                                     "zant-velmora -s https://nuget.test/index.json"}));
+                                          "choco.exe command failed with return code 1 | Command: "
+                                          "\"C:\\Program Files (x86)\\Zant\\choco.exe\" source add -n "
+                                          "zant-velmora -s https://nuget.test/index.json"}));
 }
 
 TEST_F(ChocoExe, AddsTheSourceEvenWhenTheSourcesCannotBeListed) {
@@ -349,8 +349,8 @@ TEST_F(ChocoExe, TakesTheSourceForGoneWhenTheSourcesCannotBeListed) {
   EXPECT_TRUE(choco.remove_repo());
   EXPECT_THAT(log.records(),
               ElementsAre(Captured_Record{5, "Choco_Exe",
-                                     "choco.exe command failed with return code 9009 | Command: "
-                                     "\"C:\\Program Files (x86)\\Zant\\choco.exe\" source list"}));
+                                          "choco.exe command failed with return code 9009 | Command: "
+                                          "\"C:\\Program Files (x86)\\Zant\\choco.exe\" source list"}));
 }
 
 TEST_F(ChocoExe, RemovesTheSourceThatAFailingListingNames) {
@@ -369,9 +369,9 @@ TEST_F(ChocoExe, ReportsARemovalThatFailed) {
   EXPECT_THAT(log.records(),
               ElementsAre(Captured_Record{3, "Choco_Exe", "Removing zant-velmora package repository"},
                           Captured_Record{5, "Choco_Exe",
-                                     "choco.exe command failed with return code 1 | Command: "
-                                     "\"C:\\Program Files (x86)\\Zant\\choco.exe\" source remove -n "
-                                     "zant-velmora"}));
+                                          "choco.exe command failed with return code 1 | Command: "
+                                          "\"C:\\Program Files (x86)\\Zant\\choco.exe\" source remove -n "
+                                          "zant-velmora"}));
 }
 
 TEST_F(ChocoExe, AnnouncesTheRemovalBeforeItCarriesItOut) {
@@ -404,8 +404,8 @@ TEST_F(ChocoExe, TellsOfACacheThatCannotBeClearedInTheLogAlone) {
   EXPECT_NO_THROW(choco.clear_http_cache());
   EXPECT_THAT(log.records(),
               ElementsAre(Captured_Record{5, "Choco_Exe",
-                                     "choco.exe command failed with return code 3 | Command: "
-                                     "\"C:\\Program Files (x86)\\Zant\\choco.exe\" cache remove"}));
+                                          "choco.exe command failed with return code 3 | Command: "
+                                          "\"C:\\Program Files (x86)\\Zant\\choco.exe\" cache remove"}));
 }
 
 // --- The command service ---------------------------------------------------------------------------------

@@ -70,9 +70,10 @@ TEST_F(ChocoUpgradeTaskScheduler, ReportsATaskThatCannotBeCreated) {
   system->on(CREATE, 1, "ERROR: Access is denied.\r\n");
 
   EXPECT_FALSE(scheduler().create_task());
-  EXPECT_THAT(log.records(), ElementsAre(ANNOUNCEMENT, Captured_Record{5, "Choco_Upgrade_Task_Scheduler",
-                                                                  "Failed to schedule task for automatic "
-                                                                  "package upgrades"}));
+  EXPECT_THAT(log.records(),
+              ElementsAre(ANNOUNCEMENT, Captured_Record{5, "Choco_Upgrade_Task_Scheduler",
+                                                        "Failed to schedule task for automatic "
+                                                        "package upgrades"}));
 }
 
 TEST_F(ChocoUpgradeTaskScheduler, AppendsTheOptionsAsTheyStand) {
@@ -146,10 +147,10 @@ TEST_F(ChocoUpgradeTaskScheduler, ReportsATaskThatCannotBeDeleted) {
   EXPECT_THAT(
       log.records(),
       ElementsAre(Captured_Record{3, "Choco_Upgrade_Task_Scheduler",
-                             "Removing scheduled task UpgradeVelmoraRecorderVMS for automatic package "
-                             "upgrades"},
+                                  "Removing scheduled task UpgradeVelmoraRecorderVMS for automatic package "
+                                  "upgrades"},
                   Captured_Record{5, "Choco_Upgrade_Task_Scheduler",
-                             "Failed to remove scheduled task UpgradeVelmoraRecorderVMS"}));
+                                  "Failed to remove scheduled task UpgradeVelmoraRecorderVMS"}));
 }
 
 TEST_F(ChocoUpgradeTaskScheduler, AnnouncesTheTaskBeforeItCreatesIt) {

@@ -122,8 +122,8 @@ TEST_F(DnfPackage, IsLockedByExcludingTheRepositorysPackages) {
 
   EXPECT_THAT(system->commands(), ElementsAre(PRESENCE, EXCLUDE));
   EXPECT_THAT(log.records(),
-              ElementsAre(Captured_Record{3, "DNF_Package",
-                                     "Set zant-velmora packages to be excluded from automatic upgrades"}));
+              ElementsAre(Captured_Record{
+                  3, "DNF_Package", "Set zant-velmora packages to be excluded from automatic upgrades"}));
 }
 
 TEST_F(DnfPackage, ReportsALockThatFailed) {
@@ -133,8 +133,8 @@ TEST_F(DnfPackage, ReportsALockThatFailed) {
 
   EXPECT_THAT(
       log.records(),
-      ElementsAre(Captured_Record{5, "DNF_Package",
-                             "Failed to set zant-velmora packages to be excluded from automatic upgrades"}));
+      ElementsAre(Captured_Record{
+          5, "DNF_Package", "Failed to set zant-velmora packages to be excluded from automatic upgrades"}));
 }
 
 TEST_F(DnfPackage, IsUnlockedByIncludingTheRepositorysPackages) {
@@ -145,8 +145,8 @@ TEST_F(DnfPackage, IsUnlockedByIncludingTheRepositorysPackages) {
 
   EXPECT_THAT(system->commands(), ElementsAre(PRESENCE, INCLUDE));
   EXPECT_THAT(log.records(),
-              ElementsAre(Captured_Record{3, "DNF_Package",
-                                     "Set zant-velmora packages to be included with automatic upgrades"}));
+              ElementsAre(Captured_Record{
+                  3, "DNF_Package", "Set zant-velmora packages to be included with automatic upgrades"}));
 }
 
 TEST_F(DnfPackage, ReportsAnUnlockThatFailed) {
@@ -156,8 +156,8 @@ TEST_F(DnfPackage, ReportsAnUnlockThatFailed) {
 
   EXPECT_THAT(
       log.records(),
-      ElementsAre(Captured_Record{5, "DNF_Package",
-                             "Failed to set zant-velmora packages to be included with automatic upgrades"}));
+      ElementsAre(Captured_Record{
+          5, "DNF_Package", "Failed to set zant-velmora packages to be included with automatic upgrades"}));
 }
 
 TEST_F(DnfPackage, IsLockedAfterALockThatTookEffect) {

@@ -22,8 +22,10 @@ class AptUpgradeTimerCommandRunner : public testing::Test {
  protected:
   static constexpr const char* START = "systemctl start apt-daily-upgrade.timer";
   static constexpr const char* STATUS = "systemctl status apt-daily-upgrade.timer";
-  static constexpr const char* NEEDS_RELOAD = "systemctl show apt-daily-upgrade.timer | grep -q NeedDaemonReload=yes";
-  static constexpr const char* RELOAD = "systemctl daemon-reload && systemctl restart apt-daily-upgrade.timer";
+  static constexpr const char* NEEDS_RELOAD =
+      "systemctl show apt-daily-upgrade.timer | grep -q NeedDaemonReload=yes";
+  static constexpr const char* RELOAD =
+      "systemctl daemon-reload && systemctl restart apt-daily-upgrade.timer";
 
   std::shared_ptr<Fake_System> system = std::make_shared<Fake_System>();
   APT_Upgrade_Timer_Command_Runner runner{system};

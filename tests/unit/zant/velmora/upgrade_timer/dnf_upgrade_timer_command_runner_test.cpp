@@ -23,10 +23,13 @@ class DnfUpgradeTimerCommandRunner : public testing::Test {
  protected:
   inline static const std::string START = "systemctl start dnf-automatic-install.timer";
   inline static const std::string STATUS = "systemctl status dnf-automatic-install.timer";
-  inline static const std::string NEEDS_RELOAD = "systemctl show dnf-automatic-install.timer | grep -q NeedDaemonReload=yes";
-  inline static const std::string RELOAD = "systemctl daemon-reload && systemctl restart dnf-automatic-install.timer";
+  inline static const std::string NEEDS_RELOAD =
+      "systemctl show dnf-automatic-install.timer | grep -q NeedDaemonReload=yes";
+  inline static const std::string RELOAD =
+      "systemctl daemon-reload && systemctl restart dnf-automatic-install.timer";
   inline static const std::string DISABLE_OTHERS =
-      "systemctl disable --now dnf-automatic.timer dnf-automatic-download.timer dnf-automatic-notifyonly.timer";
+      "systemctl disable --now dnf-automatic.timer dnf-automatic-download.timer "
+      "dnf-automatic-notifyonly.timer";
 
   std::shared_ptr<Fake_System> system = std::make_shared<Fake_System>();
   DNF_Upgrade_Timer_Command_Runner runner{system};
