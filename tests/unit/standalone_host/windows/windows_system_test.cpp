@@ -34,12 +34,14 @@ class Holder {
 
   std::string arguments() const { return name_ + " \"" + file_.string() + "\""; }
 
-  // Waits until it runs.
+  // Waits until it runs. The file can be there and refuse to be read: whoever gives it its name still has it
+  // open.
   Handle process() const {
-    while (!boost::filesystem::exists(file_)) {
+    std::string id;
+    while ((id = contents(file_)).empty()) {
       std::this_thread::yield();
     }
-    return Handle(::OpenProcess(SYNCHRONIZE, FALSE, std::stoul(contents(file_))));
+    return Handle(::OpenProcess(SYNCHRONIZE, FALSE, std::stoul(id)));
   }
 
  private:
