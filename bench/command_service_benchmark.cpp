@@ -1,7 +1,7 @@
 // One command through the command service, in a small process and in the same one with gigabytes resident: a
 // server that embeds the library must not pay for its own size.
 
-#include <standalone_host/posix/posix_system.hpp>
+#include <zant/velmora_host/services/posix/posix_system.hpp>
 
 #include <boost/log/core.hpp>
 
@@ -17,7 +17,7 @@
 
 namespace {
 
-using zant::velmora::standalone_host::Posix_System;
+using zant::velmora_host::Posix_System;
 
 constexpr std::size_t GIBIBYTE = std::size_t{1} << 30;
 constexpr int COMMANDS = 200;

@@ -3,10 +3,10 @@
 //
 // host_cycle STAGING_DIRECTORY ROUNDS [KEY=VALUE...], on a host that is in step.
 
-#include <standalone_host/posix/posix_filesystem.hpp>
-#include <standalone_host/posix/posix_system.hpp>
 #include <zant/velmora/facilitators/linux_package_facilitator.hpp>
 #include <zant/velmora/package_minder/package_minder.hpp>
+#include <zant/velmora_host/services/posix/posix_filesystem.hpp>
+#include <zant/velmora_host/services/posix/posix_system.hpp>
 
 #include <Poco/AutoPtr.h>
 #include <Poco/Util/LayeredConfiguration.h>
@@ -28,8 +28,8 @@
 namespace {
 
 using namespace zant::velmora;
-using standalone_host::Posix_Filesystem;
-using standalone_host::Posix_System;
+using zant::velmora_host::Posix_Filesystem;
+using zant::velmora_host::Posix_System;
 
 class Recording_System : public System {
  public:

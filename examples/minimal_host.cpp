@@ -1,8 +1,8 @@
-#include <standalone_host/posix/posix_filesystem.hpp>
-#include <standalone_host/posix/posix_system.hpp>
 #include <zant/velmora/facilitators/linux_package_facilitator.hpp>
 #include <zant/velmora/package_minder/errors.hpp>
 #include <zant/velmora/package_minder/package_minder_thread.hpp>
+#include <zant/velmora_host/services/posix/posix_filesystem.hpp>
+#include <zant/velmora_host/services/posix/posix_system.hpp>
 
 #include <Poco/AutoPtr.h>
 #include <Poco/Util/LayeredConfiguration.h>
@@ -12,8 +12,8 @@
 #include <memory>
 
 using namespace zant::velmora;
-using standalone_host::Posix_Filesystem;
-using standalone_host::Posix_System;
+using zant::velmora_host::Posix_Filesystem;
+using zant::velmora_host::Posix_System;
 
 int main(int, char** argv) {
   sigset_t stop_signals;

@@ -4,17 +4,17 @@
 #include <fuzz/fuzzer.hpp>
 #include <support/fake_filesystem.hpp>
 
-#include <standalone_host/observation/cycle_store.hpp>
+#include <zant/velmora_host/observation/cycle_store.hpp>
 
-using namespace zant::velmora::standalone_host;
-using namespace zant::velmora::test_support;
+using namespace zant::velmora_host;
+using namespace zant::velmora_host::test_support;
 
 void try_input(const std::string& input) {
-  const auto file = Cycle_Store::file_in("/state");
+  const auto file = cycle_store::file_in("/state");
   Fake_Filesystem files;
   files.add_file(file, input);
-  if (const auto state = Cycle_Store::read(files, file)) {
-    require(Cycle_Store::write(files, file, *state));
-    require(Cycle_Store::read(files, file).has_value());
+  if (const auto state = cycle_store::read(files, file)) {
+    require(cycle_store::write(files, file, *state));
+    require(cycle_store::read(files, file).has_value());
   }
 }

@@ -2,13 +2,13 @@
 
 #include <fuzz/fuzzer.hpp>
 
-#include <standalone_host/platform/temporary_directory.hpp>
-#include <standalone_host/refusal.hpp>
-#include <standalone_host/settings/settings.hpp>
+#include <zant/velmora_host/base/refusal.hpp>
+#include <zant/velmora_host/services/temporary_directory.hpp>
+#include <zant/velmora_host/settings/settings.hpp>
 
 #include <fstream>
 
-using namespace zant::velmora::standalone_host;
+using namespace zant::velmora_host;
 
 void try_input(const std::string& input) {
   static const Temporary_Directory directory;

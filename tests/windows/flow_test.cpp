@@ -1,9 +1,9 @@
 // package-minder.exe itself, from the command line, on a host whose choco.exe and schtasks.exe are stand-ins.
 
-#include <standalone_host/platform/process_setup.hpp>
-#include <standalone_host/windows/handle.hpp>
-#include <standalone_host/windows/unicode.hpp>
-#include <standalone_host/windows/windows_system.hpp>
+#include <program/platform/process_setup.hpp>
+#include <zant/velmora_host/services/windows/handle.hpp>
+#include <zant/velmora_host/services/windows/unicode.hpp>
+#include <zant/velmora_host/services/windows/windows_system.hpp>
 
 #include <windows/scratch_directory.hpp>
 #include <windows/stand_in.hpp>
@@ -17,8 +17,8 @@
 #include <vector>
 
 using namespace zant::velmora;
-using namespace zant::velmora::standalone_host;
-using namespace zant::velmora::test_support;
+using namespace zant::velmora_host;
+using namespace zant::velmora_host::test_support;
 using stand_in::Lines;
 using testing::AllOf;
 using testing::Contains;
@@ -43,9 +43,9 @@ class Host {
     boost::filesystem::copy_file(built_program("schtasks_stand_in.exe"), system_ / "schtasks.exe");
     // The real one is found by the same way, in the directory of the system.
     path_before_ = std::getenv("PATH");
-    ::SetEnvironmentVariableW(L"PATH", Unicode::to_wide(system_.string() + ";" + path_before_).c_str());
+    ::SetEnvironmentVariableW(L"PATH", unicode::to_wide(system_.string() + ";" + path_before_).c_str());
   }
-  ~Host() { ::SetEnvironmentVariableW(L"PATH", Unicode::to_wide(path_before_).c_str()); }
+  ~Host() { ::SetEnvironmentVariableW(L"PATH", unicode::to_wide(path_before_).c_str()); }
   Host(const Host&) = delete;
   Host& operator=(const Host&) = delete;
 
@@ -74,8 +74,8 @@ class Host {
            "\" --set package.choco.repo.source_location=" + LOCATION + " " + arguments;
   }
 
-  Command_Result run(const std::string& arguments) const {
-    return Windows_System({}).run_command(minder(arguments), Run_Flag::WAIT_AND_CAPTURE);
+  velmora::Command_Result run(const std::string& arguments) const {
+    return Windows_System({}).run_command(minder(arguments), velmora::Run_Flag::WAIT_AND_CAPTURE);
   }
 
  private:
@@ -104,7 +104,7 @@ class Flow : public testing::Test {
 TEST_F(Flow, TheFirstCycleAddsTheSourceAdoptsTheInstallationReleasesThePinAndCreatesTheTask) {
   host.choco_has("pins.txt", {PACKAGE});
 
-  const Command_Result result = host.run("once");
+  const velmora::Command_Result result = host.run("once");
 
   EXPECT_EQ(result.exit_code, 0) << result.output;
   EXPECT_THAT(host.choco_keeps("sources.txt"), ElementsAre(PACKAGE + " - " + LOCATION));
@@ -206,7 +206,7 @@ TEST_F(Flow, HoldingAPackageThatIsNotInstalledFails) {
 TEST_F(Flow, AChocoThatFailsIsReportedAndTheTaskIsCreatedAllTheSame) {
   host.choco_has("failures.txt", {"[source]", "[pin]"});
 
-  const Command_Result result = host.run("once");
+  const velmora::Command_Result result = host.run("once");
 
   EXPECT_EQ(result.exit_code, 1);
   EXPECT_THAT(result.output, AllOf(HasSubstr("choco.exe command failed with return code 1 | Command: \"" +
@@ -221,7 +221,7 @@ TEST_F(Flow, AChocoThatFailsIsReportedAndTheTaskIsCreatedAllTheSame) {
 TEST_F(Flow, AnAdoptionThatFailsIsReported) {
   host.choco_has("failures.txt", {"[install]"});
 
-  const Command_Result result = host.run("once");
+  const velmora::Command_Result result = host.run("once");
 
   EXPECT_EQ(result.exit_code, 1);
   EXPECT_THAT(host.choco_keeps("packages.txt"), IsEmpty());
@@ -232,7 +232,7 @@ TEST_F(Flow, AnAdoptionThatFailsIsReported) {
 TEST_F(Flow, AChocoThatIsMissingIsReported) {
   boost::filesystem::remove(host.choco());
 
-  const Command_Result result = host.run("once");
+  const velmora::Command_Result result = host.run("once");
 
   EXPECT_EQ(result.exit_code, 1);
   EXPECT_THAT(result.output, HasSubstr("choco.exe command failed with return code "));
@@ -249,7 +249,7 @@ TEST_F(Flow, PurgeStillDeletesTheTaskWhenChocoIsMissing) {
 TEST_F(Flow, ASchedulerThatRefusesIsReported) {
   host.schtasks_has("failures.txt", {"[/CREATE]"});
 
-  const Command_Result result = host.run("once");
+  const velmora::Command_Result result = host.run("once");
 
   EXPECT_EQ(result.exit_code, 1);
   EXPECT_THAT(result.output, AllOf(HasSubstr("Failed to schedule task for automatic package upgrades"),
@@ -258,7 +258,7 @@ TEST_F(Flow, ASchedulerThatRefusesIsReported) {
 }
 
 TEST_F(Flow, AnEmptyScheduleIsRefusedByTheSchedulerAndReported) {
-  const Command_Result result = host.run("--set package.choco.upgrade_scheduler.options= once");
+  const velmora::Command_Result result = host.run("--set package.choco.upgrade_scheduler.options= once");
 
   EXPECT_EQ(result.exit_code, 1);
   EXPECT_THAT(result.output, HasSubstr("Mandatory option 'sc' is missing"));
@@ -268,7 +268,7 @@ TEST_F(Flow, ATaskThatCannotBeDeletedIsReported) {
   ASSERT_EQ(host.run("once").exit_code, 0);
   host.schtasks_has("failures.txt", {"[/DELETE]"});
 
-  const Command_Result result = host.run("purge");
+  const velmora::Command_Result result = host.run("purge");
 
   EXPECT_EQ(result.exit_code, 1);
   EXPECT_THAT(result.output, HasSubstr("Failed to remove scheduled task " + TASK));
@@ -289,7 +289,8 @@ TEST_P(FlowWithABadBaseDirectory, ChangesNothingAndSaysWhatWouldBeRight) {
     boost::filesystem::create_directories(directory);
   }
 
-  const Command_Result result = host.run("--set \"minder.base_directory=" + directory.string() + "\" once");
+  const velmora::Command_Result result =
+      host.run("--set \"minder.base_directory=" + directory.string() + "\" once");
 
   EXPECT_EQ(result.exit_code, 78);
   EXPECT_THAT(result.output,
@@ -319,7 +320,7 @@ TEST_F(Flow, ASettingsFileThatIsMissingIsRefused) {
 }
 
 TEST_F(Flow, ASettingThatTheShellWouldInterpretIsRefused) {
-  const Command_Result result =
+  const velmora::Command_Result result =
       host.run("--set \"package.choco.upgrade_scheduler.options=/SC DAILY&exit\" once");
 
   EXPECT_EQ(result.exit_code, 78);
@@ -344,7 +345,7 @@ class Flow_Of_A_Run : public Flow {
  protected:
   // Starts it, with its output going to a file, and returns when it minds.
   void start() {
-    std::wstring line = Unicode::to_wide(host.minder("run"));
+    std::wstring line = unicode::to_wide(host.minder("run"));
     STARTUPINFOW startup = {};
     startup.cb = sizeof(startup);
     startup.dwFlags = STARTF_USESTDHANDLES;
@@ -391,7 +392,7 @@ TEST_F(Flow_Of_A_Run, ItMindsUntilItIsToldToStop) {
 TEST_F(Flow_Of_A_Run, NoOtherProcessWorksBesideIt) {
   start();
 
-  const Command_Result result = host.run("once");
+  const velmora::Command_Result result = host.run("once");
 
   EXPECT_EQ(result.exit_code, 75);
   EXPECT_THAT(result.output, HasSubstr("another package-minder is at work here (process " +
@@ -419,7 +420,7 @@ class Flow_Of_A_Service : public Flow {
 TEST_F(Flow_Of_A_Service, ItIsInstalledStartedStoppedAndRemoved) {
   EXPECT_EQ(host.run("--set minder.automatic_upgrades=false service install").exit_code, 0);
 
-  const Command_Result started = host.run("service start");
+  const velmora::Command_Result started = host.run("service start");
   EXPECT_EQ(started.exit_code, 0) << started.output;
   while (host.choco_keeps("sources.txt").empty()) {
     std::this_thread::yield();

@@ -1,9 +1,9 @@
 #include "../filesystem_contract.hpp"
 #include "disk_seams.hpp"
 
-#include <standalone_host/platform/temporary_directory.hpp>
-#include <standalone_host/posix/posix_filesystem.hpp>
-#include <standalone_host/posix/replacement_file.hpp>
+#include <zant/velmora_host/services/posix/posix_filesystem.hpp>
+#include <zant/velmora_host/services/posix/replacement_file.hpp>
+#include <zant/velmora_host/services/temporary_directory.hpp>
 
 #include <support/captured_log.hpp>
 
@@ -21,10 +21,10 @@
 #include <thread>
 #include <vector>
 
-namespace zant::velmora::standalone_host {
+namespace zant::velmora_host {
 namespace {
 
-namespace Disk_Seams = test_support::Disk_Seams;
+namespace Disk_Seams = velmora::test_support::Disk_Seams;
 using boost::filesystem::path;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
@@ -32,7 +32,7 @@ using ::testing::StartsWith;
 
 class Posix_Host {
  public:
-  Filesystem& filesystem() { return filesystem_; }
+  velmora::Filesystem& filesystem() { return filesystem_; }
   path root() const { return directory_.path(); }
 
  private:
@@ -48,12 +48,14 @@ class PosixFilesystem : public ::testing::Test {
     std::ofstream(at(name).string(), std::ios::binary) << text;
   }
   bool write(const std::string& name, const std::string& text) {
-    return files_.write_file(at(name), text, Write_Flag::REPLACE);
+    return files_.write_file(at(name), text, velmora::Write_Flag::REPLACE);
   }
   bool copy(const std::string& source, const std::string& destination) {
-    return files_.copy_file(at(source), at(destination), Copy_Option::OVERWRITE_EXISTING);
+    return files_.copy_file(at(source), at(destination), velmora::Copy_Option::OVERWRITE_EXISTING);
   }
-  std::string text_of(const std::string& name) { return files_.read_file(at(name), Read_Flag::WHOLE_TEXT); }
+  std::string text_of(const std::string& name) {
+    return files_.read_file(at(name), velmora::Read_Flag::WHOLE_TEXT);
+  }
 
   unsigned int mode_of(const std::string& name) const {
     struct stat status {};
@@ -72,7 +74,7 @@ class PosixFilesystem : public ::testing::Test {
 
   std::vector<std::string> warnings() const { return log_.messages(4); }
 
-  test_support::Captured_Log log_;
+  velmora::test_support::Captured_Log log_;
   Temporary_Directory directory_;
   Posix_Filesystem files_;
 };
@@ -175,13 +177,13 @@ TEST_F(PosixFilesystem, RemoveAllDoesNotFollowLinks) {
 TEST_F(PosixFilesystem, ReadsTheKernelsFilesAlthoughTheirSizeIsZero) {
   EXPECT_EQ(boost::filesystem::file_size("/proc/self/status"), 0U);
 
-  EXPECT_THAT(files_.read_file("/proc/self/status", Read_Flag::WHOLE_TEXT), StartsWith("Name:\t"));
+  EXPECT_THAT(files_.read_file("/proc/self/status", velmora::Read_Flag::WHOLE_TEXT), StartsWith("Name:\t"));
 }
 
 TEST_F(PosixFilesystem, ReadsTheNameOfAProcessWithoutItsLineEnd) {
-  const std::string name = files_.read_file("/proc/self/comm", Read_Flag::WITHOUT_LINE_END);
+  const std::string name = files_.read_file("/proc/self/comm", velmora::Read_Flag::WITHOUT_LINE_END);
 
-  EXPECT_EQ(files_.read_file("/proc/self/comm", Read_Flag::WHOLE_TEXT), name + "\n");
+  EXPECT_EQ(files_.read_file("/proc/self/comm", velmora::Read_Flag::WHOLE_TEXT), name + "\n");
   EXPECT_FALSE(name.empty());
 }
 
@@ -338,7 +340,7 @@ TEST_F(PosixFilesystem, AnUnfinishedFileLiesHiddenBesideItsDestination) {
 TEST_F(PosixFilesystem, AWriteIntoAMissingDirectoryIsLoggedWithItsReason) {
   EXPECT_FALSE(write("missing/a", "text"));
 
-  EXPECT_THAT(log_.records(), ElementsAre(test_support::Captured_Record{
+  EXPECT_THAT(log_.records(), ElementsAre(velmora::test_support::Captured_Record{
                                   4, "Posix_Filesystem",
                                   "Cannot write " + at("missing/a").string() +
                                       ": cannot create a file beside it: No such file or directory"}));
@@ -373,22 +375,22 @@ TEST_F(PosixFilesystem, AskingAfterWhatIsMissingIsNotLogged) {
   files_.exists(at("missing"));
   files_.is_empty(at("missing"));
   files_.list_files(at("missing"), ".template");
-  files_.read_file(at("missing"), Read_Flag::WHOLE_TEXT);
+  files_.read_file(at("missing"), velmora::Read_Flag::WHOLE_TEXT);
   files_.files_equal(at("missing"), at("missing"));
   files_.remove(at("missing"));
   files_.remove(std::vector{at("missing"), at("missing/below")});
   files_.remove_all(at("missing"));
-  files_.copy_files({at("missing")}, directory_.path(), Copy_Option::OVERWRITE_EXISTING);
+  files_.copy_files({at("missing")}, directory_.path(), velmora::Copy_Option::OVERWRITE_EXISTING);
 
   EXPECT_THAT(log_.records(), IsEmpty());
 }
 
 }  // namespace
-}  // namespace zant::velmora::standalone_host
+}  // namespace zant::velmora_host
 
 namespace zant::velmora {
 
-using standalone_host::Posix_Host;
+using velmora_host::Posix_Host;
 INSTANTIATE_TYPED_TEST_SUITE_P(Posix, FilesystemContract, Posix_Host);
 
 }  // namespace zant::velmora

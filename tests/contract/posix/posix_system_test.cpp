@@ -1,7 +1,7 @@
 #include "process_surroundings.hpp"
 
-#include <standalone_host/platform/temporary_directory.hpp>
-#include <standalone_host/posix/posix_system.hpp>
+#include <zant/velmora_host/services/posix/posix_system.hpp>
+#include <zant/velmora_host/services/temporary_directory.hpp>
 
 #include <support/captured_log.hpp>
 
@@ -24,19 +24,19 @@
 #include <thread>
 #include <vector>
 
-namespace zant::velmora::standalone_host {
+namespace zant::velmora_host {
 namespace {
 
 using namespace std::chrono_literals;
-using test_support::Captured_Log;
-using test_support::Captured_Record;
-using test_support::Environment_Variable;
-using test_support::Signal_Disposition;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 using ::testing::SizeIs;
 using ::testing::StartsWith;
+using velmora::test_support::Captured_Log;
+using velmora::test_support::Captured_Record;
+using velmora::test_support::Environment_Variable;
+using velmora::test_support::Signal_Disposition;
 
 constexpr int ERROR = 5;
 constexpr int WARNING = 4;
@@ -84,9 +84,9 @@ bool runs(const std::string& pid) {
 
 class PosixSystem : public ::testing::Test {
  protected:
-  Command_Result run(const std::string& command) { return run(command, ample_options()); }
-  Command_Result run(const std::string& command, const Posix_System::Options& options) {
-    return Posix_System(options).run_command(command, Run_Flag::WAIT_AND_CAPTURE);
+  velmora::Command_Result run(const std::string& command) { return run(command, ample_options()); }
+  velmora::Command_Result run(const std::string& command, const Posix_System::Options& options) {
+    return Posix_System(options).run_command(command, velmora::Run_Flag::WAIT_AND_CAPTURE);
   }
   std::string output_of(const std::string& command) { return run(command).output; }
   int status_of(const std::string& command) { return run(command).exit_code; }
@@ -97,7 +97,7 @@ class PosixSystem : public ::testing::Test {
 // --- Result ------------------------------------------------------------------
 
 TEST_F(PosixSystem, ReturnsWhatTheCommandPrintsAndItsExitStatus) {
-  const Command_Result result = run("echo one; echo two; exit 42");
+  const velmora::Command_Result result = run("echo one; echo two; exit 42");
 
   EXPECT_EQ(result.output, "one\ntwo\n");
   EXPECT_EQ(result.exit_code, 42);
@@ -121,7 +121,7 @@ TEST_F(PosixSystem, DeathByASignalIsThatSignalPlus128) {
 }
 
 TEST_F(PosixSystem, LargeOutputIsReturnedWhole) {
-  const Command_Result result = run("head --bytes=5000000 /dev/zero | tr '\\0' x");
+  const velmora::Command_Result result = run("head --bytes=5000000 /dev/zero | tr '\\0' x");
 
   EXPECT_EQ(result.exit_code, 0);
   EXPECT_EQ(result.output, std::string(5000000, 'x'));
@@ -131,7 +131,8 @@ TEST_F(PosixSystem, OutputBeyondTheLimitIsDroppedWithAWarningAndTheCommandIsNotD
   auto options = ample_options();
   options.output_limit = 1000;
 
-  const Command_Result result = run("head --bytes=500000 /dev/zero | tr '\\0' x; echo done >&2", options);
+  const velmora::Command_Result result =
+      run("head --bytes=500000 /dev/zero | tr '\\0' x; echo done >&2", options);
 
   EXPECT_EQ(result.exit_code, 0);
   EXPECT_EQ(result.output, std::string(1000, 'x'));
@@ -241,7 +242,7 @@ TEST_F(PosixSystem, TheEnvironmentIsTheSameForEverybody) {
 TEST_F(PosixSystem, APreloadedLibraryOfTheCallersIsNotTheCommands) {
   const Environment_Variable preload("LD_PRELOAD", "/somewhere/library.so");
 
-  const Command_Result result = run("echo -n $LD_PRELOAD; ls / > /dev/null");
+  const velmora::Command_Result result = run("echo -n $LD_PRELOAD; ls / > /dev/null");
 
   EXPECT_EQ(result.output, "");
   EXPECT_EQ(result.exit_code, 0);
@@ -297,7 +298,7 @@ TEST_F(PosixSystem, NoDescriptorOfTheCallersIsTheCommands) {
   constexpr int NUMBER = 100;
   ASSERT_EQ(::dup2(STDERR_FILENO, NUMBER), NUMBER);
 
-  const Command_Result result = run("[[ -e /proc/$$/fd/100 ]]");
+  const velmora::Command_Result result = run("[[ -e /proc/$$/fd/100 ]]");
 
   ::close(NUMBER);
   EXPECT_EQ(result.exit_code, 1);
@@ -330,7 +331,7 @@ TEST_F(PosixSystem, ACallerWithoutStandardInputAndOutputGetsTheOutputAllTheSame)
     ::close(STDIN_FILENO);
     ::close(STDOUT_FILENO);
     const auto result =
-        Posix_System(ample_options()).run_command("echo out; cat", Run_Flag::WAIT_AND_CAPTURE);
+        Posix_System(ample_options()).run_command("echo out; cat", velmora::Run_Flag::WAIT_AND_CAPTURE);
     ::_exit(result.output == "out\n" && result.exit_code == 0 ? 0 : 1);
   };
 
@@ -340,7 +341,7 @@ TEST_F(PosixSystem, ACallerWithoutStandardInputAndOutputGetsTheOutputAllTheSame)
 // --- End of a command --------------------------------------------------------
 
 TEST_F(PosixSystem, ADaemonThatKeepsTheOutputOpenIsNotWaitedFor) {
-  const Command_Result result = run("sleep 600 & echo $!; setsid sleep 600 & echo $!");
+  const velmora::Command_Result result = run("sleep 600 & echo $!; setsid sleep 600 & echo $!");
 
   const auto pids = lines_of(result.output);
   ASSERT_THAT(pids, SizeIs(2));
@@ -352,7 +353,7 @@ TEST_F(PosixSystem, ADaemonThatKeepsTheOutputOpenIsNotWaitedFor) {
 }
 
 TEST_F(PosixSystem, ADaemonThatKeepsWritingIsNotWaitedFor) {
-  const Command_Result result = run("yes & echo pid $!");
+  const velmora::Command_Result result = run("yes & echo pid $!");
 
   const std::size_t start = result.output.find("pid ");
   ASSERT_NE(start, std::string::npos);
@@ -373,7 +374,7 @@ TEST_F(PosixSystem, ACommandThatClosesItsOutputIsWaitedFor) {
 // --- Time limit --------------------------------------------------------------
 
 TEST_F(PosixSystem, ACommandBeyondTheTimeLimitIsEndedAndHasFailed) {
-  const Command_Result result = run("echo begun; sleep 600", impatient_options());
+  const velmora::Command_Result result = run("echo begun; sleep 600", impatient_options());
 
   EXPECT_EQ(result.exit_code, 124);
   EXPECT_EQ(result.output, "begun\n");
@@ -382,7 +383,7 @@ TEST_F(PosixSystem, ACommandBeyondTheTimeLimitIsEndedAndHasFailed) {
 }
 
 TEST_F(PosixSystem, TheWholeProcessGroupIsEnded) {
-  const Command_Result result =
+  const velmora::Command_Result result =
       run("sleep 600 & echo $!; sleep 601 | sleep 602 & echo $!; wait", impatient_options());
 
   const auto pids = lines_of(result.output);
@@ -392,13 +393,14 @@ TEST_F(PosixSystem, TheWholeProcessGroupIsEnded) {
 }
 
 TEST_F(PosixSystem, ACommandThatIgnoresTheRequestToEndIsKilled) {
-  const Command_Result result = run("trap '' TERM; sleep 600", impatient_options());
+  const velmora::Command_Result result = run("trap '' TERM; sleep 600", impatient_options());
 
   EXPECT_EQ(result.exit_code, 124);
 }
 
 TEST_F(PosixSystem, AMemberOfTheGroupThatIgnoresTheRequestIsKilledAlthoughTheShellHasEnded) {
-  const Command_Result result = run("(trap '' TERM; exec sleep 600) & echo $!; wait", impatient_options());
+  const velmora::Command_Result result =
+      run("(trap '' TERM; exec sleep 600) & echo $!; wait", impatient_options());
 
   ASSERT_THAT(lines_of(result.output), SizeIs(1));
   EXPECT_TRUE(ends(lines_of(result.output)[0]));
@@ -409,7 +411,7 @@ TEST_F(PosixSystem, AMemberOfTheGroupMayTidyUpBeforeItIsKilled) {
   options.time_limit = 1s;
   options.kill_delay = AMPLE;
 
-  const Command_Result result =
+  const velmora::Command_Result result =
       run("bash -c 'trap \"echo tidied up; exit\" TERM; sleep 600 & wait' & wait", options);
 
   EXPECT_EQ(result.output, "tidied up\n");
@@ -454,7 +456,7 @@ TEST_F(PosixSystemInstallation, IsLeftToItsEndHoweverLongItTakes) {
   const std::string command =
       "NEEDRESTART_MODE=a DEBIAN_FRONTEND=noninteractive apt-get -qq install unattended-upgrades";
 
-  const Command_Result result = run(command, options_);
+  const velmora::Command_Result result = run(command, options_);
 
   EXPECT_EQ(result.exit_code, 0);
   EXPECT_EQ(result.output, "installed\n");
@@ -477,7 +479,7 @@ TEST_F(PosixSystemInstallation, ARefreshByTheSameToolIsNone) {
 
 TEST_F(PosixSystem, ACommandThatCannotBeStartedHasFailedWithTheReasonInTheLog) {
   // No argument of a program may be that long.
-  const Command_Result result = run("true " + std::string(200000, 'x'));
+  const velmora::Command_Result result = run("true " + std::string(200000, 'x'));
 
   EXPECT_EQ(result.exit_code, 127);
   EXPECT_EQ(result.output, "");
@@ -493,7 +495,7 @@ TEST_F(PosixSystem, ACallerThatHasNoDescriptorsLeftGetsAFailureWithTheReasonInTh
   const rlimit none_left{0, previous.rlim_max};
   ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &none_left), 0);
 
-  const Command_Result result = run("true");
+  const velmora::Command_Result result = run("true");
 
   ::setrlimit(RLIMIT_NOFILE, &previous);
   EXPECT_EQ(result.exit_code, 127);
@@ -505,7 +507,7 @@ TEST_F(PosixSystem, ACallerThatHasNoDescriptorsLeftGetsAFailureWithTheReasonInTh
 TEST_F(PosixSystem, ACallerThatIgnoresSigchldGetsAFailureInsteadOfASuccessThatNobodySaw) {
   const Signal_Disposition ignored(SIGCHLD, SIG_IGN);
 
-  const Command_Result result = run("echo text");
+  const velmora::Command_Result result = run("echo text");
 
   EXPECT_EQ(result.exit_code, 125);
   EXPECT_EQ(result.output, "text\n");
@@ -517,9 +519,9 @@ TEST_F(PosixSystem, ACallerThatIgnoresSigchldGetsAFailureInsteadOfASuccessThatNo
 
 TEST_F(PosixSystem, WorksWhereTheKernelCannotAnnounceTheEndOfAProcess) {
   const auto run_without_process_descriptors = [] {
-    test_support::deny_process_descriptors();
-    const auto result =
-        Posix_System(ample_options()).run_command("echo text; sleep 0.1; exit 3", Run_Flag::WAIT_AND_CAPTURE);
+    velmora::test_support::deny_process_descriptors();
+    const auto result = Posix_System(ample_options())
+                            .run_command("echo text; sleep 0.1; exit 3", velmora::Run_Flag::WAIT_AND_CAPTURE);
     ::_exit(result.output == "text\n" ? result.exit_code : 1);
   };
 
@@ -536,7 +538,7 @@ TEST_F(PosixSystem, SeveralThreadsGetTheirOwnResults) {
       for (int round = 0; round < 10; ++round) {
         const std::string text = std::to_string(number) + "." + std::to_string(round);
         const auto result = system.run_command("echo " + text + "; exit " + std::to_string(number),
-                                               Run_Flag::WAIT_AND_CAPTURE);
+                                               velmora::Run_Flag::WAIT_AND_CAPTURE);
         EXPECT_EQ(result.output, text + "\n");
         EXPECT_EQ(result.exit_code, number);
       }
@@ -545,4 +547,4 @@ TEST_F(PosixSystem, SeveralThreadsGetTheirOwnResults) {
 }
 
 }  // namespace
-}  // namespace zant::velmora::standalone_host
+}  // namespace zant::velmora_host

@@ -1,14 +1,14 @@
 #include "../filesystem_contract.hpp"
 
-#include <standalone_host/platform/temporary_directory.hpp>
-#include <standalone_host/windows/windows_filesystem.hpp>
+#include <zant/velmora_host/services/temporary_directory.hpp>
+#include <zant/velmora_host/services/windows/windows_filesystem.hpp>
 
-namespace zant::velmora::standalone_host {
+namespace zant::velmora_host {
 namespace {
 
 class Windows_Host {
  public:
-  Filesystem& filesystem() { return filesystem_; }
+  velmora::Filesystem& filesystem() { return filesystem_; }
   boost::filesystem::path root() const { return directory_.path(); }
 
  private:
@@ -17,10 +17,10 @@ class Windows_Host {
 };
 
 }  // namespace
-}  // namespace zant::velmora::standalone_host
+}  // namespace zant::velmora_host
 
 namespace zant::velmora {
 
-INSTANTIATE_TYPED_TEST_SUITE_P(Windows, FilesystemContract, standalone_host::Windows_Host);
+INSTANTIATE_TYPED_TEST_SUITE_P(Windows, FilesystemContract, velmora_host::Windows_Host);
 
 }  // namespace zant::velmora

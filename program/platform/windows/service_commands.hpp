@@ -1,0 +1,23 @@
+#pragma once
+
+#include <zant/velmora_host/settings/settings.hpp>
+
+/// The program as a service of Windows, in the service manager's books. Each operation returns the exit
+/// status of the program and tells what it has done, or why not, through the log.
+namespace zant::program::service_commands {
+
+/// Registers the service with these settings, to be started with the system and again when it fails.
+int install(const velmora_host::Settings_Sources& settings);
+
+/// Takes the service out of the books; a running one ends first.
+int remove(const velmora_host::Settings_Sources& settings);
+
+int start(const velmora_host::Settings_Sources& settings);
+
+/// Returns when the service has stopped, which a cycle under way may delay.
+int stop(const velmora_host::Settings_Sources& settings);
+
+/// The command line that the service is started with.
+std::string make_command_line(const std::string& program, const velmora_host::Settings_Sources& settings);
+
+}  // namespace zant::program::service_commands

@@ -1,0 +1,30 @@
+#pragma once
+
+#include <program/command_line.hpp>
+#include <zant/velmora_host/families/package_factory.hpp>
+#include <zant/velmora_host/settings/settings.hpp>
+
+#include <string>
+#include <vector>
+
+/// The commands that only look: each prints its report to standard output and returns the status to exit
+/// with.
+namespace zant::program::report_commands {
+
+int status(const Command_Line& command_line, const velmora_host::Settings& settings,
+           const velmora_host::Host_Services& services);
+
+/// For "plan", and for "purge --plan".
+int plan(const Command_Line& command_line, const velmora_host::Settings& settings,
+         const velmora_host::Host_Services& services);
+
+/// Judges the settings too, so it is given where they come from.
+///
+/// @throws Refusal when the settings file cannot be read.
+int check(const Command_Line& command_line);
+
+/// Prints why there is no report, for those who asked for one in JSON; else nothing.
+void print_failure(const Command_Line& command_line, int exit_status,
+                   const std::vector<std::string>& messages);
+
+}  // namespace zant::program::report_commands

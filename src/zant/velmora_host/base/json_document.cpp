@@ -1,0 +1,29 @@
+#include <zant/velmora_host/base/json_document.hpp>
+
+#include <nlohmann/json.hpp>
+
+namespace zant::velmora_host::json_document {
+namespace {
+
+// Raised when a member goes or changes its meaning; new members may come at any time.
+constexpr int VERSION = 1;
+constexpr int INDENT = 2;
+
+}  // namespace
+
+Json make(const std::string& kind) {
+  return {{"format", "package-minder/" + kind}, {"version", VERSION}};
+}
+
+Json make_failure(const std::string& kind, const std::string& code, int exit_status,
+                  const std::vector<std::string>& messages) {
+  Json document = make(kind);
+  document["error"] = {{"code", code}, {"exit_status", exit_status}, {"messages", messages}};
+  return document;
+}
+
+std::string text_of(const Json& document) {
+  return document.dump(INDENT, ' ', false, Json::error_handler_t::replace) + "\n";
+}
+
+}  // namespace zant::velmora_host::json_document

@@ -1,0 +1,52 @@
+#pragma once
+
+#include <zant/velmora_host/observation/cycle_recorder.hpp>
+#include <zant/velmora_host/observation/cycle_watch.hpp>
+#include <zant/velmora_host/observation/log_observer.hpp>
+#include <zant/velmora_host/services/host_services.hpp>
+#include <zant/velmora_host/settings/settings.hpp>
+
+#include <zant/velmora/package_minder/package.hpp>
+
+#include <boost/filesystem/path.hpp>
+
+#include <memory>
+#include <string>
+#include <utility>
+
+namespace zant::velmora_host {
+
+/// What is kept and told of the cycles of one command: the record of the last one, the metrics if the
+/// settings want them, and one line for the service manager.
+class Cycle_Observation {
+ public:
+  /// @param program           "run" or "once".
+  /// @param staging_directory the working copy that the library renders into.
+  Cycle_Observation(const std::string& program, const Settings& settings, const Host_Services& services,
+                    const boost::filesystem::path& staging_directory);
+
+  /// Through which the library is to work.
+  const Host_Services& services() const noexcept { return observed_services_; }
+
+  /// The package that the minder is to work on.
+  std::shared_ptr<velmora::Package> observe(std::shared_ptr<velmora::Package> package) const;
+
+  /// Called after each cycle, on the thread that ran it. To be added before the first one.
+  void add_listener(Cycle_Recorder::Listener listener) { recorder_->add_listener(std::move(listener)); }
+
+  const Cycle_Watch& watch() const noexcept { return *watch_; }
+
+ private:
+  std::shared_ptr<Cycle_Watch> watch_;
+  std::shared_ptr<Cycle_Recorder> recorder_;
+  Host_Services observed_services_;
+  Log_Observer log_observer_;
+};
+
+/// Takes away what the observation of cycles has left on the host.
+void remove_observations(const Settings& settings, velmora::Filesystem& filesystem);
+
+/// One line about a cycle.
+std::string describe(const Cycle_Record& record);
+
+}  // namespace zant::velmora_host

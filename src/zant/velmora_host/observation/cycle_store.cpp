@@ -1,0 +1,116 @@
+#include <zant/velmora_host/observation/cycle_store.hpp>
+
+#include <zant/velmora_host/base/json_document.hpp>
+
+#include <Poco/DateTime.h>
+#include <Poco/DateTimeParser.h>
+#include <Poco/Exception.h>
+#include <nlohmann/json.hpp>
+
+#include <cstdlib>
+#include <string>
+
+namespace zant::velmora_host::cycle_store {
+namespace {
+
+using json_document::Json;
+using std::chrono::system_clock;
+
+system_clock::time_point parse_iso_time(const std::string& text) {
+  int zone = 0;
+  const auto time = Poco::DateTimeParser::parse("%Y-%m-%dT%H:%M:%SZ", text, zone).timestamp().epochTime();
+  constexpr auto LATEST = std::chrono::duration_cast<std::chrono::seconds>(system_clock::duration::max());
+  if (std::abs(time) > LATEST.count()) {
+    throw Poco::RangeException(text);
+  }
+  return system_clock::from_time_t(time);
+}
+
+Json to_json(const Cycle_Record& record) {
+  Json json = {{"program", record.program}, {"started", to_iso_time(record.started)},
+               {"seconds", record.seconds}, {"failure", nullptr},
+               {"actions", record.actions}, {"problems", record.problems},
+               {"commands", Json::array()}, {"files", Json::array()}};
+  if (record.failure) {
+    json["failure"] = {{"kind", record.failure->kind}, {"message", record.failure->message}};
+  }
+  for (const auto& command : record.commands) {
+    json["commands"].push_back(
+        {{"line", command.line}, {"exit_code", command.exit_code}, {"seconds", command.seconds}});
+  }
+  for (const auto& file : record.files) {
+    json["files"].push_back({{"path", file.path}, {"outcome", file.outcome}});
+  }
+  return json;
+}
+
+Json to_json(const Cycle_History& history) {
+  return {{"cycles", history.cycles},
+          {"failures", history.failures},
+          {"repairs", history.repairs},
+          {"holds_released", history.holds_released},
+          {"last_success", history.last_success ? Json(to_iso_time(*history.last_success)) : Json()},
+          {"known_files", history.known_files},
+          {"recent_repairs", history.recent_repairs}};
+}
+
+Cycle_Record record_from(const Json& json) {
+  Cycle_Record record;
+  json.at("program").get_to(record.program);
+  record.started = parse_iso_time(json.at("started").get<std::string>());
+  json.at("seconds").get_to(record.seconds);
+  json.at("actions").get_to(record.actions);
+  json.at("problems").get_to(record.problems);
+  for (const auto& command : json.at("commands")) {
+    record.commands.push_back({command.at("line").get<std::string>(), command.at("exit_code").get<int>(),
+                               command.at("seconds").get<double>()});
+  }
+  for (const auto& file : json.at("files")) {
+    record.files.push_back({file.at("path").get<std::string>(), file.at("outcome").get<std::string>()});
+  }
+  if (const auto& failure = json.at("failure"); !failure.is_null()) {
+    record.failure = Cycle_Record::Failure{failure.at("kind").get<std::string>(),
+                                           failure.at("message").get<std::string>()};
+  }
+  return record;
+}
+
+Cycle_History history_from(const Json& json) {
+  Cycle_History history;
+  json.at("cycles").get_to(history.cycles);
+  json.at("failures").get_to(history.failures);
+  json.at("repairs").get_to(history.repairs);
+  json.at("holds_released").get_to(history.holds_released);
+  if (const auto& last_success = json.at("last_success"); !last_success.is_null()) {
+    history.last_success = parse_iso_time(last_success.get<std::string>());
+  }
+  json.at("known_files").get_to(history.known_files);
+  json.at("recent_repairs").get_to(history.recent_repairs);
+  return history;
+}
+
+}  // namespace
+
+boost::filesystem::path file_in(const boost::filesystem::path& state_directory) {
+  return state_directory / "last-cycle.json";
+}
+
+std::optional<Cycle_State> read(velmora::Filesystem& filesystem, const boost::filesystem::path& file) {
+  try {
+    const auto json = Json::parse(filesystem.read_file(file, velmora::Read_Flag::WHOLE_TEXT));
+    return Cycle_State{record_from(json.at("last_cycle")), history_from(json.at("history"))};
+  } catch (const Json::exception&) {
+    return std::nullopt;
+  } catch (const Poco::Exception&) {
+    return std::nullopt;
+  }
+}
+
+bool write(velmora::Filesystem& filesystem, const boost::filesystem::path& file, const Cycle_State& state) {
+  auto document = json_document::make("last-cycle");
+  document["last_cycle"] = to_json(state.last_cycle);
+  document["history"] = to_json(state.history);
+  return filesystem.write_file(file, json_document::text_of(document), velmora::Write_Flag::REPLACE);
+}
+
+}  // namespace zant::velmora_host::cycle_store

@@ -1,0 +1,31 @@
+#pragma once
+
+#include <zant/velmora_host/observation/cycle_record.hpp>
+
+#include <zant/velmora/host/filesystem.hpp>
+
+#include <boost/filesystem/path.hpp>
+
+#include <optional>
+
+namespace zant::velmora_host {
+
+/// What is known after a cycle.
+struct Cycle_State {
+  Cycle_Record last_cycle;
+  Cycle_History history;
+};
+
+/// The file in the state directory that holds it, which is whole or not there.
+namespace cycle_store {
+
+boost::filesystem::path file_in(const boost::filesystem::path& state_directory);
+
+/// Nothing when the file is missing or holds something else.
+std::optional<Cycle_State> read(velmora::Filesystem& filesystem, const boost::filesystem::path& file);
+
+/// False when it could not be written; the file is then what it was.
+bool write(velmora::Filesystem& filesystem, const boost::filesystem::path& file, const Cycle_State& state);
+
+}  // namespace cycle_store
+}  // namespace zant::velmora_host

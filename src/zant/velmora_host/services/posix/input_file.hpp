@@ -1,0 +1,31 @@
+#pragma once
+
+#include <zant/velmora_host/services/posix/file_descriptor.hpp>
+
+#include <boost/filesystem/path.hpp>
+
+#include <array>
+#include <cstdint>
+#include <string_view>
+
+namespace zant::velmora_host {
+
+/// A regular file open for reading from its start to its end. All operations throw std::system_error; for a
+/// missing file with the code std::errc::no_such_file_or_directory or std::errc::not_a_directory.
+class Input_File {
+ public:
+  explicit Input_File(const boost::filesystem::path& path);
+
+  /// The size that the file system tells; 0 for the kernel's pseudo-files, whatever they hold.
+  std::uintmax_t size() const noexcept { return size_; }
+
+  /// The next piece, valid until the next call; empty at the end.
+  std::string_view next_piece();
+
+ private:
+  File_Descriptor file_;
+  std::uintmax_t size_ = 0;
+  std::array<char, 65536> buffer_;
+};
+
+}  // namespace zant::velmora_host

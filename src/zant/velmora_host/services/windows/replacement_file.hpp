@@ -1,0 +1,32 @@
+#pragma once
+
+#include <zant/velmora_host/services/windows/handle.hpp>
+
+#include <boost/filesystem/path.hpp>
+
+#include <string>
+#include <string_view>
+
+namespace zant::velmora_host {
+
+/// A file that is written beside its destination and takes its place when it is whole. Unless `commit` is
+/// reached, nothing of it stays. All operations throw std::system_error.
+class Replacement_File {
+ public:
+  explicit Replacement_File(const boost::filesystem::path& destination);
+  ~Replacement_File();
+  Replacement_File(const Replacement_File&) = delete;
+  Replacement_File& operator=(const Replacement_File&) = delete;
+
+  void write(std::string_view data);
+
+  /// Brings the contents to the disk and puts the file in the destination's place.
+  void commit();
+
+ private:
+  boost::filesystem::path destination_;
+  boost::filesystem::path temporary_path_;
+  Handle file_;
+};
+
+}  // namespace zant::velmora_host

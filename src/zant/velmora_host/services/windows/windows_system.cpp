@@ -1,0 +1,73 @@
+#include <zant/velmora_host/services/windows/windows_system.hpp>
+
+#include <zant/velmora_host/services/windows/command_process.hpp>
+#include <zant/velmora_host/services/windows/unicode.hpp>
+
+#include <fmt/format.h>
+#include <boost/algorithm/string/trim.hpp>
+
+#include <stdexcept>
+#include <system_error>
+
+namespace zant::velmora_host {
+namespace {
+
+using zant::logging::severity_level;
+
+// cmd.exe would run the first line and say nothing of the others.
+void refuse_several_lines(const std::string& command) {
+  if (command.find_first_of(std::string_view("\r\n\0", 3)) != std::string::npos) {
+    throw std::runtime_error("a command is one line of text");
+  }
+}
+
+std::string in_seconds(std::chrono::milliseconds duration) {
+  return fmt::format("{:g} s", std::chrono::duration<double>(duration).count());
+}
+
+}  // namespace
+
+Windows_System::Windows_System(const Options& options) : options_(options) {
+  log_.init_("Windows_System", "");
+}
+
+velmora::Command_Result Windows_System::run_command(const std::string& command, bool /*flag*/) {
+  ZANT_LOG(log_, severity_level::trace) << "Running command: " << command;
+  try {
+    refuse_several_lines(command);
+    Command_Process process(command, options_.output_limit);
+    const int exit_code = supervise_(process, command);
+    velmora::Command_Result result = {unicode::console_text_to_utf8(process.output()), exit_code};
+    log_outcome_(process, command, result);
+    return result;
+  } catch (const std::runtime_error& error) {
+    ZANT_LOG(log_, severity_level::error)
+        << fmt::format("Could not start a command: {} | Command: {}", error.what(), command);
+    return {"", Exit_Code::NOT_STARTED};
+  }
+}
+
+int Windows_System::supervise_(Command_Process& process, const std::string& command) {
+  if (process.run_until(Command_Process::Clock::now() + options_.time_limit)) {
+    return process.exit_code();
+  }
+  ZANT_LOG(log_, severity_level::error) << fmt::format(
+      "Ending a command that takes longer than {} | Command: {}", in_seconds(options_.time_limit), command);
+  process.end_tree();
+  return Exit_Code::TIME_LIMIT;
+}
+
+void Windows_System::log_outcome_(const Command_Process& process, const std::string& command,
+                                  const velmora::Command_Result& result) {
+  if (process.is_truncated()) {
+    ZANT_LOG(log_, severity_level::warning)
+        << fmt::format("A command printed more than {} bytes, the rest is dropped | Command: {}",
+                       options_.output_limit, command);
+  }
+  const std::string output = result.exit_code == 0 ? "" : boost::algorithm::trim_copy(result.output);
+  ZANT_LOG(log_, output.empty() ? severity_level::debug : severity_level::warning)
+      << fmt::format("Command ended with exit code {} | Command: {}{}{}", result.exit_code, command,
+                     output.empty() ? "" : " | Output: ", output);
+}
+
+}  // namespace zant::velmora_host

@@ -1,0 +1,201 @@
+#include <zant/velmora_host/staging/staging_tree.hpp>
+
+#include <zant/velmora_host/services/privileges.hpp>
+
+#include <zant/velmora/apt/apt_constants.hpp>
+#include <zant/velmora/dnf/dnf_constants.hpp>
+#include <zant/velmora/upgrade_timer/upgrade_timer_constants.hpp>
+
+#include <fmt/format.h>
+#include <boost/filesystem/directory.hpp>
+#include <boost/filesystem/operations.hpp>
+
+#include <fstream>
+#include <functional>
+#include <set>
+#include <sstream>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace zant::velmora_host {
+namespace {
+
+using boost::filesystem::path;
+
+constexpr const char* REINSTALL = "install the package-minder's staging tree again, or correct it";
+
+// A template, and how the library fills it: with how many values, and of which kinds.
+struct Template {
+  const char* family;
+  std::string name;
+  std::function<void(const std::string& text)> render;
+
+  path file() const { return path("config-files") / family / "templates" / (name + ".template"); }
+};
+
+template <typename... Values>
+std::function<void(const std::string&)> filled_with(Values... values) {
+  return [=](const std::string& text) { static_cast<void>(fmt::format(fmt::runtime(text), values...)); };
+}
+
+const std::vector<Template>& templates() {
+  static const std::string text = "value";
+  static const int number = 1;
+  using velmora::Upgrade_Timer_Constants::STAGED_ON_CALENDAR_FILE;
+  using velmora::Upgrade_Timer_Constants::STAGED_RANDOMIZED_DELAY_FILE;
+  static const std::vector<Template> all = {
+      {"apt", velmora::APT_Constants::APT_SOURCE_LIST_FILE, filled_with(text, text, text)},
+      {"apt", velmora::APT_Constants::APT_UNATTENDED_UPGRADES_FILE, filled_with(text)},
+      {"apt", velmora::APT_Constants::APT_LOWERSPEED_FILE, filled_with(number)},
+      {"apt", STAGED_ON_CALENDAR_FILE, filled_with(text)},
+      {"apt", STAGED_RANDOMIZED_DELAY_FILE, filled_with(text)},
+      {"dnf", velmora::DNF_Constants::DNF_REPO_FILE, filled_with(text, text, text, text, text)},
+      {"dnf", STAGED_ON_CALENDAR_FILE, filled_with(text)},
+      {"dnf", STAGED_RANDOMIZED_DELAY_FILE, filled_with(text)},
+  };
+  return all;
+}
+
+path keyring_in(const path& tree) {
+  return tree / "keyrings" / velmora::APT_Constants::APT_REPO_KEYRING_FILE;
+}
+
+bool is_file(const path& file) {
+  boost::system::error_code ignored;
+  return boost::filesystem::is_regular_file(file, ignored);
+}
+
+std::string read(const path& file) {
+  const std::ifstream stream(file.c_str(), std::ios::binary);
+  std::ostringstream contents;
+  contents << stream.rdbuf();
+  if (!stream.is_open() || stream.bad()) {
+    throw std::runtime_error(fmt::format("cannot read {}", file.string()));
+  }
+  return contents.str();
+}
+
+Findings find_template_faults(const path& tree) {
+  Findings findings;
+  for (const auto& candidate : templates()) {
+    const path file = tree / candidate.file();
+    if (!is_file(file)) {
+      findings.push_back({file.string(), "this template is missing", REINSTALL, "staging.file_missing"});
+      continue;
+    }
+    try {
+      candidate.render(read(file));
+    } catch (const fmt::format_error& error) {
+      findings.push_back(
+          {file.string(), fmt::format("this template cannot be filled: {}", error.what()),
+           "write braces that are text twice, and no more placeholders than the file has values",
+           "staging.bad_template"});
+    }
+  }
+  return findings;
+}
+
+Findings find_static_file_faults(const path& tree) {
+  const path file = tree / "config-files" / "apt" / velmora::APT_Constants::APT_AUTO_UPGRADES_FILE;
+  return is_file(file) ? Findings{}
+                       : Findings{{file.string(), "this file is missing", REINSTALL, "staging.file_missing"}};
+}
+
+// What is copied and examined goes by the tree itself: no links that lead out of it to further directories.
+bool is_plain(const path& entry) {
+  boost::system::error_code ignored;
+  return boost::filesystem::symlink_status(entry, ignored).type() == boost::filesystem::directory_file ||
+         is_file(entry);
+}
+
+Findings find_foreign_writer(const path& entry) {
+  const std::string fault = privileges::who_else_may_write(entry);
+  if (!fault.empty()) {
+    return {{entry.string(), fault,
+             "what is there ends up in the host's configuration: it must belong to root, and nobody else may "
+             "write to it",
+             "staging.writable_by_others"}};
+  }
+  return {};
+}
+
+// Boost's own copy_file gives up between file systems on kernels that do not copy across them.
+void copy_text(const path& source, const path& target) {
+  std::ofstream output(target.string(), std::ios::binary);
+  output << read(source) << std::flush;
+  if (!output) {
+    throw std::runtime_error(fmt::format("cannot copy {} to {}", source.string(), target.string()));
+  }
+}
+
+// The first one tells: where one entry is wrong, mostly all are.
+Findings find_first_entry_fault(const path& tree) {
+  Findings findings = find_foreign_writer(tree);
+  boost::system::error_code error;
+  for (boost::filesystem::recursive_directory_iterator entry(tree, error), end;
+       findings.empty() && !error && entry != end; entry.increment(error)) {
+    findings = is_plain(entry->path())
+                   ? find_foreign_writer(entry->path())
+                   : Findings{{entry->path().string(), "is neither a file nor a directory",
+                               "take it out of the staging tree", "staging.not_a_file"}};
+  }
+  return findings;
+}
+
+}  // namespace
+
+Findings find_staging_tree_faults(const path& tree) {
+  boost::system::error_code ignored;
+  if (!boost::filesystem::is_directory(tree, ignored)) {
+    return {{tree.string(), "this directory, the staging tree, is missing",
+             "install it, or name another one with minder.staging_directory", "staging.missing"}};
+  }
+  Findings findings = find_template_faults(tree);
+  append(findings, find_static_file_faults(tree));
+  append(findings, find_first_entry_fault(tree));
+  return findings;
+}
+
+Findings find_foreign_files(const path& tree) {
+  std::set<path> known = {keyring_in(tree), tree / "keyrings" / "README",
+                          tree / "config-files" / "apt" / velmora::APT_Constants::APT_AUTO_UPGRADES_FILE};
+  for (const auto& known_template : templates()) {
+    known.insert(tree / known_template.file());
+  }
+  Findings findings;
+  boost::system::error_code error;
+  for (boost::filesystem::recursive_directory_iterator entry(tree, error), end; !error && entry != end;
+       entry.increment(error)) {
+    if (is_file(entry->path()) && !known.contains(entry->path())) {
+      findings.push_back({entry->path().string(), "nothing reads this file",
+                          "move it to where it belongs; the names in the staging tree are fixed",
+                          "staging.foreign_file"});
+    }
+  }
+  return findings;
+}
+
+Findings find_keyring_faults(const path& tree) {
+  const path keyring = keyring_in(tree);
+  if (is_file(keyring)) {
+    return {};
+  }
+  return {{keyring.string(), "the keyring of the APT repository is missing",
+           "put the repository's public keys there, binary, as \"gpg --export\" writes them",
+           "keyring.missing"}};
+}
+
+void copy_staging_tree(const path& tree, const path& destination) {
+  boost::filesystem::create_directory(destination);
+  for (const auto& entry : boost::filesystem::directory_iterator(tree)) {
+    const path target = destination / entry.path().filename();
+    if (boost::filesystem::is_directory(entry.path())) {
+      copy_staging_tree(entry.path(), target);
+    } else {
+      copy_text(entry.path(), target);
+    }
+  }
+}
+
+}  // namespace zant::velmora_host

@@ -1,0 +1,74 @@
+#include <zant/velmora_host/staging/work_area.hpp>
+
+#include <zant/velmora_host/base/refusal.hpp>
+#include <zant/velmora_host/families/package_factory.hpp>
+#include <zant/velmora_host/services/privileges.hpp>
+
+#include <boost/filesystem/operations.hpp>
+
+#include <system_error>
+#include <utility>
+
+namespace zant::velmora_host {
+namespace {
+
+using boost::filesystem::path;
+
+constexpr const char* LOCK_FILE = "lock";
+constexpr const char* STAGING_DIRECTORY = "staging";
+constexpr const char* UNFINISHED_STAGING_DIRECTORY = "staging.new";
+
+[[noreturn]] void refuse(const path& directory, const std::string& what) {
+  throw Refusal(Refusal_Reason::BAD_SETTINGS,
+                Findings{{directory.string(), what,
+                          "the state directory must belong to root alone and be writable, or "
+                          "minder.state_directory must name another one"}});
+}
+
+path prepare_directory(const path& directory, velmora::Filesystem& filesystem) {
+  if (!filesystem.create_directories(directory)) {
+    refuse(directory, "the state directory cannot be created");
+  }
+  // Files are installed from here.
+  if (const std::string fault = privileges::who_else_may_write(directory); !fault.empty()) {
+    refuse(directory, fault);
+  }
+  return directory;
+}
+
+path lock_file_in(const path& directory) {
+  return directory / LOCK_FILE;
+}
+
+}  // namespace
+
+Work_Area::Work_Area(const Settings& settings, std::shared_ptr<velmora::Filesystem> filesystem) try
+    : filesystem_(std::move(filesystem)),
+      directory_(prepare_directory(settings.state_directory(), *filesystem_)),
+      lock_(lock_file_in(directory_)) {
+  make_staging_directory_(settings);
+} catch (const std::system_error& error) {
+  refuse(settings.state_directory(), error.what());
+}
+
+path Work_Area::staging_directory() const {
+  return directory_ / STAGING_DIRECTORY;
+}
+
+void Work_Area::remove() {
+  filesystem_->remove_all(staging_directory());
+  lock_.remove_file();
+  boost::system::error_code not_empty;
+  boost::filesystem::remove(directory_, not_empty);
+}
+
+void Work_Area::make_staging_directory_(const Settings& settings) {
+  const path unfinished = directory_ / UNFINISHED_STAGING_DIRECTORY;
+  filesystem_->remove_all(unfinished);
+  make_staging_directory(settings, unfinished);
+  // What an earlier run rendered must not be taken for this one's.
+  filesystem_->remove_all(staging_directory());
+  boost::filesystem::rename(unfinished, staging_directory());
+}
+
+}  // namespace zant::velmora_host

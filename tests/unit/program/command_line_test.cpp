@@ -1,0 +1,143 @@
+#include <program/command_line.hpp>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <sstream>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace zant::program {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+using ::testing::Pair;
+
+class CommandLine : public ::testing::Test {
+ protected:
+  Parsed_Command_Line parse(std::vector<const char*> arguments) {
+    arguments.insert(arguments.begin(), "package-minder");
+    return parse_command_line(static_cast<int>(arguments.size()), arguments.data(), out_, err_);
+  }
+
+  Command_Line parsed(std::vector<const char*> arguments) {
+    const auto result = parse(std::move(arguments));
+    EXPECT_TRUE(result.command_line.has_value()) << err_.str();
+    return result.command_line.value_or(Command_Line{});
+  }
+
+  std::ostringstream out_;
+  std::ostringstream err_;
+};
+
+TEST_F(CommandLine, NamesTheCommand) {
+  EXPECT_EQ(parsed({"run"}).command, Command::RUN);
+  EXPECT_EQ(parsed({"once"}).command, Command::ONCE);
+  EXPECT_EQ(parsed({"hold"}).command, Command::HOLD);
+  EXPECT_EQ(parsed({"release"}).command, Command::RELEASE);
+  EXPECT_EQ(parsed({"purge"}).command, Command::PURGE);
+}
+
+TEST_F(CommandLine, PurgesAllUnlessToldOtherwise) {
+  EXPECT_FALSE(parsed({"purge"}).upgrades_only);
+  EXPECT_TRUE(parsed({"purge", "--upgrades-only"}).upgrades_only);
+}
+
+TEST_F(CommandLine, PurgesOnRemovalOnlyWhenToldSo) {
+  EXPECT_FALSE(parsed({"purge"}).on_removal);
+  EXPECT_TRUE(parsed({"purge", "--on-removal"}).on_removal);
+}
+
+TEST_F(CommandLine, ReadsTheUsualSettingsFileIfItIsThere) {
+  const auto settings = parsed({"once"}).settings;
+
+  EXPECT_THAT(settings.file.string(), ::testing::EndsWith("/package-minder/package-minder.properties"));
+  EXPECT_FALSE(settings.file_is_required);
+}
+
+TEST_F(CommandLine, ReadsTheNamedSettingsFileWhichMustBeThere) {
+  const auto settings = parsed({"--settings", "/srv/my.properties", "once"}).settings;
+
+  EXPECT_EQ(settings.file, "/srv/my.properties");
+  EXPECT_TRUE(settings.file_is_required);
+}
+
+TEST_F(CommandLine, CollectsSettingsInTheirOrder) {
+  const auto settings =
+      parsed({"--set", "a.b=c", "--set=minder.log.level=info", "--log-level", "debug", "once"}).settings;
+
+  EXPECT_THAT(settings.overrides, ElementsAre(Pair("a.b", "c"), Pair("minder.log.level", "info"),
+                                              Pair("minder.log.level", "debug")));
+}
+
+TEST_F(CommandLine, SplitsASettingAtTheFirstEqualsSign) {
+  EXPECT_THAT(parsed({"--set", "package.apt.repo.origins_pattern=o=A;l=B", "once"}).settings.overrides,
+              ElementsAre(Pair("package.apt.repo.origins_pattern", "o=A;l=B")));
+  EXPECT_THAT(parsed({"--set", "package.apt.repo.origins_pattern=", "once"}).settings.overrides,
+              ElementsAre(Pair("package.apt.repo.origins_pattern", "")));
+}
+
+TEST_F(CommandLine, TakesOptionsBehindTheCommandToo) {
+  const auto line = parsed({"purge", "--set", "a=b", "--upgrades-only"});
+
+  EXPECT_TRUE(line.upgrades_only);
+  EXPECT_THAT(line.settings.overrides, ElementsAre(Pair("a", "b")));
+}
+
+class WrongUsage : public CommandLine, public ::testing::WithParamInterface<std::vector<const char*>> {};
+
+TEST_P(WrongUsage, IsToldAndExitsWith64) {
+  const auto result = parse(GetParam());
+
+  EXPECT_FALSE(result.command_line.has_value());
+  EXPECT_EQ(result.exit_status, 64);
+  EXPECT_THAT(err_.str(), HasSubstr("Try \"package-minder --help\"."));
+  EXPECT_THAT(out_.str(), IsEmpty());
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    , WrongUsage,
+    ::testing::Values(std::vector<const char*>{}, std::vector<const char*>{"dance"},
+                      std::vector<const char*>{"once", "hold"}, std::vector<const char*>{"once", "--loudly"},
+                      std::vector<const char*>{"once", "--upgrades-only"},
+                      std::vector<const char*>{"purge", "--upgrades-only", "--on-removal"},
+                      std::vector<const char*>{"once", "further"}, std::vector<const char*>{"once", "--set"},
+                      std::vector<const char*>{"once", "--set", "minder.interval"},
+                      std::vector<const char*>{"once", "--set", "=60"},
+                      std::vector<const char*>{"once", "--settings"},
+                      std::vector<const char*>{"--log-level", "hushed", "once"}));
+
+TEST_F(CommandLine, SaysWhatIsWrong) {
+  parse({"once", "--set", "minder.interval"});
+
+  EXPECT_THAT(err_.str(), HasSubstr("\"minder.interval\" is not of the form KEY=VALUE"));
+}
+
+TEST_F(CommandLine, HelpNamesCommandsOptionsAndExitStatuses) {
+  const auto result = parse({"--help"});
+
+  EXPECT_FALSE(result.command_line.has_value());
+  EXPECT_EQ(result.exit_status, 0);
+  for (const char* text : {"run", "once", "hold", "release", "purge", "--settings FILE", "--set KEY=VALUE",
+                           "--log-level", "--version", "Exit status:"}) {
+    EXPECT_THAT(out_.str(), HasSubstr(text));
+  }
+}
+
+TEST_F(CommandLine, HelpOfACommandNamesItsOptions) {
+  EXPECT_EQ(parse({"purge", "--help"}).exit_status, 0);
+
+  EXPECT_THAT(out_.str(), HasSubstr("--upgrades-only"));
+}
+
+TEST_F(CommandLine, VersionIsOneLine) {
+  EXPECT_EQ(parse({"--version"}).exit_status, 0);
+
+  EXPECT_THAT(out_.str(), ::testing::MatchesRegex("package-minder [0-9]+\\.[0-9]+\\.[0-9]+\n"));
+}
+
+}  // namespace
+}  // namespace zant::program

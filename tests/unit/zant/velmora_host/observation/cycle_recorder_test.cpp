@@ -1,0 +1,356 @@
+#include <zant/velmora_host/observation/cycle_recorder.hpp>
+
+#include <zant/velmora_host/observation/observed_filesystem.hpp>
+#include <zant/velmora_host/observation/observed_package.hpp>
+#include <zant/velmora_host/observation/observed_system.hpp>
+
+#include <support/fake_filesystem.hpp>
+#include <support/fake_system.hpp>
+
+#include <zant/velmora/package_minder/package_minder.hpp>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <boost/algorithm/string/replace.hpp>
+
+#include <functional>
+#include <memory>
+#include <stdexcept>
+#include <string>
+
+namespace zant::velmora_host {
+namespace {
+
+using std::chrono::seconds;
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+using ::testing::Pair;
+
+constexpr const char* LIST = "/etc/apt/sources.list.d/zant-velmora.list";
+constexpr const char* STAGED_LIST = "/state/staging/list";
+constexpr const char* RECORD = "/state/last-cycle.json";
+
+// Does in each step what a test wants.
+class Stub_Package : public velmora::Package {
+ public:
+  bool locked() const override { return is_locked; }
+  bool lock() override { return true; }
+  bool unlock() override { return unlocks; }
+  void initialize_repo_if_necessary() override { on_repository(); }
+  void initialize_unattended_upgrades_if_necessary() override { on_upgrades(); }
+
+  bool is_locked = false;
+  bool unlocks = true;
+  std::function<void()> on_repository = [] {};
+  std::function<void()> on_upgrades = [] {};
+};
+
+class CycleRecorder : public ::testing::Test {
+ protected:
+  CycleRecorder() {
+    files_->add_directory("/state");
+    files_->add_directory("/etc/apt/sources.list.d");
+    files_->add_file(STAGED_LIST, "wanted");
+    start();
+  }
+
+  // As the program does when it is started, again too.
+  void start() {
+    recorder_ = std::make_shared<Cycle_Recorder>("run", files_, RECORD, [this] { return now_; });
+    observed_files_ = std::make_shared<Observed_Filesystem>(files_, recorder_, "/state/staging");
+    observed_system_ = std::make_shared<Observed_System>(system_, recorder_, watch_);
+    observed_package_ = std::make_shared<Observed_Package>(package_, recorder_, watch_);
+    recorder_->add_listener([this](const Cycle_State& state) { heard_.push_back(state); });
+  }
+
+  void run_cycle() {
+    velmora::Package_Minder minder(observed_package_);
+    minder.update_package_lock_if_necessary();
+    minder.initialize_unattended_upgrades_if_necessary();
+  }
+
+  // A cycle that keeps the source list as the library does.
+  void run_keeping_cycle() {
+    package_->on_repository = [this] {
+      if (!observed_files_->files_equal(STAGED_LIST, LIST)) {
+        observed_files_->copy_file(STAGED_LIST, LIST, velmora::Copy_Option::OVERWRITE_EXISTING);
+      }
+    };
+    run_cycle();
+  }
+
+  Cycle_State state() const { return cycle_store::read(*files_, RECORD).value(); }
+
+  std::vector<std::string> outcomes() const {
+    std::vector<std::string> texts;
+    for (const auto& file : state().last_cycle.files) {
+      texts.push_back(file.outcome + " " + file.path);
+    }
+    return texts;
+  }
+
+  std::chrono::system_clock::time_point now_ = std::chrono::system_clock::from_time_t(1800000000);
+  std::shared_ptr<velmora::test_support::Fake_Filesystem> files_ =
+      std::make_shared<velmora::test_support::Fake_Filesystem>();
+  std::shared_ptr<velmora::test_support::Fake_System> system_ =
+      std::make_shared<velmora::test_support::Fake_System>();
+  std::shared_ptr<Stub_Package> package_ = std::make_shared<Stub_Package>();
+  std::shared_ptr<Cycle_Watch> watch_ = std::make_shared<Cycle_Watch>(seconds(1), seconds(1));
+  std::shared_ptr<Cycle_Recorder> recorder_;
+  std::shared_ptr<Observed_Filesystem> observed_files_;
+  std::shared_ptr<Observed_System> observed_system_;
+  std::shared_ptr<Observed_Package> observed_package_;
+  std::vector<Cycle_State> heard_;
+};
+
+TEST_F(CycleRecorder, RecordsAQuietCycle) {
+  package_->on_repository = [this] { now_ += seconds(2); };
+
+  run_cycle();
+
+  const auto seen = state();
+  EXPECT_EQ(seen.last_cycle.program, "run");
+  EXPECT_EQ(to_iso_time(seen.last_cycle.started), "2027-01-15T08:00:00Z");
+  EXPECT_EQ(seen.last_cycle.seconds, 2.0);
+  EXPECT_FALSE(seen.last_cycle.failure);
+  EXPECT_EQ(seen.history.cycles, 1U);
+  EXPECT_EQ(to_iso_time(seen.history.last_success.value()), "2027-01-15T08:00:02Z");
+  EXPECT_EQ(heard_.size(), 1U);
+}
+
+TEST_F(CycleRecorder, RecordsWhatChangedTheHostAndNotWhatOnlyLooked) {
+  system_->on("apt-get -qq update", 100);
+  system_->on("which unattended-upgrades > /dev/null", 0);
+  package_->on_repository = [this] {
+    observed_system_->run_command("which unattended-upgrades > /dev/null", true);
+    observed_system_->run_command("apt-get -qq update", true);
+  };
+
+  run_cycle();
+
+  const auto commands = state().last_cycle.commands;
+  ASSERT_EQ(commands.size(), 1U);
+  EXPECT_EQ(commands[0].line, "apt-get -qq update");
+  EXPECT_EQ(commands[0].exit_code, 100);
+}
+
+TEST_F(CycleRecorder, RecordsWhatWasLogged) {
+  using zant::logging::severity_level;
+  recorder_->note_log(severity_level::error, "before the cycle");
+  package_->on_upgrades = [this] {
+    recorder_->note_log(severity_level::notice, "done this");
+    recorder_->note_log(severity_level::warning, "found that");
+  };
+
+  run_cycle();
+
+  EXPECT_THAT(state().last_cycle.actions, ElementsAre("done this"));
+  EXPECT_THAT(state().last_cycle.problems, ElementsAre("found that"));
+}
+
+TEST_F(CycleRecorder, RecordsTheStepThatThrew) {
+  package_->on_repository = [] { throw std::runtime_error("no network"); };
+  EXPECT_THROW(run_cycle(), std::runtime_error);
+  EXPECT_EQ(state().last_cycle.failure.value().kind, "repository");
+  EXPECT_EQ(state().last_cycle.failure.value().message, "no network");
+
+  package_->on_repository = [] {};
+  package_->on_upgrades = [] { throw 7; };
+  EXPECT_THROW(run_cycle(), int);
+  EXPECT_EQ(state().last_cycle.failure.value().kind, "automatic_upgrades");
+
+  EXPECT_THAT(state().history.failures, ElementsAre(Pair("automatic_upgrades", 1), Pair("repository", 1)));
+  EXPECT_FALSE(state().history.last_success);
+}
+
+TEST_F(CycleRecorder, RecordsTheFirstFailureThatEndedNoStep) {
+  recorder_->note_failure({"repository", "before the cycle"});
+  package_->on_upgrades = [this] {
+    recorder_->note_failure({"repository", "choco.exe command failed"});
+    recorder_->note_failure({"automatic_upgrades", "no task"});
+  };
+
+  run_cycle();
+
+  EXPECT_EQ(state().last_cycle.failure.value().message, "choco.exe command failed");
+  EXPECT_THAT(state().history.failures, ElementsAre(Pair("repository", 1)));
+
+  package_->on_upgrades = [] {};
+  run_cycle();
+  EXPECT_FALSE(state().last_cycle.failure);
+}
+
+TEST_F(CycleRecorder, CountsAReleasedHold) {
+  package_->is_locked = true;
+
+  run_cycle();
+
+  EXPECT_EQ(state().history.holds_released, 1U);
+  EXPECT_FALSE(state().last_cycle.failure);
+}
+
+TEST_F(CycleRecorder, TakesAHoldThatStaysForAFailure) {
+  package_->is_locked = true;
+  package_->unlocks = false;
+
+  run_cycle();
+
+  EXPECT_EQ(state().last_cycle.failure.value().kind, "hold");
+  EXPECT_EQ(state().history.holds_released, 0U);
+}
+
+TEST_F(CycleRecorder, CallsTheFirstFileInstalled) {
+  run_keeping_cycle();
+
+  EXPECT_THAT(outcomes(), ElementsAre(std::string("installed ") + LIST));
+  EXPECT_THAT(state().history.repairs, IsEmpty());
+}
+
+TEST_F(CycleRecorder, CallsAFileThatIsNotFromHereReplaced) {
+  files_->add_file(LIST, "somebody's");
+
+  run_keeping_cycle();
+
+  EXPECT_THAT(outcomes(), ElementsAre(std::string("replaced ") + LIST));
+}
+
+TEST_F(CycleRecorder, CallsAFileThatSomebodyChangedRepaired) {
+  run_keeping_cycle();
+  files_->add_file(LIST, "edited");
+
+  run_keeping_cycle();
+
+  EXPECT_THAT(outcomes(), ElementsAre(std::string("repaired ") + LIST));
+  EXPECT_THAT(state().history.repairs, ElementsAre(Pair("source_list", 1)));
+}
+
+TEST_F(CycleRecorder, CallsARemovedFileRepairedToo) {
+  run_keeping_cycle();
+  files_->remove(boost::filesystem::path(LIST));
+
+  run_keeping_cycle();
+
+  EXPECT_THAT(outcomes(), ElementsAre(std::string("repaired ") + LIST));
+}
+
+TEST_F(CycleRecorder, CallsANewContentForTheOldOneUpdated) {
+  run_keeping_cycle();
+  files_->add_file(STAGED_LIST, "other settings");
+
+  run_keeping_cycle();
+
+  EXPECT_THAT(outcomes(), ElementsAre(std::string("updated ") + LIST));
+  EXPECT_THAT(state().history.repairs, IsEmpty());
+}
+
+TEST_F(CycleRecorder, KnowsAFileFromHereThatItOnlyFoundInStep) {
+  files_->add_file(LIST, "wanted");
+  run_keeping_cycle();
+  EXPECT_THAT(outcomes(), IsEmpty());
+  files_->add_file(LIST, "edited");
+
+  run_keeping_cycle();
+
+  EXPECT_THAT(outcomes(), ElementsAre(std::string("repaired ") + LIST));
+}
+
+TEST_F(CycleRecorder, SeesDriftThroughTheReplacementOfAWholeDirectory) {
+  const std::string directory = "/etc/systemd/system/apt-daily-upgrade.timer.d";
+  const std::string drop_in = directory + "/apt-daily-upgrade.timer.on-calendar.conf";
+  files_->add_file("/state/staging/calendar", "daily");
+  const auto install = [&] {
+    observed_files_->remove_all(directory);
+    observed_files_->create_directories(directory);
+    observed_files_->copy_file("/state/staging/calendar", drop_in, velmora::Copy_Option::OVERWRITE_EXISTING);
+  };
+  package_->on_upgrades = install;
+  run_cycle();
+  files_->add_file(drop_in, "weekly");
+
+  run_cycle();
+
+  EXPECT_THAT(outcomes(), ElementsAre("repaired " + drop_in));
+  EXPECT_THAT(state().history.repairs, ElementsAre(Pair("timer", 1)));
+}
+
+TEST_F(CycleRecorder, RecordsAFileThatWasTakenOutAgain) {
+  package_->on_repository = [this] {
+    observed_files_->copy_file(STAGED_LIST, LIST, velmora::Copy_Option::OVERWRITE_EXISTING);
+    observed_files_->remove(boost::filesystem::path(LIST));
+  };
+  run_cycle();
+
+  EXPECT_THAT(outcomes(), IsEmpty());
+  EXPECT_THAT(state().history.known_files, IsEmpty());
+}
+
+TEST_F(CycleRecorder, FindsWhatIsRepairedAgainAndAgain) {
+  run_keeping_cycle();
+  for (int time = 0; time < 3; ++time) {
+    EXPECT_THAT(contested(state().history), IsEmpty());
+    files_->add_file(LIST, "edited");
+    run_keeping_cycle();
+  }
+  EXPECT_THAT(contested(state().history), ElementsAre(LIST));
+
+  for (int time = 0; time < 10; ++time) {
+    run_keeping_cycle();
+  }
+  EXPECT_THAT(contested(state().history), IsEmpty()) << "it is over";
+}
+
+TEST_F(CycleRecorder, GoesOnCountingAfterARestart) {
+  run_keeping_cycle();
+  start();
+  files_->add_file(LIST, "edited");
+
+  run_keeping_cycle();
+
+  EXPECT_EQ(state().history.cycles, 2U);
+  EXPECT_THAT(state().history.repairs, ElementsAre(Pair("source_list", 1)));
+}
+
+TEST_F(CycleRecorder, StartsAnewOverADamagedRecord) {
+  files_->add_file(RECORD, "{\"last_cycle\": {}}");
+  start();
+
+  run_cycle();
+
+  EXPECT_EQ(state().history.cycles, 1U);
+}
+
+TEST_F(CycleRecorder, StartsAnewOverATimeThatIsOutOfTheClocksRange) {
+  run_cycle();
+  const auto record = files_->contents(RECORD).value();
+  ASSERT_THAT(record, HasSubstr("2027-01-15"));
+  files_->add_file(RECORD, boost::algorithm::replace_all_copy(record, "2027-01-15", "9999-01-15"));
+  start();
+
+  run_cycle();
+
+  EXPECT_EQ(state().history.cycles, 1U);
+}
+
+TEST_F(CycleRecorder, FailsNoCycleWhenItCannotWrite) {
+  files_->fail(std::string("write_file ") + RECORD + " (0)");
+
+  EXPECT_NO_THROW(run_cycle());
+  EXPECT_EQ(heard_.size(), 1U);
+}
+
+TEST_F(CycleRecorder, KeepsItsRecordShort) {
+  package_->on_repository = [this] {
+    for (int number = 0; number < 1000; ++number) {
+      recorder_->note_log(zant::logging::severity_level::error, std::string(10000, 'x'));
+    }
+  };
+
+  run_cycle();
+
+  EXPECT_EQ(state().last_cycle.problems.size(), 100U);
+  EXPECT_EQ(state().last_cycle.problems[0].size(), 2005U);
+}
+
+}  // namespace
+}  // namespace zant::velmora_host

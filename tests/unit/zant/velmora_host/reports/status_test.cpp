@@ -1,0 +1,149 @@
+#include <zant/velmora_host/reports/status.hpp>
+
+#include <support/host_side/planned_host.hpp>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include <string>
+#include <vector>
+
+namespace zant::velmora_host {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+
+class StatusTest : public ::testing::Test {
+ protected:
+  StatusTest() {
+    host_.set_up();
+    host_.system->on("apt-cache policy zant-velmora", 0,
+                     "zant-velmora:\n  Installed: 1.0\n  Candidate: 1.1\n  Version table:\n");
+    host_.system->on("systemctl is-active package-minder.service 2> /dev/null", 0, "active\n");
+    host_.system->on("systemctl is-active --quiet apt-daily-upgrade.timer", 0);
+    host_.system->on(
+        "systemctl show --property=NextElapseUSecRealtime --value apt-daily-upgrade.timer 2> /dev/null", 0,
+        "Sat 2026-11-21 03:00:00 UTC\n");
+    host_.services.filesystem->create_directories(host_.state_directory());
+    record(history_);
+  }
+
+  void record(const Cycle_History& history,
+              const std::optional<Cycle_Record::Failure>& failure = std::nullopt) {
+    Cycle_Record last;
+    last.program = "run";
+    last.started = std::chrono::system_clock::from_time_t(1800000000);
+    last.seconds = 0.25;
+    last.actions = {"Set zant-velmora package to \"unhold\""};
+    last.failure = failure;
+    cycle_store::write(*host_.services.filesystem, cycle_store::file_in(host_.state_directory()),
+                       {last, history});
+  }
+
+  Status status() { return make_status(host_.settings(), host_.services); }
+
+  std::vector<std::string> reasons() {
+    std::vector<std::string> codes;
+    for (const auto& reason : status().reasons) {
+      codes.push_back(reason.code);
+    }
+    return codes;
+  }
+
+  test_support::Planned_Host host_;
+  Cycle_History history_;
+};
+
+TEST_F(StatusTest, NeedsNoAttentionWhenAllIsInOrder) {
+  EXPECT_THAT(reasons(), IsEmpty());
+  EXPECT_EQ(to_text(status()),
+            "Host                package manager APT, init systemd\n"
+            "Service             active\n"
+            "Package             zant-velmora 1.0 installed, 1.1 offered\n"
+            "Repository          registered, in step\n"
+            "Hold                not held\n"
+            "Automatic upgrades  on, in step\n"
+            "Timer               apt-daily-upgrade.timer, next run Sat 2026-11-21 03:00:00 UTC\n"
+            "Last cycle          2027-01-15T08:00:00Z by \"run\", 0.2 s, succeeded\n"
+            "    Set zant-velmora package to \"unhold\"\n"
+            "\n"
+            "Nothing needs attention.\n");
+}
+
+TEST_F(StatusTest, HasTheSameForPrograms) {
+  const auto json = to_json(status());
+
+  EXPECT_EQ(json.at("format"), "package-minder/status");
+  EXPECT_EQ(json.at("package"),
+            json_document::Json({{"name", "zant-velmora"}, {"installed", "1.0"}, {"offered", "1.1"}}));
+  EXPECT_EQ(json.at("hold"), "not_held");
+  EXPECT_EQ(json.at("repository").at("registered"), true);
+  EXPECT_EQ(json.at("timer").at("running"), true);
+  EXPECT_EQ(json.at("last_cycle").at("succeeded"), true);
+  EXPECT_EQ(json.at("reasons"), json_document::Json::array());
+}
+
+TEST_F(StatusTest, NamesTheFileThatIsOutOfStep) {
+  host_.write("/etc/apt/sources.list.d/zant-velmora.list", "deb http://elsewhere.test/ stable main\n");
+  host_.services.filesystem->remove(boost::filesystem::path("/etc/apt/apt.conf.d/75lowerspeed"));
+
+  const auto seen = status();
+
+  ASSERT_EQ(seen.repository_strays.size(), 1U);
+  EXPECT_EQ(seen.repository_strays[0].path, "/etc/apt/sources.list.d/zant-velmora.list");
+  EXPECT_EQ(seen.repository_strays[0].code, "differs");
+  ASSERT_EQ(seen.upgrade_strays.size(), 1U);
+  EXPECT_EQ(seen.upgrade_strays[0].code, "missing");
+  EXPECT_THAT(reasons(), ElementsAre("repository.out_of_step", "upgrades.out_of_step"));
+}
+
+TEST_F(StatusTest, TellsAHold) {
+  host_.system->on("apt-mark showhold | grep -q ^zant-velmora$", 0);
+  host_.system->on("! apt-mark showhold | grep -q ^zant-velmora$", 1);
+
+  EXPECT_THAT(reasons(), ElementsAre("hold.held"));
+  EXPECT_THAT(to_text(status()), HasSubstr("Hold                held\n"));
+}
+
+TEST_F(StatusTest, TellsWhatIsNotThere) {
+  host_.services.filesystem->remove(boost::filesystem::path("/etc/apt/sources.list.d/zant-velmora.list"));
+  host_.system->on("apt-cache policy zant-velmora", 0, "");
+  host_.system->on("systemctl is-active package-minder.service 2> /dev/null", 3, "inactive\n");
+  host_.system->on("systemctl is-active --quiet apt-daily-upgrade.timer", 3);
+  host_.services.filesystem->remove_all(host_.state_directory());
+
+  EXPECT_THAT(reasons(), ElementsAre("service.not_running", "package.not_installed",
+                                     "repository.not_registered", "timer.not_running", "cycle.never_ran"));
+}
+
+TEST_F(StatusTest, TellsWhyTheLastCycleFailed) {
+  record(history_, Cycle_Record::Failure{Failure_Kind::REPOSITORY, "no network"});
+
+  EXPECT_THAT(reasons(), ElementsAre("cycle.failed"));
+  EXPECT_EQ(to_json(status()).at("last_cycle").at("failure").at("kind"), "repository");
+}
+
+TEST_F(StatusTest, TellsWhatSomebodyElseKeepsChanging) {
+  history_.cycles = 20;
+  history_.recent_repairs["hold"] = {18, 19, 20};
+  history_.recent_repairs["/etc/apt/sources.list.d/zant-velmora.list"] = {11, 12, 13};
+  history_.recent_repairs["/etc/apt/apt.conf.d/75lowerspeed"] = {19, 20};
+  record(history_);
+
+  EXPECT_THAT(reasons(), ElementsAre("contested.file", "contested.hold"));
+  EXPECT_EQ(to_json(status()).at("contested"),
+            json_document::Json({"/etc/apt/sources.list.d/zant-velmora.list", "hold"}));
+}
+
+TEST_F(StatusTest, TakesADamagedRecordForNone) {
+  host_.services.filesystem->write_file(cycle_store::file_in(host_.state_directory()), "{\"last_cycle\": 7}",
+                                        0);
+
+  EXPECT_THAT(reasons(), ElementsAre("cycle.never_ran"));
+}
+
+}  // namespace
+}  // namespace zant::velmora_host
