@@ -28,10 +28,10 @@ constexpr const char* DESCRIPTION =
 
 constexpr const char* FOOTER =
     "Exit status: 0 done; 1 the work failed, or check found something; 2 plan found something to change;\n"
-    "64 wrong usage; 69 no supported package manager; 75 another package-minder is at work here;\n"
+    "64 wrong usage; 69 no supported package manager; 75 another package-minder is already running;\n"
     "77 not run as the administrator; 78 settings or staging tree not usable.";
 
-// What CLI11 fills while it reads.
+// Filled by CLI11 while it parses.
 struct Options {
   std::optional<std::string> settings_file;
   std::vector<std::string> assignments;
@@ -65,7 +65,7 @@ void add_options(CLI::App& app, Options& options) {
       ->take_all()
       ->check(key_and_value());
   app.add_option("--log-level", options.log_level,
-                 "Log what is at least that grave; short for --set minder.log.level=LEVEL")
+                 "Minimum severity to log; short for --set minder.log.level=LEVEL")
       ->type_name("LEVEL")
       ->check(CLI::IsMember({"trace", "debug", "info", "notice", "warning", "error", "fatal"}));
 }
@@ -93,7 +93,7 @@ std::map<const CLI::App*, Command> add_commands(CLI::App& app, Options& options)
   };
   std::map<const CLI::App*, Command> commands;
   commands[add("run", "Mind the package until told to stop; what the service does")] = Command::RUN;
-  commands[add("once", "Run one cycle and tell by the exit status how it went")] = Command::ONCE;
+  commands[add("once", "Run one cycle; the exit status is its result")] = Command::ONCE;
   commands[add("hold",
                "Hold the package against upgrades; a running service releases it in its next cycle")] =
       Command::HOLD;
@@ -138,7 +138,7 @@ velmora_host::Settings_Sources settings_sources(const Options& options) {
   return sources;
 }
 
-// Who reads JSON reads it in this case too.
+// With --json a usage error is printed as JSON, too.
 void print_usage_failure(int argc, const char* const* argv, const std::string& message, std::ostream& out) {
   const std::vector<std::string> words(argv + 1, argv + argc);
   if (std::find(words.begin(), words.end(), JSON_FLAG) == words.end()) {

@@ -33,7 +33,7 @@ using boost::filesystem::path;
 using velmora::Package_Constants::PACKAGE_NAME;
 using zant::logging::severity_level;
 
-// What every command does: a member each, on the same settings and services.
+// One operation for each command, on the same settings and services.
 class Commands {
  public:
   Commands(const velmora_host::Settings& settings, const velmora_host::Host_Services& services)
@@ -53,15 +53,16 @@ class Commands {
 
     const auto interval = static_cast<unsigned int>(settings_.interval().count());
     const std::string status = fmt::format("Minding {}, with {} s between cycles", PACKAGE_NAME, interval);
-    say_(severity_level::info, status);
+    log_message_(severity_level::info, status);
     {
       const velmora::Package_Minder_Thread thread(minder, interval);
       service_notification::ready(status);
       const std::string reason = wait_for_stop_(stop_signals, observation.watch());
       service_notification::stopping("Stopping, after the cycle under way if there is one");
-      say_(severity_level::info, "Stopping on " + reason + ", after the cycle under way if there is one");
+      log_message_(severity_level::info,
+                   "Stopping on " + reason + ", after the cycle under way if there is one");
     }
-    say_(severity_level::info, "Stopped");
+    log_message_(severity_level::info, "Stopped");
     return Exit_Status::DONE;
   }
 
@@ -77,22 +78,23 @@ class Commands {
     minder.update_package_lock_if_necessary();
     minder.initialize_unattended_upgrades_if_necessary();
     if (package->release_failed()) {
-      say_(severity_level::error, fmt::format("The cycle is done, but {} is still held", PACKAGE_NAME));
+      log_message_(severity_level::error,
+                   fmt::format("The cycle is done, but {} is still held", PACKAGE_NAME));
       return Exit_Status::FAILED;
     }
     if (watch.has_noticed_one()) {
       return Exit_Status::FAILED;
     }
-    say_(severity_level::info, "The cycle is done");
+    log_message_(severity_level::info, "The cycle is done");
     return Exit_Status::DONE;
   }
 
   int hold() {
-    return in_private([](velmora::Package& package) { return package.lock(); });
+    return with_private_staging_([](velmora::Package& package) { return package.lock(); });
   }
 
   int release() {
-    return in_private([](velmora::Package& package) { return package.unlock(); });
+    return with_private_staging_([](velmora::Package& package) { return package.unlock(); });
   }
 
   int purge() {
@@ -107,7 +109,7 @@ class Commands {
     }
     velmora_host::remove_observations(settings_, *services_.filesystem);
     work_area.remove();
-    say_(severity_level::info, "What was set up on this host is undone");
+    log_message_(severity_level::info, "What was set up on this host is undone");
     return Exit_Status::DONE;
   }
 
@@ -118,7 +120,7 @@ class Commands {
     if (!verify_gone_(velmora_host::installed_paths().upgrades) || watch.has_noticed_one()) {
       return Exit_Status::FAILED;
     }
-    say_(severity_level::info, "The automatic upgrades are undone, the repository stays registered");
+    log_message_(severity_level::info, "The automatic upgrades are undone, the repository stays registered");
     return Exit_Status::DONE;
   }
 
@@ -135,13 +137,13 @@ class Commands {
       velmora_host::remove_interrupted_writes(*services_.filesystem);
       return minding;
     } catch (const velmora_host::Refusal&) {
-      // Who refuses to work leaves nothing behind.
+      // On refusal, remove the state directory.
       work_area.remove();
       throw;
     }
   }
 
-  // The sign of life comes from here and speaks for the worker: a thread of its own would be alive for ever.
+  // Pings from the main thread, only while the worker makes progress: a pinging thread would hide a hang.
   std::string wait_for_stop_(Stop_Signals& stop_signals, const velmora_host::Cycle_Watch& watch) {
     const auto interval = service_notification::watchdog_interval();
     if (interval == std::chrono::milliseconds::zero()) {
@@ -149,10 +151,10 @@ class Commands {
     }
     bool is_lost = false;
     while (true) {
-      if (watch.is_getting_on()) {
+      if (watch.is_alive()) {
         service_notification::alive();
       } else if (!std::exchange(is_lost, true)) {
-        say_(severity_level::fatal, "The worker has not got on for longer than any command may take");
+        log_message_(severity_level::fatal, "The worker has been stuck longer than the command time limit");
       }
       if (const char* const reason = stop_signals.wait_for(interval)) {
         return reason;
@@ -160,9 +162,9 @@ class Commands {
     }
   }
 
-  // Beside a running service, which has the state directory for itself.
+  // Uses a private staging directory: a running service owns the state directory.
   template <typename Change>
-  int in_private(Change change) const {
+  int with_private_staging_(Change change) const {
     const velmora_host::Temporary_Directory directory;
     const path staging_directory = directory.path() / "staging";
     velmora_host::make_staging_directory(settings_, staging_directory);
@@ -170,19 +172,19 @@ class Commands {
     return change(*minding.create_package()) ? Exit_Status::DONE : Exit_Status::FAILED;
   }
 
-  // The library carries on past what it cannot remove.
+  // The library goes on when it cannot remove a file.
   bool verify_gone_(const std::vector<path>& paths) {
     bool all_gone = true;
     for (const auto& candidate : paths) {
       if (services_.filesystem->exists(candidate)) {
-        say_(severity_level::error, fmt::format("{} could not be taken away", candidate.string()));
+        log_message_(severity_level::error, fmt::format("Could not remove {}", candidate.string()));
         all_gone = false;
       }
     }
     return all_gone;
   }
 
-  void say_(severity_level level, const std::string& message) { ZANT_LOG(log_, level) << message; }
+  void log_message_(severity_level level, const std::string& message) { ZANT_LOG(log_, level) << message; }
 
   zant::logging::Source log_;
   const velmora_host::Settings& settings_;
@@ -220,9 +222,9 @@ int carry_out(const Command_Line& command_line, const velmora_host::Settings& se
     case Command::PLAN:
       return report_commands::plan(command_line, settings, services);
     case Command::CHECK:
-      // Judges the settings itself, so it does not come this far.
+      // Handled in main: it reads the settings itself.
     case Command::OF_THIS_HOST:
-      // Is carried out already.
+      // Handled above.
       break;
   }
   return Exit_Status::WRONG_USAGE;

@@ -41,7 +41,7 @@ int fail(const Command_Line& command_line, int exit_status, const std::vector<st
   return exit_status;
 }
 
-// What goes wrong is told through the log, whatever it is.
+// Logs every failure, whatever its type.
 template <typename Work>
 int run_guarded(const Command_Line& command_line, Work work) {
   try {
@@ -51,11 +51,11 @@ int run_guarded(const Command_Line& command_line, Work work) {
   } catch (const std::exception& error) {
     return fail(command_line, Exit_Status::FAILED, {std::string("Encountered error: ") + error.what()});
   } catch (...) {
-    return fail(command_line, Exit_Status::FAILED, {"Encountered an error that says nothing of itself"});
+    return fail(command_line, Exit_Status::FAILED, {"Unknown error"});
   }
 }
 
-// What a report finds is in the report; its log only says why there is none, unless somebody wants more.
+// A report holds its own findings: by default its log only says why there is no report.
 severity_level least_severity(const Command_Line& command_line, severity_level wanted) {
   const auto& overrides = command_line.settings.overrides;
   const bool is_asked_for = std::any_of(overrides.begin(), overrides.end(), [](const auto& assignment) {

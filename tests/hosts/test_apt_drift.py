@@ -1,4 +1,4 @@
-"""What strays from the wanted state is put right by the running service."""
+"""Drift is repaired by the running service."""
 
 import pytest
 from disposable_hosts.apt import site as apt
@@ -10,7 +10,7 @@ pytestmark = pytest.mark.xdist_group("drift")
 
 @pytest.fixture(scope="module")
 def site(open_shared_site):
-    """One site for all tests here: each strays and waits until the service has put it right."""
+    """One site for all tests here: each causes drift and waits until the service has repaired it."""
     site = open_shared_site()
     site.minder.start()
     site.wait_until_in_order()

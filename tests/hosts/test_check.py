@@ -1,4 +1,4 @@
-"""package-minder check finds what will bite, and says what to do about it."""
+"""package-minder check finds what will keep it from working, with a remedy each."""
 
 import json
 

@@ -1,4 +1,4 @@
-"""What strays from the wanted state on an EL host is put right by the next cycle; what is the administrator's stays."""
+"""Drift on an EL host is repaired by the next cycle; the administrator's own settings stay."""
 
 import pytest
 from disposable_hosts.dnf import site as dnf
@@ -9,7 +9,7 @@ pytestmark = pytest.mark.xdist_group("dnf drift")
 
 @pytest.fixture(scope="module")
 def site(open_shared_dnf_site):
-    """One site for all tests here: each strays, and the next cycle has to put it right."""
+    """One site for all tests here: each causes drift, and the next cycle has to repair it."""
     site = open_shared_dnf_site()
     site.minder.once()
     return site

@@ -60,7 +60,7 @@ def test_a_host_in_order_is_shown_on_one_page(site):
     assert page.error == ""
     for line in (
         "Host                package manager DNF, init systemd",
-        "Package             zant-velmora 1.0-1 installed, the newest that is offered",
+        "Package             zant-velmora 1.0-1 installed, up to date",
         "Repository          registered, in step",
         "Hold                not held",
         "Automatic upgrades  on, in step",

@@ -32,7 +32,7 @@ def test_a_host_in_order_is_shown_on_one_page(site):
     assert len(page.output.splitlines()) < 25
     for line in (
         "Host                package manager APT, init systemd",
-        "Package             zant-velmora 1.0 installed, the newest that is offered",
+        "Package             zant-velmora 1.0 installed, up to date",
         "Repository          registered, in step",
         "Hold                not held",
         "Automatic upgrades  on, in step",
@@ -80,16 +80,16 @@ def test_a_hold_is_shown(site):
 
 
 @pytest.mark.parametrize(
-    "stray, code, part",
+    "drifted, code, part",
     [(apt.SOURCE_LIST, "differs", "repository"), (apt.SERVICE_FILES[2], "missing", "automatic_upgrades"),
      (apt.CALENDAR_DROP_IN, "missing", "automatic_upgrades")],
 )
-def test_the_file_that_is_out_of_step_is_named(site, stray, code, part):
-    saved = site.host.read(stray)
-    site.host.run(f"rm {stray}" if code == "missing" else f"echo '# edited' >> {stray}")
+def test_the_file_that_is_out_of_step_is_named(site, drifted, code, part):
+    saved = site.host.read(drifted)
+    site.host.run(f"rm {drifted}" if code == "missing" else f"echo '# edited' >> {drifted}")
 
-    assert {"path": stray, "code": code} in status(site)[part]["out_of_step"]
-    site.host.write(stray, saved)
+    assert {"path": drifted, "code": code} in status(site)[part]["out_of_step"]
+    site.host.write(drifted, saved)
 
 
 def test_a_stopped_timer_is_shown(site):
@@ -115,8 +115,8 @@ def test_somebody_who_keeps_changing_a_file_and_holding_the_package_is_shown(sit
         site.host.run(f"echo '# edited' >> {apt.SOURCE_LIST} && apt-mark hold zant-velmora")
         site.minder.once()
 
-    assert status(site)["contested"] == [apt.SOURCE_LIST, "hold"]
-    assert {"contested.file", "contested.hold"} <= set(reasons(site))
+    assert status(site)["conflicts"] == [apt.SOURCE_LIST, "hold"]
+    assert {"conflict.file", "conflict.hold"} <= set(reasons(site))
 
 
 @pytest.mark.parametrize(

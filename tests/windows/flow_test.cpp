@@ -395,8 +395,8 @@ TEST_F(Flow_Of_A_Run, NoOtherProcessWorksBesideIt) {
   const velmora::Command_Result result = host.run("once");
 
   EXPECT_EQ(result.exit_code, 75);
-  EXPECT_THAT(result.output, HasSubstr("another package-minder is at work here (process " +
-                                       std::to_string(process_id) + ")"));
+  EXPECT_THAT(result.output, HasSubstr("another package-minder (process " + std::to_string(process_id) +
+                                       ") is already running"));
   stop();
   EXPECT_EQ(host.run("once").exit_code, 0);
 }

@@ -32,7 +32,7 @@ constexpr const char* DESCRIPTION =
 constexpr int RESTART_DELAY_MILLISECONDS = 60 * 1000;
 constexpr std::chrono::milliseconds LOOK_AGAIN{250};
 
-void tell(severity_level level, const std::string& message) {
+void log_message(severity_level level, const std::string& message) {
   zant::logging::Source log;
   log.init_("package-minder", "");
   ZANT_LOG(log, level) << message;
@@ -48,16 +48,17 @@ int change_service(Change change, const std::string& success) {
       change(service);
     } catch (const Poco::Exception& error) {
       const DWORD code = ::GetLastError();
-      tell(severity_level::error, code == ERROR_SUCCESS ? error.displayText()
-                                                        : fmt::format("{}: {}", error.displayText(),
-                                                                      velmora_host::win32_error_text(code)));
+      log_message(severity_level::error,
+                  code == ERROR_SUCCESS
+                      ? error.displayText()
+                      : fmt::format("{}: {}", error.displayText(), velmora_host::win32_error_text(code)));
       return Exit_Status::FAILED;
     }
   } catch (const Poco::Exception& error) {
-    tell(severity_level::error, error.displayText());
+    log_message(severity_level::error, error.displayText());
     return Exit_Status::FAILED;
   }
-  tell(severity_level::info, success);
+  log_message(severity_level::info, success);
   return Exit_Status::DONE;
 }
 

@@ -9,7 +9,7 @@ namespace zant::program::service_commands {
 /// Registers the service with these settings, to be started with the system and again when it fails.
 int install(const velmora_host::Settings_Sources& settings);
 
-/// Takes the service out of the books; a running one ends first.
+/// Unregisters the service, after stopping it if it runs.
 int remove(const velmora_host::Settings_Sources& settings);
 
 int start(const velmora_host::Settings_Sources& settings);

@@ -231,7 +231,7 @@ TEST_F(CommandsTest, WhileAnotherPackageMinderWorksOnlyHoldAndReleaseAreCarriedO
   const velmora_host::Instance_Lock other(state() / "lock");
 
   for (const auto command : {Command::RUN, Command::ONCE, Command::PURGE}) {
-    EXPECT_THAT(refusal_of(command, 75), HasSubstr("another package-minder is at work here"));
+    EXPECT_THAT(refusal_of(command, 75), HasSubstr("another package-minder (process "));
   }
 
   EXPECT_EQ(carry_out(Command::HOLD), 0);
@@ -314,7 +314,7 @@ TEST_F(CommandsTest, PurgeFailsWhenSomethingStays) {
 
   EXPECT_EQ(carry_out(Command::PURGE), 1);
 
-  EXPECT_THAT(log_.messages(5), Contains("/etc/apt/trusted.gpg.d/zant-velmora.gpg could not be taken away"));
+  EXPECT_THAT(log_.messages(5), Contains("Could not remove /etc/apt/trusted.gpg.d/zant-velmora.gpg"));
 }
 
 TEST_F(CommandsTest, PurgeOnAHostThatWasNeverSetUpChangesNothing) {

@@ -12,7 +12,8 @@
 namespace zant::velmora_host::library_commands {
 namespace {
 
-// Without systemd nobody can tell whether a start would do anything; the library repeats it in every cycle.
+// Without systemd nothing can answer whether a start would have an effect; the library repeats it every
+// cycle.
 std::string unless_active(const std::string& unit) {
   return "test ! -d /run/systemd/system || systemctl is-active --quiet " + unit;
 }
@@ -52,8 +53,8 @@ bool is_query(const std::string& command) {
   return queries.contains(command) || is_choco_query(command);
 }
 
-std::string needlessness_query(const std::string& command) {
-  static const std::map<std::string, std::string> needless_when = {
+std::string noop_check(const std::string& command) {
+  static const std::map<std::string, std::string> noop_when = {
       {velmora::APT_Constants::START_UNATTENDED_UPGRADES, unless_active("unattended-upgrades.service")},
       {velmora::APT_Constants::START_TIMER, unless_active(velmora::APT_Constants::APT_UPGRADE_TIMER)},
       {velmora::APT_Constants::UNHOLD_PACKAGE, "! " + velmora::APT_Constants::HOLD_QUERY},
@@ -63,8 +64,8 @@ std::string needlessness_query(const std::string& command) {
   if (boost::algorithm::starts_with(command, IMPORT_KEY_PREFIX)) {
     return ANY_KEY_IMPORTED;
   }
-  const auto found = needless_when.find(command);
-  return found == needless_when.end() ? "" : found->second;
+  const auto found = noop_when.find(command);
+  return found == noop_when.end() ? "" : found->second;
 }
 
 bool releases_hold(const std::string& command) {

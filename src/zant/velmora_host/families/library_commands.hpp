@@ -10,7 +10,7 @@ bool is_query(const std::string& command);
 
 /// For a line that the library repeats whether or not it is needed: a query that succeeds when the line would
 /// change nothing. Empty for lines that the library runs only to change something.
-std::string needlessness_query(const std::string& command);
+std::string noop_check(const std::string& command);
 
 /// Whether a line releases the package's hold.
 bool releases_hold(const std::string& command);

@@ -12,8 +12,8 @@
 namespace zant::velmora_host {
 namespace {
 
-// Once may be a slip, twice its correction.
-constexpr std::ptrdiff_t CONTESTED_REPAIRS = 3;
+// Two repairs can be one mistake and its undo; three mean a conflict.
+constexpr std::ptrdiff_t CONFLICT_REPAIRS = 3;
 constexpr std::uint64_t RECENT_CYCLES = 10;
 
 bool is_recent(std::uint64_t cycle, const Cycle_History& history) {
@@ -22,12 +22,12 @@ bool is_recent(std::uint64_t cycle, const Cycle_History& history) {
 
 }  // namespace
 
-std::vector<std::string> contested(const Cycle_History& history) {
+std::vector<std::string> conflicts(const Cycle_History& history) {
   std::vector<std::string> subjects;
   for (const auto& [subject, cycles] : history.recent_repairs) {
     const auto recent = std::count_if(cycles.begin(), cycles.end(),
                                       [&history](std::uint64_t cycle) { return is_recent(cycle, history); });
-    if (recent >= CONTESTED_REPAIRS) {
+    if (recent >= CONFLICT_REPAIRS) {
       subjects.push_back(subject);
     }
   }

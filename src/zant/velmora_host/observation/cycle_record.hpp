@@ -70,7 +70,7 @@ struct Cycle_History {
 inline constexpr const char* HOLD_SUBJECT = "hold";
 
 /// What is put right again and again: somebody else must be changing it back.
-std::vector<std::string> contested(const Cycle_History& history);
+std::vector<std::string> conflicts(const Cycle_History& history);
 
 /// Notes that a file, or the hold, was put right in the cycle that was counted last.
 void note_repair(Cycle_History& history, const std::string& subject);

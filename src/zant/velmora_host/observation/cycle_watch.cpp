@@ -19,7 +19,7 @@ void Cycle_Watch::note_command_begin(const std::string& line, Clock::time_point 
   note_(changes_packages(line) ? Doing::INSTALLATION : Doing::COMMAND, now);
 }
 
-bool Cycle_Watch::is_getting_on(Clock::time_point now) const {
+bool Cycle_Watch::is_alive(Clock::time_point now) const {
   const std::lock_guard lock(mutex_);
   switch (doing_) {
     case Doing::INSTALLATION:

@@ -35,7 +35,7 @@ class Observed_Package : public velmora::Package {
       end_cycle_(Cycle_Record::Failure{failure_kind, error.what()});
       throw;
     } catch (...) {
-      end_cycle_(Cycle_Record::Failure{failure_kind, "an error that says nothing of itself"});
+      end_cycle_(Cycle_Record::Failure{failure_kind, "Unknown error"});
       throw;
     }
   }

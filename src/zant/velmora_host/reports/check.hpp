@@ -9,7 +9,7 @@
 
 namespace zant::velmora_host {
 
-/// Finds what will bite before it does, in the staging tree and on the host. Changes nothing.
+/// Runs preflight checks on the staging tree and the host; changes nothing.
 Check_Report make_check_report(const Settings& settings, const Host_Services& services);
 
 json_document::Json to_json(const Check_Report& report);

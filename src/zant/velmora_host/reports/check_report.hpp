@@ -14,7 +14,7 @@ struct Unchecked {
   std::string reason;
 };
 
-/// What will bite before long, and what nobody looked at.
+/// The findings of the preflight checks, and what could not be checked.
 struct Check_Report {
   Findings findings;
   std::vector<Unchecked> unchecked;

@@ -68,11 +68,10 @@ std::vector<path> directories_of(const Host_Kind& kind) {
 
 void check_dnf(velmora::System& system, Check_Report& report) {
   if (velmora::command_succeeds(system, DNF5_QUERY)) {
-    report.findings.push_back(
-        {"dnf", "is dnf5, which does not understand how holds are set and released",
-         "this host is not supported yet: a hold on the package stays until it is released "
-         "with \"dnf config-manager setopt quorvane.exclude=\"",
-         "host.dnf5"});
+    report.findings.push_back({"dnf", "dnf5 is not supported: holds cannot be released",
+                               "a hold on the package stays until you release it with \"dnf config-manager "
+                               "setopt quorvane.exclude=\"",
+                               "host.dnf5"});
     return;
   }
   if (!velmora::command_succeeds(system, CONFIG_MANAGER_PRESENCE)) {
@@ -149,7 +148,7 @@ void check_schedule(velmora::System& system, const Settings& settings, const Hos
   if (kind.init != velmora::Init::systemd) {
     report.findings.push_back({calendar.empty() ? delay_key : calendar_key,
                                "this host has no systemd, so its upgrades have no timer to set",
-                               "take the upgrade_timer settings away", "schedule.no_systemd"});
+                               "remove the upgrade_timer settings", "schedule.no_systemd"});
   } else if (!velmora::command_succeeds(system, fmt::format(PRESENCE, "systemd-analyze"))) {
     report.unchecked.push_back({"schedule", "the calendar and delay of automatic upgrades",
                                 "systemd-analyze is not installed on this host"});

@@ -75,10 +75,10 @@ std::string headline(const Plan& plan) {
              : "There is nothing to undo: a purge would change nothing.\n";
 }
 
-std::string list_commands(const Plan& plan, bool needless, const char* title) {
+std::string list_commands(const Plan& plan, bool is_noop, const char* title) {
   std::string text;
   for (const auto& command : plan.commands) {
-    if (command.is_needless == needless) {
+    if (command.is_noop == is_noop) {
       text += "  " + command.line + "\n";
     }
   }
@@ -89,8 +89,7 @@ std::string list_commands(const Plan& plan, bool needless, const char* title) {
 
 bool Plan::has_changes() const {
   return !files.empty() || removes_own_files ||
-         std::any_of(commands.begin(), commands.end(),
-                     [](const auto& command) { return !command.is_needless; });
+         std::any_of(commands.begin(), commands.end(), [](const auto& command) { return !command.is_noop; });
 }
 
 Plan::Outcome Plan::outcome() const {
@@ -131,7 +130,7 @@ json_document::Json to_json(const Plan& plan) {
   document["failure"] = plan.failure ? json_document::Json(*plan.failure) : json_document::Json();
   document["commands"] = json_document::Json::array();
   for (const auto& command : plan.commands) {
-    document["commands"].push_back({{"line", command.line}, {"changes_host", !command.is_needless}});
+    document["commands"].push_back({{"line", command.line}, {"changes_host", !command.is_noop}});
   }
   document["files"] = json_document::Json::array();
   for (const auto& file : plan.files) {
@@ -145,7 +144,7 @@ json_document::Json to_json(const Plan& plan) {
 std::string to_text(const Plan& plan) {
   std::string text = headline(plan);
   text += list_commands(plan, false, "Commands that change the host, in this order:");
-  text += list_commands(plan, true, "Commands that are repeated and would change nothing this time:");
+  text += list_commands(plan, true, "Commands run every cycle, with no effect now:");
   if (plan.removes_own_files) {
     text += "\nThe program's own files in its state directory are removed.\n";
   }

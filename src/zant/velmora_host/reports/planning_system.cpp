@@ -16,7 +16,7 @@ velmora::Command_Result Planning_System::run_command(const std::string& command,
     exit_codes_[command] = result.exit_code;
     return result;
   }
-  planned_.push_back({command, is_needless_(command)});
+  planned_.push_back({command, is_noop_(command)});
   return {"", 0};
 }
 
@@ -25,8 +25,8 @@ std::optional<int> Planning_System::exit_code_of(const std::string& query) const
   return found == exit_codes_.end() ? std::nullopt : std::optional(found->second);
 }
 
-bool Planning_System::is_needless_(const std::string& command) {
-  const std::string query = library_commands::needlessness_query(command);
+bool Planning_System::is_noop_(const std::string& command) {
+  const std::string query = library_commands::noop_check(command);
   return !query.empty() && velmora::command_succeeds(*real_, query);
 }
 

@@ -13,7 +13,7 @@ namespace zant::velmora_host {
 /// A command that was asked for and not run.
 struct Planned_Command {
   std::string line;
-  bool is_needless;  ///< the library repeats it in every cycle, and this time it would change nothing
+  bool is_noop;  ///< the library repeats it in every cycle, and this time it would change nothing
 };
 
 /// A command service that runs what only looks, and of the rest says that it succeeded. Used by one thread.
@@ -30,7 +30,7 @@ class Planning_System : public velmora::System {
   std::optional<int> exit_code_of(const std::string& query) const;
 
  private:
-  bool is_needless_(const std::string& command);
+  bool is_noop_(const std::string& command);
 
   std::shared_ptr<velmora::System> real_;
   std::vector<Planned_Command> planned_;

@@ -80,7 +80,7 @@ bool is_registered(velmora::Filesystem& filesystem, velmora::Package_Config_Type
              : filesystem.exists(velmora::DNF_Constants::REPO_FILE_PATH);
 }
 
-Status::Stray_File stray(const File_Change& change) {
+Status::Drifted_File drifted_file(const File_Change& change) {
   if (!change.before) {
     return {change.path.string(), "missing"};
   }
@@ -99,16 +99,16 @@ bool is_backup(const std::string& path) {
 bool is_for_upgrades(const Planned_Command& command) {
   const bool is_for_repository = command.line == velmora::APT_Constants::REFRESH_REPOS ||
                                  boost::algorithm::starts_with(command.line, "rpm --import ");
-  return !command.is_needless && !is_for_repository && !library_commands::releases_hold(command.line);
+  return !command.is_noop && !is_for_repository && !library_commands::releases_hold(command.line);
 }
 
 void take_over(const Plan& plan, Status& status) {
   for (const auto& change : plan.files) {
     const std::string path = change.path.string();
     if (is_repository_file(path)) {
-      status.repository_strays.push_back(stray(change));
+      status.drifted_repository_files.push_back(drifted_file(change));
     } else if (!is_backup(path)) {
-      status.upgrade_strays.push_back(stray(change));
+      status.drifted_upgrade_files.push_back(drifted_file(change));
     }
   }
   for (const auto& command : plan.commands) {
@@ -121,15 +121,15 @@ void take_over(const Plan& plan, Status& status) {
   }
 }
 
-void add_contested_reasons(const Cycle_History& history, std::vector<Status::Reason>& reasons) {
-  for (const auto& subject : contested(history)) {
+void add_conflict_reasons(const Cycle_History& history, std::vector<Status::Reason>& reasons) {
+  for (const auto& subject : conflicts(history)) {
     if (subject == HOLD_SUBJECT) {
       reasons.push_back(
-          {"contested.hold", fmt::format("{} is held again and again: somebody holds it after each "
-                                         "release, or DNF cannot reach the repository",
-                                         PACKAGE_NAME)});
+          {"conflict.hold", fmt::format("{} is held again and again: somebody holds it after each "
+                                        "release, or DNF cannot reach the repository",
+                                        PACKAGE_NAME)});
     } else {
-      reasons.push_back({"contested.file", subject + " is changed back again and again by somebody else"});
+      reasons.push_back({"conflict.file", subject + " is changed back again and again by somebody else"});
     }
   }
 }
@@ -142,7 +142,7 @@ void add_cycle_reasons(const Status& status, std::vector<Status::Reason>& reason
   if (const auto& failure = status.cycles->last_cycle.failure) {
     reasons.push_back({"cycle.failed", "The last cycle failed: " + failure->message});
   }
-  add_contested_reasons(status.cycles->history, reasons);
+  add_conflict_reasons(status.cycles->history, reasons);
 }
 
 std::vector<Status::Reason> find_reasons(const Status& status, const Plan& plan) {
@@ -158,8 +158,8 @@ std::vector<Status::Reason> find_reasons(const Status& status, const Plan& plan)
   add_if(status.installed_version.empty(), "package.not_installed",
          fmt::format("{} is not installed", PACKAGE_NAME));
   add_if(!status.repository_is_registered, "repository.not_registered", "The repository is not registered");
-  add_if(status.repository_is_registered && !status.repository_strays.empty(), "repository.out_of_step",
-         "The repository's registration is out of step");
+  add_if(status.repository_is_registered && !status.drifted_repository_files.empty(),
+         "repository.out_of_step", "The repository's registration is out of step");
   add_if(status.hold == Status::Hold::HELD, "hold.held",
          fmt::format("{} is held against upgrades", PACKAGE_NAME));
   add_if(
@@ -167,10 +167,10 @@ std::vector<Status::Reason> find_reasons(const Status& status, const Plan& plan)
       "Whether the package is held cannot be told: DNF lists nothing of the repository, because of a hold or "
       "because it cannot be reached");
   add_if(!status.upgrades_are_wanted, "upgrades.off", "Automatic upgrades are switched off in the settings");
-  add_if(!status.upgrade_strays.empty() || !status.upgrade_commands.empty(), "upgrades.out_of_step",
+  add_if(!status.drifted_upgrade_files.empty() || !status.upgrade_commands.empty(), "upgrades.out_of_step",
          "The automatic upgrades are out of step");
   add_if(status.upgrades_are_wanted && has_systemd && !status.timer_is_running, "timer.not_running",
-         status.timer + " does not run");
+         status.timer + " is not running");
   add_if(plan.failure.has_value(), "cycle.would_fail",
          "The next cycle would fail: " + plan.failure.value_or(""));
   add_cycle_reasons(status, reasons);

@@ -18,7 +18,7 @@ struct Status {
   enum class Hold { NOT_HELD, HELD, UNKNOWN };
 
   /// A file that the next cycle would change.
-  struct Stray_File {
+  struct Drifted_File {
     std::string path;
     std::string code;  ///< "missing", "differs" or "not_wanted"
   };
@@ -34,10 +34,10 @@ struct Status {
   std::string installed_version;  ///< empty when the package is not installed
   std::string offered_version;    ///< empty when no repository offers it
   bool repository_is_registered = false;
-  std::vector<Stray_File> repository_strays;
+  std::vector<Drifted_File> drifted_repository_files;
   Hold hold = Hold::UNKNOWN;
   bool upgrades_are_wanted = false;
-  std::vector<Stray_File> upgrade_strays;
+  std::vector<Drifted_File> drifted_upgrade_files;
   std::vector<std::string> upgrade_commands;  ///< that the next cycle would run for them
   std::string timer;
   bool timer_is_running = false;

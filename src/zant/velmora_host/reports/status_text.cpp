@@ -16,10 +16,10 @@ Json text_or_null(const std::string& text) {
   return text.empty() ? Json() : Json(text);
 }
 
-Json strays_to_json(const std::vector<Status::Stray_File>& strays) {
+Json drifted_files_to_json(const std::vector<Status::Drifted_File>& files) {
   Json json = Json::array();
-  for (const auto& stray : strays) {
-    json.push_back({{"path", stray.path}, {"code", stray.code}});
+  for (const auto& file : files) {
+    json.push_back({{"path", file.path}, {"code", file.code}});
   }
   return json;
 }
@@ -63,12 +63,12 @@ std::string item(const std::string& text) {
   return "    " + printable(text) + "\n";
 }
 
-std::string describe_strays(const std::vector<Status::Stray_File>& strays) {
+std::string describe_drifted_files(const std::vector<Status::Drifted_File>& files) {
   std::string text;
-  for (const auto& stray : strays) {
+  for (const auto& file : files) {
     text += item(fmt::format(
-        "{} {}", stray.path,
-        stray.code == "differs" ? stray.code : (stray.code == "missing" ? "is missing" : "is not wanted")));
+        "{} {}", file.path,
+        file.code == "differs" ? file.code : (file.code == "missing" ? "is missing" : "should not exist")));
   }
   return text;
 }
@@ -80,7 +80,7 @@ std::string describe_package(const Status& status) {
     return fmt::format("{} {}, none offered", PACKAGE_NAME, installed);
   }
   if (status.offered_version == status.installed_version) {
-    return fmt::format("{} {}, the newest that is offered", PACKAGE_NAME, installed);
+    return fmt::format("{} {}, up to date", PACKAGE_NAME, installed);
   }
   return fmt::format("{} {}, {} offered", PACKAGE_NAME, installed, status.offered_version);
 }
@@ -89,7 +89,7 @@ std::string describe_repository(const Status& status) {
   if (!status.repository_is_registered) {
     return "not registered";
   }
-  return status.repository_strays.empty() ? "registered, in step" : "registered, out of step";
+  return status.drifted_repository_files.empty() ? "registered, in step" : "registered, out of step";
 }
 
 std::string describe_hold(Status::Hold hold) {
@@ -107,7 +107,8 @@ std::string describe_upgrades(const Status& status) {
   if (!status.upgrades_are_wanted) {
     return "off";
   }
-  return status.upgrade_strays.empty() && status.upgrade_commands.empty() ? "on, in step" : "on, out of step";
+  return status.drifted_upgrade_files.empty() && status.upgrade_commands.empty() ? "on, in step"
+                                                                                 : "on, out of step";
 }
 
 std::string describe_timer(const Status& status) {
@@ -115,7 +116,7 @@ std::string describe_timer(const Status& status) {
     return "none: this host has no systemd";
   }
   if (!status.timer_is_running) {
-    return status.timer + ", does not run";
+    return status.timer + ", is not running";
   }
   return status.timer + (status.next_run.empty() ? ", no next run is set" : ", next run " + status.next_run);
 }
@@ -156,16 +157,16 @@ Json to_json(const Status& status) {
                          {"installed", text_or_null(status.installed_version)},
                          {"offered", text_or_null(status.offered_version)}};
   document["repository"] = {{"registered", status.repository_is_registered},
-                            {"out_of_step", strays_to_json(status.repository_strays)}};
+                            {"out_of_step", drifted_files_to_json(status.drifted_repository_files)}};
   document["hold"] = hold_code(status.hold);
   document["automatic_upgrades"] = {{"wanted", status.upgrades_are_wanted},
-                                    {"out_of_step", strays_to_json(status.upgrade_strays)},
+                                    {"out_of_step", drifted_files_to_json(status.drifted_upgrade_files)},
                                     {"pending_commands", status.upgrade_commands}};
   document["timer"] = {{"unit", status.timer},
                        {"running", status.timer_is_running},
                        {"next_run", text_or_null(status.next_run)}};
   document["last_cycle"] = last_cycle_to_json(status.cycles);
-  document["contested"] = status.cycles ? contested(status.cycles->history) : std::vector<std::string>{};
+  document["conflicts"] = status.cycles ? conflicts(status.cycles->history) : std::vector<std::string>{};
   document["reasons"] = Json::array();
   for (const auto& reason : status.reasons) {
     document["reasons"].push_back({{"code", reason.code}, {"message", reason.message}});
@@ -178,9 +179,11 @@ std::string to_text(const Status& status) {
                                              to_string(status.host.init)));
   text += row("Service", status.service_state);
   text += row("Package", describe_package(status));
-  text += row("Repository", describe_repository(status)) + describe_strays(status.repository_strays);
+  text += row("Repository", describe_repository(status)) +
+          describe_drifted_files(status.drifted_repository_files);
   text += row("Hold", describe_hold(status.hold));
-  text += row("Automatic upgrades", describe_upgrades(status)) + describe_strays(status.upgrade_strays);
+  text += row("Automatic upgrades", describe_upgrades(status)) +
+          describe_drifted_files(status.drifted_upgrade_files);
   for (const auto& command : status.upgrade_commands) {
     text += item("to be run: " + command);
   }

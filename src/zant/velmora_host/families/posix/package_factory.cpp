@@ -48,7 +48,7 @@ Host_Services make_host_services(const Settings& settings) {
   Posix_System::Options options;
   options.time_limit = settings.command_time_limit();
   options.kill_delay = settings.command_kill_delay();
-  // APT alone takes a repository that cannot be reached for a passing trouble and reports success.
+  // By default apt-get update succeeds although a repository is unreachable.
   options.environment = {{"APT_CONFIG", Build_Config::APT_CONFIG_FILE}};
   return {std::make_shared<Posix_System>(options), std::make_shared<Posix_Filesystem>()};
 }

@@ -107,7 +107,7 @@ pid_t spawn_shell(const std::string& command, const std::vector<std::string>& en
   return pid;
 }
 
-// By its number: the C library's header for it forgets C++.
+// By its number: sys/pidfd.h lacks extern "C".
 File_Descriptor open_end_event(pid_t pid) {
   constexpr unsigned int NO_FLAGS = 0;
   return File_Descriptor(static_cast<int>(::syscall(SYS_pidfd_open, pid, NO_FLAGS)));

@@ -51,7 +51,7 @@ void lock_or_refuse(const File_Descriptor& descriptor, const boost::filesystem::
   }
   throw Refusal(
       Refusal_Reason::BUSY,
-      fmt::format("another package-minder is at work here (process {}); wait for its end, or stop it "
+      fmt::format("another package-minder (process {}) is already running; wait until it ends, or stop it "
                   "first, the service with \"systemctl stop package-minder\"",
                   read_holder(descriptor)));
 }

@@ -41,7 +41,7 @@ void write_holder(const Handle& lock_file) {
 [[noreturn]] void refuse(const boost::filesystem::path& file) {
   throw Refusal(
       Refusal_Reason::BUSY,
-      fmt::format("another package-minder is at work here (process {}); wait for its end, or stop it "
+      fmt::format("another package-minder (process {}) is already running; wait until it ends, or stop it "
                   "first, the service with \"package-minder service stop\"",
                   read_holder(file)));
 }

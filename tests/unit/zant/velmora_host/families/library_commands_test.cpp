@@ -32,17 +32,16 @@ TEST(LibraryCommands, TakesEverythingElseForAChange) {
 }
 
 TEST(LibraryCommands, KnowsWhenALineThatIsRepeatedInEveryCycleIsNeedless) {
-  EXPECT_EQ(needlessness_query("systemctl start apt-daily-upgrade.timer"),
+  EXPECT_EQ(noop_check("systemctl start apt-daily-upgrade.timer"),
             "test ! -d /run/systemd/system || systemctl is-active --quiet apt-daily-upgrade.timer");
-  EXPECT_EQ(needlessness_query("service unattended-upgrades start > /dev/null"),
+  EXPECT_EQ(noop_check("service unattended-upgrades start > /dev/null"),
             "test ! -d /run/systemd/system || systemctl is-active --quiet unattended-upgrades.service");
-  EXPECT_EQ(needlessness_query("rpm --import https://repo.velmora.test/key"),
-            "rpm --quiet --query gpg-pubkey");
+  EXPECT_EQ(noop_check("rpm --import https://repo.velmora.test/key"), "rpm --quiet --query gpg-pubkey");
 }
 
 TEST(LibraryCommands, NeverTakesAnInstallationForNeedless) {
-  EXPECT_EQ(needlessness_query("dnf -yq install dnf-automatic"), "");
-  EXPECT_EQ(needlessness_query("apt-get -qq update"), "");
+  EXPECT_EQ(noop_check("dnf -yq install dnf-automatic"), "");
+  EXPECT_EQ(noop_check("apt-get -qq update"), "");
 }
 
 TEST(LibraryCommands, KnowsTheReleaseOfAHold) {

@@ -288,16 +288,16 @@ TEST_F(CycleRecorder, RecordsAFileThatWasTakenOutAgain) {
 TEST_F(CycleRecorder, FindsWhatIsRepairedAgainAndAgain) {
   run_keeping_cycle();
   for (int time = 0; time < 3; ++time) {
-    EXPECT_THAT(contested(state().history), IsEmpty());
+    EXPECT_THAT(conflicts(state().history), IsEmpty());
     files_->add_file(LIST, "edited");
     run_keeping_cycle();
   }
-  EXPECT_THAT(contested(state().history), ElementsAre(LIST));
+  EXPECT_THAT(conflicts(state().history), ElementsAre(LIST));
 
   for (int time = 0; time < 10; ++time) {
     run_keeping_cycle();
   }
-  EXPECT_THAT(contested(state().history), IsEmpty()) << "it is over";
+  EXPECT_THAT(conflicts(state().history), IsEmpty()) << "it is over";
 }
 
 TEST_F(CycleRecorder, GoesOnCountingAfterARestart) {

@@ -18,26 +18,26 @@ class CycleWatch : public ::testing::Test {
 TEST_F(CycleWatch, LetsTheWorkerWaitForItsInterval) {
   watch_.note_cycle_end(start_);
 
-  EXPECT_TRUE(watch_.is_getting_on(start_ + minutes(60)));
-  EXPECT_FALSE(watch_.is_getting_on(start_ + minutes(66)));
+  EXPECT_TRUE(watch_.is_alive(start_ + minutes(60)));
+  EXPECT_FALSE(watch_.is_alive(start_ + minutes(66)));
 }
 
 TEST_F(CycleWatch, LetsACommandTakeItsTime) {
   watch_.note_command_begin("apt-get -qq update", start_);
 
-  EXPECT_TRUE(watch_.is_getting_on(start_ + minutes(34)));
-  EXPECT_FALSE(watch_.is_getting_on(start_ + minutes(36)));
+  EXPECT_TRUE(watch_.is_alive(start_ + minutes(34)));
+  EXPECT_FALSE(watch_.is_alive(start_ + minutes(36)));
 }
 
 TEST_F(CycleWatch, NeverGivesUpAnInstallation) {
   watch_.note_command_begin("apt-get -qq install unattended-upgrades", start_);
 
-  EXPECT_TRUE(watch_.is_getting_on(start_ + hours(100)));
+  EXPECT_TRUE(watch_.is_alive(start_ + hours(100)));
 }
 
 TEST_F(CycleWatch, GivesUpAWorkerThatNeverBegins) {
-  EXPECT_TRUE(watch_.is_getting_on(start_ + minutes(5)));
-  EXPECT_FALSE(watch_.is_getting_on(start_ + minutes(6)));
+  EXPECT_TRUE(watch_.is_alive(start_ + minutes(5)));
+  EXPECT_FALSE(watch_.is_alive(start_ + minutes(6)));
 }
 
 TEST_F(CycleWatch, CountsFromTheLastStep) {
@@ -45,8 +45,8 @@ TEST_F(CycleWatch, CountsFromTheLastStep) {
   watch_.note_command_begin("apt-get -qq install unattended-upgrades", start_ + minutes(1));
   watch_.note_command_end(start_ + minutes(90));
 
-  EXPECT_TRUE(watch_.is_getting_on(start_ + minutes(94)));
-  EXPECT_FALSE(watch_.is_getting_on(start_ + minutes(96)));
+  EXPECT_TRUE(watch_.is_alive(start_ + minutes(94)));
+  EXPECT_FALSE(watch_.is_alive(start_ + minutes(96)));
 }
 
 }  // namespace

@@ -25,7 +25,7 @@ class PlanTest : public ::testing::Test {
   static std::vector<std::string> changing_commands(const Plan& plan) {
     std::vector<std::string> lines;
     for (const auto& command : plan.commands) {
-      if (!command.is_needless) {
+      if (!command.is_noop) {
         lines.push_back(command.line);
       }
     }

@@ -42,7 +42,7 @@ TEST_F(PlanningSystem, OnlyListsWhatChangesTheHost) {
   EXPECT_THAT(real_->commands(), IsEmpty());
   ASSERT_EQ(system_.planned().size(), 1U);
   EXPECT_EQ(system_.planned()[0].line, "apt-get -qq update");
-  EXPECT_FALSE(system_.planned()[0].is_needless);
+  EXPECT_FALSE(system_.planned()[0].is_noop);
 }
 
 TEST_F(PlanningSystem, RunsNothingThatNobodyKnows) {
@@ -58,8 +58,8 @@ TEST_F(PlanningSystem, KnowsWhatWouldChangeNothing) {
   system_.run_command(START_TIMER, true);
   system_.run_command(START_TIMER, true);
 
-  EXPECT_TRUE(system_.planned().at(0).is_needless);
-  EXPECT_FALSE(system_.planned().at(1).is_needless);
+  EXPECT_TRUE(system_.planned().at(0).is_noop);
+  EXPECT_FALSE(system_.planned().at(1).is_noop);
 }
 
 TEST_F(PlanningSystem, DoesNotKnowOfQueriesThatNobodyAsked) {

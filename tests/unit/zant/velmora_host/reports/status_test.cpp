@@ -92,11 +92,11 @@ TEST_F(StatusTest, NamesTheFileThatIsOutOfStep) {
 
   const auto seen = status();
 
-  ASSERT_EQ(seen.repository_strays.size(), 1U);
-  EXPECT_EQ(seen.repository_strays[0].path, "/etc/apt/sources.list.d/zant-velmora.list");
-  EXPECT_EQ(seen.repository_strays[0].code, "differs");
-  ASSERT_EQ(seen.upgrade_strays.size(), 1U);
-  EXPECT_EQ(seen.upgrade_strays[0].code, "missing");
+  ASSERT_EQ(seen.drifted_repository_files.size(), 1U);
+  EXPECT_EQ(seen.drifted_repository_files[0].path, "/etc/apt/sources.list.d/zant-velmora.list");
+  EXPECT_EQ(seen.drifted_repository_files[0].code, "differs");
+  ASSERT_EQ(seen.drifted_upgrade_files.size(), 1U);
+  EXPECT_EQ(seen.drifted_upgrade_files[0].code, "missing");
   EXPECT_THAT(reasons(), ElementsAre("repository.out_of_step", "upgrades.out_of_step"));
 }
 
@@ -133,8 +133,8 @@ TEST_F(StatusTest, TellsWhatSomebodyElseKeepsChanging) {
   history_.recent_repairs["/etc/apt/apt.conf.d/75lowerspeed"] = {19, 20};
   record(history_);
 
-  EXPECT_THAT(reasons(), ElementsAre("contested.file", "contested.hold"));
-  EXPECT_EQ(to_json(status()).at("contested"),
+  EXPECT_THAT(reasons(), ElementsAre("conflict.file", "conflict.hold"));
+  EXPECT_EQ(to_json(status()).at("conflicts"),
             json_document::Json({"/etc/apt/sources.list.d/zant-velmora.list", "hold"}));
 }
 

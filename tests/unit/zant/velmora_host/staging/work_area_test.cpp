@@ -76,7 +76,7 @@ TEST_F(WorkArea, KeepsNothingOfAnEarlierRun) {
 TEST_F(WorkArea, IsForOneProcessAtATime) {
   const Work_Area area(settings(), files_);
 
-  EXPECT_THAT(refusal(Refusal_Reason::BUSY), StartsWith("another package-minder is at work here (process "));
+  EXPECT_THAT(refusal(Refusal_Reason::BUSY), StartsWith("another package-minder (process "));
 }
 
 TEST_F(WorkArea, OfAnotherProcessIsLeftAlone) {

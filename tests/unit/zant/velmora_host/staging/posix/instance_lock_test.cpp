@@ -35,9 +35,9 @@ class InstanceLock : public ::testing::Test {
 TEST_F(InstanceLock, IsRefusedToASecondProcessWithTheFirstOnesId) {
   const Instance_Lock lock(file_);
 
-  EXPECT_EQ(refusal(),
-            "another package-minder is at work here (process " + std::to_string(::getpid()) +
-                "); wait for its end, or stop it first, the service with \"systemctl stop package-minder\"");
+  EXPECT_EQ(refusal(), "another package-minder (process " + std::to_string(::getpid()) +
+                           ") is already running; wait until it ends, or stop it first, the service with "
+                           "\"systemctl stop package-minder\"");
 }
 
 TEST_F(InstanceLock, IsFreeAgainAfterItsEnd) {
