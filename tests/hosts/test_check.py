@@ -1,7 +1,6 @@
 """package-minder check finds what will keep it from working, with a remedy each."""
 
-import json
-
+import documents
 import pytest
 from disposable_hosts.apt import site as apt
 from disposable_hosts.package_minder import STAGING
@@ -22,7 +21,7 @@ def findings(site, settings=""):
     before = site.host.snapshot()
     result = site.minder.run(f"{settings} check --json", check=False)
     assert site.differences_since(before) == []
-    found = json.loads(result.output)["findings"]
+    found = documents.parse(result.output)["findings"]
     assert result.status == (FINDINGS if found else 0), str(result)
     assert all(finding["code"] and finding["where"] and finding["message"] and finding["remedy"] for finding in found)
     return [finding["code"] for finding in found]
@@ -37,7 +36,7 @@ def test_a_good_host_has_no_findings(site):
 def test_without_gpg_the_keys_are_said_to_be_unchecked(site):
     if site.host.succeeds("command -v gpg"):
         pytest.skip("this host has gpg")
-    seen = json.loads(site.minder.run("check --json").output)
+    seen = documents.parse(site.minder.run("check --json").output)
 
     assert [unchecked["code"] for unchecked in seen["unchecked"]] == ["keyring"]
 

@@ -1,7 +1,6 @@
 """status, plan and check on EL hosts: the same reports over other tools."""
 
-import json
-
+import documents
 import pytest
 from disposable_hosts.dnf import site as dnf
 
@@ -21,7 +20,7 @@ def report(site, command):
     before = site.host.snapshot()
     result = site.minder.run(f"{command} --json", check=False)
     assert site.differences_since(before) == []
-    return result.status, json.loads(result.output)
+    return result.status, documents.parse(result.output)
 
 
 def changing_commands(plan):

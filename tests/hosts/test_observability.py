@@ -1,8 +1,8 @@
 """What the service tells of its cycles: the record of the last one, metrics, a line for systemd, signs of life."""
 
-import json
 import re
 
+import documents
 import pytest
 from disposable_hosts.apt import site as apt
 from disposable_hosts.package_minder import UNIT
@@ -26,7 +26,7 @@ def site(open_shared_site):
 
 
 def record(site):
-    return json.loads(site.host.read(RECORD))
+    return documents.parse(site.host.read(RECORD))
 
 
 def metric(site, name):

@@ -1,7 +1,6 @@
 """package-minder plan says what a cycle would do, and does nothing."""
 
-import json
-
+import documents
 import pytest
 from disposable_hosts.apt import site as apt
 
@@ -23,7 +22,7 @@ def plan(site, arguments="plan"):
     result = site.minder.run(f"{arguments} --json", check=False)
     assert site.differences_since(before) == []
     assert site.holds() == holds
-    return result.status, json.loads(result.output)
+    return result.status, documents.parse(result.output)
 
 
 def paths(seen):

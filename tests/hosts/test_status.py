@@ -1,7 +1,6 @@
 """package-minder status tells how things stand, and changes nothing."""
 
-import json
-
+import documents
 import pytest
 from disposable_hosts.apt import site as apt
 from disposable_hosts.package_minder import SETTINGS_FILE
@@ -18,7 +17,7 @@ def site(open_shared_site):
 
 
 def status(site, *, check=True):
-    return json.loads(site.minder.run("status --json", check=check).output)
+    return documents.parse(site.minder.run("status --json", check=check).output)
 
 
 def reasons(site):
@@ -136,7 +135,7 @@ def test_a_failure_is_json_too(site, command, exit_status, code):
     result = site.host.run(command, check=False)
 
     assert result.status == exit_status, str(result)
-    assert json.loads(result.output)["error"]["code"] == code
+    assert documents.parse(result.output)["error"]["code"] == code
     assert result.error
 
 
