@@ -45,8 +45,10 @@ class Commands {
     // Before the worker starts, or a signal could end it in the middle of its work.
     Stop_Signals stop_signals;
     velmora_host::Work_Area work_area(settings_, services_.filesystem);
-    const velmora_host::Cycle_Observation observation("run", settings_, services_,
-                                                      work_area.staging_directory());
+    velmora_host::Cycle_Observation observation("run", settings_, services_, work_area.staging_directory());
+    observation.add_listener([](const velmora_host::Cycle_State& state) {
+      service_notification::status(velmora_host::describe(state.last_cycle));
+    });
     const velmora_host::Minding minding = start_minding_(work_area, Purpose::SET_UP, observation.services());
     const auto minder =
         std::make_shared<velmora::Package_Minder>(observation.observe(minding.create_package()));

@@ -23,6 +23,10 @@ class Fake_System : public System {
   /// From now on the command ends like this, every time.
   void on(const std::string& command, int exit_code, const std::string& output = "");
 
+  /// The same for every command line that fits the pattern, in which "*" stands for what no test can know
+  /// before, such as the name of a temporary directory. A line that is named whole goes first.
+  void on_like(const std::string& pattern, int exit_code, const std::string& output = "");
+
   /// The command ends like this once, before what `on` says; several calls queue up.
   void once(const std::string& command, int exit_code, const std::string& output = "");
 
@@ -36,11 +40,13 @@ class Fake_System : public System {
 
  private:
   Command_Result next_result_(const std::string& command);
+  const Command_Result* find_result_(const std::string& command) const;
 
   std::shared_ptr<Call_Journal> journal_;
   mutable std::mutex mutex_;
   std::vector<std::string> commands_;
   std::map<std::string, Command_Result> results_;
+  std::map<std::string, Command_Result> pattern_results_;
   std::map<std::string, std::deque<Command_Result>> queued_results_;
   std::map<std::string, std::function<void()>> actions_;
 };

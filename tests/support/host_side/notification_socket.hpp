@@ -10,6 +10,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <string>
+#include <vector>
 
 namespace zant::velmora_host::test_support {
 
@@ -37,6 +38,15 @@ class Notification_Socket {
     std::array<char, 4096> buffer{};
     const ssize_t size = ::recv(socket_, buffer.data(), buffer.size(), 0);
     return {buffer.data(), size > 0 ? static_cast<std::size_t>(size) : 0};
+  }
+
+  /// All messages that have come, in order.
+  std::vector<std::string> messages() const {
+    std::vector<std::string> messages;
+    for (std::string message = next_message(); !message.empty(); message = next_message()) {
+      messages.push_back(message);
+    }
+    return messages;
   }
 
  private:

@@ -2,25 +2,21 @@
 #include <program/exit_status.hpp>
 
 #include <zant/velmora_host/base/refusal.hpp>
-#include <zant/velmora_host/services/temporary_directory.hpp>
 #include <zant/velmora_host/staging/instance_lock.hpp>
 
 #include <support/captured_log.hpp>
-#include <support/fake_system.hpp>
+#include <support/host_side/debian_host.hpp>
+#include <support/host_side/notification_socket.hpp>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <boost/filesystem/directory.hpp>
 #include <boost/filesystem/operations.hpp>
-#include <support/host_side/notification_socket.hpp>
-#include <support/host_side/rooted_filesystem.hpp>
-#include <support/host_side/staging_example.hpp>
 
 #include <signal.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <memory>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -28,59 +24,24 @@ namespace zant::program {
 namespace {
 
 using boost::filesystem::exists;
-using boost::filesystem::path;
 using ::testing::Contains;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
-using ::testing::Not;
+using ::testing::StartsWith;
 using velmora::test_support::Captured_Record;
 
 constexpr const char* IS_HELD = "apt-mark showhold | grep -q ^zant-velmora$";
 constexpr const char* START_TIMER = "systemctl start apt-daily-upgrade.timer";
 
-// A Debian host in a directory, on which everything works unless a test says otherwise.
 class CommandsTest : public ::testing::Test {
  protected:
-  CommandsTest() {
-    velmora_host::test_support::make_staging_tree(staging());
-    given_host_file("/etc/os-release", "ID=debian\n");
-    given_host_file("/proc/1/comm", "systemd\n");
-    for (const char* directory :
-         {"/etc/apt/trusted.gpg.d", "/etc/apt/sources.list.d", "/etc/apt/apt.conf.d"}) {
-      services_.filesystem->create_directories(directory);
-    }
-    system_->on("dpkg-query -f='${Architecture}' -W zant-velmora", 0, "amd64");
-    system_->on("apt-get -qq update", 0);
-    system_->on(IS_HELD, 1);
-    system_->on("apt-mark -qq hold zant-velmora", 0);
-    system_->on("apt-mark -qq unhold zant-velmora", 0);
-    system_->on("which unattended-upgrades > /dev/null", 0);
-    system_->on("service unattended-upgrades start > /dev/null", 0);
-    system_->on(START_TIMER, 0);
-  }
-
-  path staging() const { return directory_.path() / "installed"; }
-  path state() const { return directory_.path() / "state"; }
-  path on_host(const std::string& name) const { return directory_.path() / "root" / name; }
-
-  void given_host_file(const std::string& name, const std::string& text) {
-    services_.filesystem->create_directories(path(name).parent_path());
-    services_.filesystem->write_file(name, text, velmora::Write_Flag::REPLACE);
-  }
-  void given_setting(const std::string& key, const std::string& value) {
-    sources_.overrides.emplace_back(key, value);
-  }
+  CommandsTest() { host_.allow_changes(); }
 
   int carry_out(Command command, bool upgrades_only = false, bool on_removal = false) {
-    velmora_host::Settings_Sources sources = sources_;
-    sources.file = "/nowhere";
-    sources.overrides.emplace_back("minder.staging_directory", staging().string());
-    sources.overrides.emplace_back("minder.state_directory", state().string());
-    const velmora_host::Settings settings(sources);
-    Command_Line line{command, upgrades_only, sources};
+    Command_Line line{command, upgrades_only, host_.settings_sources()};
     line.on_removal = on_removal;
-    return program::carry_out(line, settings, services_);
+    return program::carry_out(line, host_.settings(), host_.services);
   }
 
   int purge_on_removal() { return carry_out(Command::PURGE, false, true); }
@@ -95,24 +56,9 @@ class CommandsTest : public ::testing::Test {
     return "";
   }
 
-  std::vector<std::string> files_in_etc() const {
-    std::vector<std::string> names;
-    for (const auto& entry : boost::filesystem::recursive_directory_iterator(on_host("etc/apt"))) {
-      if (boost::filesystem::is_regular_file(entry.path())) {
-        names.push_back(boost::filesystem::relative(entry.path(), on_host("etc/apt")).string());
-      }
-    }
-    std::sort(names.begin(), names.end());
-    return names;
-  }
+  std::vector<std::string> files_in_etc() const { return host_.files_below("etc/apt"); }
 
-  velmora_host::Temporary_Directory directory_;
-  velmora::test_support::Captured_Log log_;
-  std::shared_ptr<velmora::test_support::Fake_System> system_ =
-      std::make_shared<velmora::test_support::Fake_System>();
-  velmora_host::Host_Services services_{
-      system_, std::make_shared<velmora_host::test_support::Rooted_Filesystem>(directory_.path() / "root")};
-  velmora_host::Settings_Sources sources_;
+  velmora_host::test_support::Debian_Host host_;
 };
 
 const auto SET_UP =
@@ -125,46 +71,44 @@ TEST_F(CommandsTest, OnceSetsTheHostUp) {
   EXPECT_EQ(carry_out(Command::ONCE), 0);
 
   EXPECT_THAT(files_in_etc(), SET_UP);
-  EXPECT_EQ(services_.filesystem->read_file("/etc/apt/sources.list.d/zant-velmora.list",
-                                            velmora::Read_Flag::WHOLE_TEXT),
+  EXPECT_EQ(host_.read("/etc/apt/sources.list.d/zant-velmora.list"),
             "deb [arch=amd64] https://repo.velmora.example/velmora-apt-repo/ systemd-production main\n");
-  EXPECT_THAT(log_.records(), Contains(Captured_Record{2, "package-minder", "The cycle is done"}));
+  EXPECT_THAT(host_.log.records(), Contains(Captured_Record{2, "package-minder", "The cycle is done"}));
 }
 
 TEST_F(CommandsTest, OnceHandsTheSettingsToTheLibrary) {
-  given_setting("package.apt.repo.url", "http://repo.velmora.test/");
-  given_setting("minder.automatic_upgrades", "false");
+  host_.set("package.apt.repo.url", "http://repo.velmora.test/");
+  host_.set("minder.automatic_upgrades", "false");
 
   EXPECT_EQ(carry_out(Command::ONCE), 0);
 
   EXPECT_THAT(files_in_etc(),
               ElementsAre("sources.list.d/zant-velmora.list", "trusted.gpg.d/zant-velmora.gpg"));
-  EXPECT_THAT(services_.filesystem->read_file("/etc/apt/sources.list.d/zant-velmora.list",
-                                              velmora::Read_Flag::WHOLE_TEXT),
+  EXPECT_THAT(host_.read("/etc/apt/sources.list.d/zant-velmora.list"),
               HasSubstr("http://repo.velmora.test/ "));
 }
 
 TEST_F(CommandsTest, OnceReleasesAHold) {
-  system_->once(IS_HELD, 0);
+  host_.system->once(IS_HELD, 0);
 
   EXPECT_EQ(carry_out(Command::ONCE), 0);
 
-  EXPECT_THAT(system_->commands(), Contains("apt-mark -qq unhold zant-velmora"));
+  EXPECT_THAT(host_.system->commands(), Contains("apt-mark -qq unhold zant-velmora"));
 }
 
 TEST_F(CommandsTest, OnceFailsWhenAHoldCannotBeReleasedAfterDoingTheRest) {
-  system_->once(IS_HELD, 0);
-  system_->once("apt-mark -qq unhold zant-velmora", 100);
+  host_.system->once(IS_HELD, 0);
+  host_.system->once("apt-mark -qq unhold zant-velmora", 100);
 
   EXPECT_EQ(carry_out(Command::ONCE), 1);
 
   EXPECT_THAT(files_in_etc(), SET_UP);
-  EXPECT_THAT(log_.messages(5), Contains("The cycle is done, but zant-velmora is still held"));
+  EXPECT_THAT(host_.log.messages(5), Contains("The cycle is done, but zant-velmora is still held"));
 }
 
 TEST_F(CommandsTest, OnceLetsAFailureOfTheCycleThrough) {
-  system_->on("apt-get -qq update", 100);
-  system_->on("apt-cache policy zant-velmora", 0, "");
+  host_.system->on("apt-get -qq update", 100);
+  host_.system->on("apt-cache policy zant-velmora", 0, "");
 
   EXPECT_THROW(carry_out(Command::ONCE), std::runtime_error);
 
@@ -172,30 +116,31 @@ TEST_F(CommandsTest, OnceLetsAFailureOfTheCycleThrough) {
 }
 
 TEST_F(CommandsTest, OnceTakesAwayWhatAKilledProcessLeft) {
-  given_host_file("/etc/apt/sources.list.d/.zant-velmora.list.Ab12cd.package-minder", "deb [arch=");
-  given_host_file("/etc/systemd/system/apt-daily-upgrade.timer.d/.x.conf.Ab12cd.package-minder", "[Ti");
-  given_host_file("/etc/yum.repos.d/.quorvane.repo.Ab12cd.package-minder", "[quo");
+  host_.write("/etc/apt/sources.list.d/.zant-velmora.list.Ab12cd.package-minder", "deb [arch=");
+  host_.write("/etc/systemd/system/apt-daily-upgrade.timer.d/.x.conf.Ab12cd.package-minder", "[Ti");
+  host_.write("/etc/yum.repos.d/.quorvane.repo.Ab12cd.package-minder", "[quo");
 
   carry_out(Command::ONCE);
 
   EXPECT_THAT(files_in_etc(), SET_UP);
-  EXPECT_FALSE(exists(on_host("etc/systemd/system/apt-daily-upgrade.timer.d/.x.conf.Ab12cd.package-minder")));
-  EXPECT_FALSE(exists(on_host("etc/yum.repos.d/.quorvane.repo.Ab12cd.package-minder")));
+  EXPECT_FALSE(
+      exists(host_.on_disk("etc/systemd/system/apt-daily-upgrade.timer.d/.x.conf.Ab12cd.package-minder")));
+  EXPECT_FALSE(exists(host_.on_disk("etc/yum.repos.d/.quorvane.repo.Ab12cd.package-minder")));
 }
 
 // --- Refusals ----------------------------------------------------------------
 
 TEST_F(CommandsTest, AHostWithoutASupportedPackageManagerIsRefusedAndLeftAsItWas) {
-  given_host_file("/etc/os-release", "ID=other\n");
+  host_.write("/etc/os-release", "ID=other\n");
 
   EXPECT_THAT(refusal_of(Command::ONCE, 69), HasSubstr("no supported package manager"));
 
   EXPECT_THAT(files_in_etc(), IsEmpty());
-  EXPECT_FALSE(exists(state()));
+  EXPECT_FALSE(exists(host_.state_directory()));
 }
 
 TEST_F(CommandsTest, AHostWithoutAnOsReleaseIsRefused) {
-  boost::filesystem::remove(on_host("etc/os-release"));
+  boost::filesystem::remove(host_.on_disk("etc/os-release"));
 
   for (const auto command : {Command::RUN, Command::ONCE, Command::HOLD, Command::RELEASE, Command::PURGE}) {
     EXPECT_THAT(refusal_of(command, 69), HasSubstr("no supported package manager"));
@@ -203,32 +148,32 @@ TEST_F(CommandsTest, AHostWithoutAnOsReleaseIsRefused) {
 }
 
 TEST_F(CommandsTest, AnIncompleteStagingTreeIsRefusedByEveryCommandAndTheHostLeftAsItWas) {
-  boost::filesystem::remove(staging() / "config-files/apt/20auto-upgrades");
+  boost::filesystem::remove(host_.installed_tree() / "config-files/apt/20auto-upgrades");
 
   for (const auto command : {Command::RUN, Command::ONCE, Command::HOLD, Command::RELEASE, Command::PURGE}) {
     EXPECT_THAT(refusal_of(command, 78), HasSubstr("20auto-upgrades: this file is missing"));
   }
 
   EXPECT_THAT(files_in_etc(), IsEmpty());
-  EXPECT_FALSE(exists(state()));
-  EXPECT_THAT(system_->commands(), IsEmpty());
+  EXPECT_FALSE(exists(host_.state_directory()));
+  EXPECT_THAT(host_.system->commands(), IsEmpty());
 }
 
 TEST_F(CommandsTest, WithoutAKeyringNothingIsSetUpButAllCanBeUndone) {
-  boost::filesystem::remove(staging() / "keyrings/zant-velmora.gpg");
+  boost::filesystem::remove(host_.installed_tree() / "keyrings/zant-velmora.gpg");
 
   EXPECT_THAT(refusal_of(Command::ONCE, 78), HasSubstr("the keyring of the APT repository is missing"));
   EXPECT_THAT(refusal_of(Command::RUN, 78), HasSubstr("the keyring of the APT repository is missing"));
   EXPECT_THAT(files_in_etc(), IsEmpty());
-  EXPECT_FALSE(exists(state()));
+  EXPECT_FALSE(exists(host_.state_directory()));
 
   EXPECT_EQ(carry_out(Command::HOLD), 0);
   EXPECT_EQ(carry_out(Command::PURGE), 0);
 }
 
 TEST_F(CommandsTest, WhileAnotherPackageMinderWorksOnlyHoldAndReleaseAreCarriedOut) {
-  services_.filesystem->create_directories(state());
-  const velmora_host::Instance_Lock other(state() / "lock");
+  host_.services.filesystem->create_directories(host_.state_directory());
+  const velmora_host::Instance_Lock other(host_.state_directory() / "lock");
 
   for (const auto command : {Command::RUN, Command::ONCE, Command::PURGE}) {
     EXPECT_THAT(refusal_of(command, 75), HasSubstr("another package-minder (process "));
@@ -242,18 +187,18 @@ TEST_F(CommandsTest, WhileAnotherPackageMinderWorksOnlyHoldAndReleaseAreCarriedO
 
 TEST_F(CommandsTest, HoldAndReleaseChangeTheHoldAndLeaveNothingBehind) {
   EXPECT_EQ(carry_out(Command::HOLD), 0);
-  EXPECT_THAT(system_->commands(), Contains("apt-mark -qq hold zant-velmora"));
+  EXPECT_THAT(host_.system->commands(), Contains("apt-mark -qq hold zant-velmora"));
 
   EXPECT_EQ(carry_out(Command::RELEASE), 0);
-  EXPECT_THAT(system_->commands(), Contains("apt-mark -qq unhold zant-velmora"));
+  EXPECT_THAT(host_.system->commands(), Contains("apt-mark -qq unhold zant-velmora"));
 
   EXPECT_THAT(files_in_etc(), IsEmpty());
-  EXPECT_FALSE(exists(state()));
+  EXPECT_FALSE(exists(host_.state_directory()));
 }
 
 TEST_F(CommandsTest, HoldAndReleaseFailWhenTheToolDoes) {
-  system_->on("apt-mark -qq hold zant-velmora", 100);
-  system_->on("apt-mark -qq unhold zant-velmora", 100);
+  host_.system->on("apt-mark -qq hold zant-velmora", 100);
+  host_.system->on("apt-mark -qq unhold zant-velmora", 100);
 
   EXPECT_EQ(carry_out(Command::HOLD), 1);
   EXPECT_EQ(carry_out(Command::RELEASE), 1);
@@ -262,16 +207,14 @@ TEST_F(CommandsTest, HoldAndReleaseFailWhenTheToolDoes) {
 // --- purge -------------------------------------------------------------------
 
 TEST_F(CommandsTest, PurgeUndoesWhatWasSetUpAndLeavesNoState) {
-  given_host_file("/etc/apt/apt.conf.d/20auto-upgrades", "the administrator's");
+  host_.write("/etc/apt/apt.conf.d/20auto-upgrades", "the administrator's");
   carry_out(Command::ONCE);
 
   EXPECT_EQ(carry_out(Command::PURGE), 0);
 
   EXPECT_THAT(files_in_etc(), ElementsAre("apt.conf.d/20auto-upgrades"));
-  EXPECT_EQ(
-      services_.filesystem->read_file("/etc/apt/apt.conf.d/20auto-upgrades", velmora::Read_Flag::WHOLE_TEXT),
-      "the administrator's");
-  EXPECT_FALSE(exists(state()));
+  EXPECT_EQ(host_.read("/etc/apt/apt.conf.d/20auto-upgrades"), "the administrator's");
+  EXPECT_FALSE(exists(host_.state_directory()));
 }
 
 TEST_F(CommandsTest, PurgeOfTheUpgradesLeavesTheRepository) {
@@ -293,7 +236,7 @@ TEST_F(CommandsTest, PurgeOnRemovalUndoesNothingUnlessTheSettingsAskForIt) {
 
 TEST_F(CommandsTest, PurgeOnRemovalUndoesAllWhenTheSettingsAskForIt) {
   carry_out(Command::ONCE);
-  given_setting("minder.purge_on_removal", "true");
+  host_.set("minder.purge_on_removal", "true");
 
   EXPECT_EQ(purge_on_removal(), 0);
 
@@ -301,7 +244,7 @@ TEST_F(CommandsTest, PurgeOnRemovalUndoesAllWhenTheSettingsAskForIt) {
 }
 
 TEST_F(CommandsTest, ARemovalThatIsToUndoNothingIsNotHeldUpByABrokenStagingTree) {
-  boost::filesystem::remove_all(staging());
+  boost::filesystem::remove_all(host_.installed_tree());
 
   EXPECT_EQ(purge_on_removal(), 0);
 }
@@ -309,19 +252,19 @@ TEST_F(CommandsTest, ARemovalThatIsToUndoNothingIsNotHeldUpByABrokenStagingTree)
 TEST_F(CommandsTest, PurgeFailsWhenSomethingStays) {
   carry_out(Command::ONCE);
   // A directory with something in it takes the place of the file that is to be removed.
-  boost::filesystem::remove(on_host("etc/apt/trusted.gpg.d/zant-velmora.gpg"));
-  given_host_file("/etc/apt/trusted.gpg.d/zant-velmora.gpg/file", "text");
+  boost::filesystem::remove(host_.on_disk("etc/apt/trusted.gpg.d/zant-velmora.gpg"));
+  host_.write("/etc/apt/trusted.gpg.d/zant-velmora.gpg/file", "text");
 
   EXPECT_EQ(carry_out(Command::PURGE), 1);
 
-  EXPECT_THAT(log_.messages(5), Contains("Could not remove /etc/apt/trusted.gpg.d/zant-velmora.gpg"));
+  EXPECT_THAT(host_.log.messages(5), Contains("Could not remove /etc/apt/trusted.gpg.d/zant-velmora.gpg"));
 }
 
 TEST_F(CommandsTest, PurgeOnAHostThatWasNeverSetUpChangesNothing) {
   EXPECT_EQ(carry_out(Command::PURGE), 0);
 
   EXPECT_THAT(files_in_etc(), IsEmpty());
-  EXPECT_THAT(system_->commands(), ElementsAre("dpkg-query -f='${Architecture}' -W zant-velmora"));
+  EXPECT_THAT(host_.system->commands(), ElementsAre("dpkg-query -f='${Architecture}' -W zant-velmora"));
 }
 
 // --- run ---------------------------------------------------------------------
@@ -333,7 +276,7 @@ class RunTest : public CommandsTest {
   ~RunTest() override { ::pthread_sigmask(SIG_SETMASK, &previous_mask_, nullptr); }
 
   void stop_during(const std::string& command, int signal_number) {
-    system_->during(command, [signal_number] { ::kill(::getpid(), signal_number); });
+    host_.system->during(command, [signal_number] { ::kill(::getpid(), signal_number); });
   }
 
  private:
@@ -346,7 +289,7 @@ TEST_F(RunTest, MindsThePackageUntilItIsToldToStop) {
   EXPECT_EQ(carry_out(Command::RUN), 0);
 
   EXPECT_THAT(files_in_etc(), SET_UP);
-  EXPECT_THAT(log_.messages(2),
+  EXPECT_THAT(host_.log.messages(2),
               ElementsAre("Minding zant-velmora, with 3600 s between cycles",
                           "Stopping on SIGTERM, after the cycle under way if there is one", "Stopped"));
 }
@@ -356,18 +299,22 @@ TEST_F(RunTest, LetsTheCycleUnderWayComeToItsEnd) {
 
   EXPECT_EQ(carry_out(Command::RUN), 0);
 
-  EXPECT_THAT(system_->commands().back(), START_TIMER);
+  EXPECT_THAT(host_.system->commands().back(), START_TIMER);
   EXPECT_THAT(files_in_etc(), SET_UP);
 }
 
 TEST_F(RunTest, StopsOnEveryRequestOfATerminalToo) {
   stop_during(START_TIMER, SIGINT);
   EXPECT_EQ(carry_out(Command::RUN), 0);
-  EXPECT_THAT(log_.messages(2), Contains(HasSubstr("Stopping on SIGINT")));
+  EXPECT_THAT(host_.log.messages(2), Contains(HasSubstr("Stopping on SIGINT")));
 
   stop_during(START_TIMER, SIGHUP);
   EXPECT_EQ(carry_out(Command::RUN), 0);
-  EXPECT_THAT(log_.messages(2), Contains(HasSubstr("Stopping on SIGHUP")));
+  EXPECT_THAT(host_.log.messages(2), Contains(HasSubstr("Stopping on SIGHUP")));
+}
+
+bool is_about_a_cycle(const std::string& message) {
+  return message.starts_with("STATUS=");
 }
 
 TEST_F(RunTest, TellsTheServiceManager) {
@@ -376,14 +323,20 @@ TEST_F(RunTest, TellsTheServiceManager) {
 
   carry_out(Command::RUN);
 
-  EXPECT_EQ(manager.next_message(), "READY=1\nSTATUS=Minding zant-velmora, with 3600 s between cycles");
-  EXPECT_EQ(manager.next_message(), "STOPPING=1\nSTATUS=Stopping, after the cycle under way if there is one");
+  // The worker tells of its cycle on a thread of its own.
+  std::vector<std::string> messages = manager.messages();
+  const auto of_cycles =
+      std::stable_partition(messages.begin(), messages.end(), std::not_fn(is_about_a_cycle));
+  EXPECT_THAT(std::vector(messages.begin(), of_cycles),
+              ElementsAre("READY=1\nSTATUS=Minding zant-velmora, with 3600 s between cycles",
+                          "STOPPING=1\nSTATUS=Stopping, after the cycle under way if there is one"));
+  EXPECT_THAT(std::vector(of_cycles, messages.end()), ElementsAre(StartsWith("STATUS=Last cycle ")));
 }
 
 TEST_F(RunTest, OnAHostThatCannotBeMindedIsNotReady) {
   const velmora_host::test_support::Notification_Socket manager;
-  given_host_file("/etc/os-release", "ID=rocky\nID_LIKE=\"rhel\"\n");
-  system_->on("which dnf &> /dev/null", 1);
+  host_.write("/etc/os-release", "ID=rocky\nID_LIKE=\"rhel\"\n");
+  host_.system->on("which dnf &> /dev/null", 1);
 
   EXPECT_THROW(carry_out(Command::RUN), std::runtime_error);
 

@@ -1,6 +1,6 @@
 #include <zant/velmora_host/reports/plan.hpp>
 
-#include <support/host_side/planned_host.hpp>
+#include <support/host_side/debian_host.hpp>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -40,7 +40,7 @@ class PlanTest : public ::testing::Test {
     return paths;
   }
 
-  test_support::Planned_Host host_;
+  test_support::Debian_Host host_;
 };
 
 TEST_F(PlanTest, SaysThatAHostInStepIsInStep) {
@@ -82,8 +82,7 @@ TEST_F(PlanTest, ShowsAChangedFileAsADiff) {
 
 TEST_F(PlanTest, ListsTheReleaseOfAHold) {
   host_.set_up();
-  host_.system->on("apt-mark showhold | grep -q ^zant-velmora$", 0);
-  host_.system->on("! apt-mark showhold | grep -q ^zant-velmora$", 1);
+  host_.hold();
 
   const auto report = plan();
 

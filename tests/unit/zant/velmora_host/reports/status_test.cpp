@@ -1,6 +1,6 @@
 #include <zant/velmora_host/reports/status.hpp>
 
-#include <support/host_side/planned_host.hpp>
+#include <support/host_side/debian_host.hpp>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -20,13 +20,7 @@ class StatusTest : public ::testing::Test {
  protected:
   StatusTest() {
     host_.set_up();
-    host_.system->on("apt-cache policy zant-velmora", 0,
-                     "zant-velmora:\n  Installed: 1.0\n  Candidate: 1.1\n  Version table:\n");
-    host_.system->on("systemctl is-active package-minder.service 2> /dev/null", 0, "active\n");
-    host_.system->on("systemctl is-active --quiet apt-daily-upgrade.timer", 0);
-    host_.system->on(
-        "systemctl show --property=NextElapseUSecRealtime --value apt-daily-upgrade.timer 2> /dev/null", 0,
-        "Sat 2026-11-21 03:00:00 UTC\n");
+    host_.answer_status();
     host_.services.filesystem->create_directories(host_.state_directory());
     record(history_);
   }
@@ -53,7 +47,7 @@ class StatusTest : public ::testing::Test {
     return codes;
   }
 
-  test_support::Planned_Host host_;
+  test_support::Debian_Host host_;
   Cycle_History history_;
 };
 
@@ -101,8 +95,7 @@ TEST_F(StatusTest, NamesTheFileThatIsOutOfStep) {
 }
 
 TEST_F(StatusTest, TellsAHold) {
-  host_.system->on("apt-mark showhold | grep -q ^zant-velmora$", 0);
-  host_.system->on("! apt-mark showhold | grep -q ^zant-velmora$", 1);
+  host_.hold();
 
   EXPECT_THAT(reasons(), ElementsAre("hold.held"));
   EXPECT_THAT(to_text(status()), HasSubstr("Hold                held\n"));
