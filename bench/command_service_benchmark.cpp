@@ -1,7 +1,7 @@
 // One command through the command service, in a small process and in the same one with gigabytes resident: a
 // server that embeds the library must not pay for its own size.
 
-#include <zant/velmora_host/services/posix/posix_system.hpp>
+#include <zant/velmora_host/services/command_service.hpp>
 
 #include <boost/log/core.hpp>
 
@@ -17,12 +17,12 @@
 
 namespace {
 
-using zant::velmora_host::Posix_System;
+using zant::velmora_host::Command_Service;
 
 constexpr std::size_t GIBIBYTE = std::size_t{1} << 30;
 constexpr int COMMANDS = 200;
 
-double seconds_of_one_command(Posix_System& system) {
+double seconds_of_one_command(Command_Service& system) {
   const auto begin = std::chrono::steady_clock::now();
   const auto result = system.run_command("true", zant::velmora::Run_Flag::WAIT_AND_CAPTURE);
   const std::chrono::duration<double> taken = std::chrono::steady_clock::now() - begin;
@@ -33,7 +33,7 @@ double seconds_of_one_command(Posix_System& system) {
   return taken.count();
 }
 
-double median_milliseconds(Posix_System& system) {
+double median_milliseconds(Command_Service& system) {
   std::vector<double> seconds;
   for (int count = 0; count < COMMANDS; ++count) {
     seconds.push_back(seconds_of_one_command(system));
@@ -60,7 +60,7 @@ void* make_resident(std::size_t bytes) {
 int main(int argc, char** argv) {
   boost::log::core::get()->set_logging_enabled(false);
   const std::size_t gibibytes = argc > 1 ? std::strtoul(argv[1], nullptr, 10) : 8;
-  Posix_System system(Posix_System::Options{});
+  Command_Service system(Command_Service::Options{});
 
   median_milliseconds(system);
   const double small = median_milliseconds(system);

@@ -5,8 +5,8 @@
 
 #include <zant/velmora/facilitators/linux_package_facilitator.hpp>
 #include <zant/velmora/package_minder/package_minder.hpp>
-#include <zant/velmora_host/services/posix/posix_filesystem.hpp>
-#include <zant/velmora_host/services/posix/posix_system.hpp>
+#include <zant/velmora_host/services/command_service.hpp>
+#include <zant/velmora_host/services/file_service.hpp>
 
 #include <Poco/AutoPtr.h>
 #include <Poco/Util/LayeredConfiguration.h>
@@ -28,8 +28,8 @@
 namespace {
 
 using namespace zant::velmora;
-using zant::velmora_host::Posix_Filesystem;
-using zant::velmora_host::Posix_System;
+using zant::velmora_host::Command_Service;
+using zant::velmora_host::File_Service;
 
 class Recording_System : public System {
  public:
@@ -41,7 +41,7 @@ class Recording_System : public System {
   std::vector<std::string> take_commands() { return std::exchange(commands_, {}); }
 
  private:
-  Posix_System system_{Posix_System::Options{}};
+  Command_Service system_{Command_Service::Options{}};
   std::vector<std::string> commands_;
 };
 
@@ -98,8 +98,7 @@ int main(int argc, char** argv) {
   boost::log::core::get()->set_logging_enabled(false);
   const auto settings = settings_from(argc - 3, argv + 3);
   const auto system = std::make_shared<Recording_System>();
-  const Linux_Package_Facilitator facilitator(std::make_shared<Posix_Filesystem>(), system, *settings,
-                                              argv[1]);
+  const Linux_Package_Facilitator facilitator(std::make_shared<File_Service>(), system, *settings, argv[1]);
   Package_Minder minder(facilitator.create_package(facilitator.create_package_config(true)));
   const auto run_cycle = [&minder] {
     minder.update_package_lock_if_necessary();

@@ -1,8 +1,8 @@
 #include <zant/velmora/facilitators/linux_package_facilitator.hpp>
 #include <zant/velmora/package_minder/errors.hpp>
 #include <zant/velmora/package_minder/package_minder_thread.hpp>
-#include <zant/velmora_host/services/posix/posix_filesystem.hpp>
-#include <zant/velmora_host/services/posix/posix_system.hpp>
+#include <zant/velmora_host/services/file_service.hpp>
+#include <zant/velmora_host/services/command_service.hpp>
 
 #include <Poco/AutoPtr.h>
 #include <Poco/Util/LayeredConfiguration.h>
@@ -12,8 +12,8 @@
 #include <memory>
 
 using namespace zant::velmora;
-using zant::velmora_host::Posix_Filesystem;
-using zant::velmora_host::Posix_System;
+using zant::velmora_host::File_Service;
+using zant::velmora_host::Command_Service;
 
 int main(int, char** argv) {
   sigset_t stop_signals;
@@ -24,8 +24,8 @@ int main(int, char** argv) {
   try {
     // The server's settings, and a writable copy of the staging tree: rendered files go there.
     const Poco::AutoPtr<Poco::Util::LayeredConfiguration> settings(new Poco::Util::LayeredConfiguration);
-    const Linux_Package_Facilitator facilitator(std::make_shared<Posix_Filesystem>(),
-                                                std::make_shared<Posix_System>(Posix_System::Options{}),
+    const Linux_Package_Facilitator facilitator(std::make_shared<File_Service>(),
+                                                std::make_shared<Command_Service>(Command_Service::Options{}),
                                                 *settings, argv[1]);
     const auto package = facilitator.create_package(facilitator.create_package_config(true));
 

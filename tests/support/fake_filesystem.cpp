@@ -50,6 +50,22 @@ bool Fake_Filesystem::has(const Path& path) const {
   return files_.contains(key(path)) || directories_.contains(key(path));
 }
 
+bool Fake_Filesystem::has_directory(const Path& path) const {
+  return is_directory_(key(path));
+}
+
+std::vector<Filesystem::Path> Fake_Filesystem::entries(const Path& directory) const {
+  std::set<Path> found;
+  const auto add_if_entry = [&](const Path& path) {
+    if (path.has_parent_path() && path.parent_path() == Path(key(directory))) {
+      found.insert(directory / path.filename());
+    }
+  };
+  std::for_each(directories_.begin(), directories_.end(), add_if_entry);
+  std::for_each(files_.begin(), files_.end(), [&](const auto& file) { add_if_entry(file.first); });
+  return {found.begin(), found.end()};
+}
+
 void Fake_Filesystem::fail(const std::string& operation, int nth) {
   failures_[operation] = nth;
 }

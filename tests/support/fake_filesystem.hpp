@@ -10,6 +10,7 @@
 #include <optional>
 #include <set>
 #include <string>
+#include <vector>
 
 namespace zant::velmora::test_support {
 
@@ -36,6 +37,12 @@ class Fake_Filesystem : public Filesystem {
 
   /// Whether a file or directory is there.
   bool has(const Path& path) const;
+
+  /// Whether a directory is there.
+  bool has_directory(const Path& path) const;
+
+  /// The full paths of a directory's entries, sorted.
+  std::vector<Path> entries(const Path& directory) const;
 
   /// The nth operation from now that the journal records in exactly these words fails (1 is the next one): it
   /// reports the failure in its way and changes nothing. For copy_files see `fail_copies_of`.

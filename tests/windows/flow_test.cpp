@@ -3,7 +3,7 @@
 #include <program/platform/process_setup.hpp>
 #include <zant/velmora_host/services/windows/handle.hpp>
 #include <zant/velmora_host/services/windows/unicode.hpp>
-#include <zant/velmora_host/services/windows/windows_system.hpp>
+#include <zant/velmora_host/services/command_service.hpp>
 
 #include <windows/scratch_directory.hpp>
 #include <windows/stand_in.hpp>
@@ -75,7 +75,7 @@ class Host {
   }
 
   velmora::Command_Result run(const std::string& arguments) const {
-    return Windows_System({}).run_command(minder(arguments), velmora::Run_Flag::WAIT_AND_CAPTURE);
+    return Command_Service({}).run_command(minder(arguments), velmora::Run_Flag::WAIT_AND_CAPTURE);
   }
 
  private:

@@ -1,7 +1,7 @@
 #include <program/platform/windows/service_log.hpp>
 
 #include <zant/velmora_host/services/privileges.hpp>
-#include <zant/velmora_host/services/windows/windows_filesystem.hpp>
+#include <zant/velmora_host/services/file_service.hpp>
 #include <zant/velmora_host/settings/windows/program_data.hpp>
 
 #include <boost/filesystem/operations.hpp>
@@ -42,7 +42,7 @@ void become_standard_error(const path& file) {
 
 void open_service_log() {
   const path directory = velmora_host::own_program_data();
-  if (!velmora_host::Windows_Filesystem().create_directories(directory) ||
+  if (!velmora_host::File_Service().create_directories(directory) ||
       !velmora_host::privileges::who_else_may_write(directory).empty()) {
     return;
   }

@@ -1,7 +1,8 @@
 #pragma once
 
-#include <zant/velmora_host/services/posix/posix_filesystem.hpp>
+#include <zant/velmora_host/services/file_service.hpp>
 
+#include <boost/filesystem/operations.hpp>
 #include <boost/filesystem/path.hpp>
 
 #include <string>
@@ -10,9 +11,10 @@
 
 namespace zant::velmora_host::test_support {
 
-/// A file service for which a host's own directories, "/etc" and "/proc", lie below another one. All other
-/// paths are as they are.
-class Rooted_Filesystem : public velmora::Filesystem {
+/// A file service for which the root directory of the host is another directory, so that a test sees nothing
+/// of the machine that it runs on. Only the system's directory for temporary files, where tests and reports
+/// keep their own, is the real one.
+class Rooted_Filesystem : public Host_Filesystem {
  public:
   explicit Rooted_Filesystem(Path root) : root_(std::move(root)) {}
 
@@ -22,12 +24,7 @@ class Rooted_Filesystem : public velmora::Filesystem {
   bool exists(const Path& path) override { return files_.exists(real_(path)); }
   bool is_empty(const Path& path) override { return files_.is_empty(real_(path)); }
   std::vector<Path> list_files(const Path& directory, const std::string& extension) override {
-    // As the library hands them back, so that they are found again.
-    std::vector<Path> found;
-    for (const auto& path : files_.list_files(real_(directory), extension)) {
-      found.push_back(directory / path.filename());
-    }
-    return found;
+    return in_(directory, files_.list_files(real_(directory), extension));
   }
   bool copy_file(const Path& source, const Path& destination, int copy_option) override {
     return files_.copy_file(real_(source), real_(destination), copy_option);
@@ -45,12 +42,25 @@ class Rooted_Filesystem : public velmora::Filesystem {
   bool files_equal(const Path& first, const Path& second) override {
     return files_.files_equal(real_(first), real_(second));
   }
+  File_Type type_of(const Path& path) override { return files_.type_of(real_(path)); }
+  std::vector<Path> list_entries(const Path& directory) override {
+    return in_(directory, files_.list_entries(real_(directory)));
+  }
 
  private:
   Path real_(const Path& path) const {
-    const std::string text = path.string() + "/";
-    return text.starts_with("/etc/") || text.starts_with("/proc/") ? root_ / path : path;
+    const std::string temporary = boost::filesystem::temp_directory_path().string() + "/";
+    return (path.string() + "/").starts_with(temporary) ? path : root_ / path;
   }
+
+  // As the caller named the directory, so that the entries are found again.
+  static std::vector<Path> in_(const Path& directory, std::vector<Path> entries) {
+    for (auto& entry : entries) {
+      entry = directory / entry.filename();
+    }
+    return entries;
+  }
+
   std::vector<Path> real_(std::vector<Path> paths) const {
     for (auto& path : paths) {
       path = real_(path);
@@ -59,7 +69,7 @@ class Rooted_Filesystem : public velmora::Filesystem {
   }
 
   Path root_;
-  Posix_Filesystem files_;
+  File_Service files_;
 };
 
 }  // namespace zant::velmora_host::test_support

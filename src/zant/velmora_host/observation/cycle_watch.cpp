@@ -1,6 +1,6 @@
 #include <zant/velmora_host/observation/cycle_watch.hpp>
 
-#include <zant/velmora_host/services/installation_command.hpp>
+#include <zant/velmora_host/families/installation_command.hpp>
 
 namespace zant::velmora_host {
 namespace {

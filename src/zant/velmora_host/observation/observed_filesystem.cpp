@@ -5,7 +5,7 @@
 
 namespace zant::velmora_host {
 
-Observed_Filesystem::Observed_Filesystem(std::shared_ptr<velmora::Filesystem> real,
+Observed_Filesystem::Observed_Filesystem(std::shared_ptr<Host_Filesystem> real,
                                          std::shared_ptr<Cycle_Recorder> recorder,
                                          const Path& staging_directory)
     : Forwarding_Filesystem(std::move(real)),

@@ -14,7 +14,7 @@ namespace zant::velmora_host {
 /// removes. The library installs files by copying them out of the staging directory.
 class Observed_Filesystem : public Forwarding_Filesystem {
  public:
-  Observed_Filesystem(std::shared_ptr<velmora::Filesystem> real, std::shared_ptr<Cycle_Recorder> recorder,
+  Observed_Filesystem(std::shared_ptr<Host_Filesystem> real, std::shared_ptr<Cycle_Recorder> recorder,
                       const Path& staging_directory);
 
   bool remove(const Path& path) override;

@@ -1,9 +1,9 @@
 #include <zant/velmora_host/reports/planning_filesystem.hpp>
 
-#include <boost/filesystem/directory.hpp>
-#include <boost/filesystem/operations.hpp>
+#include <zant/velmora_host/services/line_end.hpp>
 
 #include <algorithm>
+#include <set>
 #include <utility>
 
 namespace zant::velmora_host {
@@ -11,53 +11,56 @@ namespace {
 
 using Path = velmora::Filesystem::Path;
 
+// One spelling for each place: without ".", ".." and a slash at the end.
+Path normal(const Path& path) {
+  Path spelling = path.lexically_normal();
+  const bool ends_in_slash = spelling.filename().empty() || spelling.filename() == ".";
+  return ends_in_slash && spelling.has_parent_path() ? spelling.parent_path() : spelling;
+}
+
+// Of a relative path without a directory, where the process works.
+Path parent_of(const Path& path) {
+  return path.has_parent_path() ? path.parent_path() : Path(".");
+}
+
 bool lies_in(const Path& path, const Path& directory) {
   return std::mismatch(directory.begin(), directory.end(), path.begin(), path.end()).first == directory.end();
 }
 
-// The entries of a real directory; none where there is no such thing.
-std::vector<Path> real_entries(const Path& directory) {
-  std::vector<Path> entries;
-  boost::system::error_code error;
-  for (boost::filesystem::directory_iterator entry(directory, error), end; !error && entry != end;
-       entry.increment(error)) {
-    entries.push_back(entry->path());
-  }
-  return entries;
-}
-
-bool is_real_directory(const Path& path) {
-  boost::system::error_code ignored;
-  return boost::filesystem::is_directory(path, ignored);
-}
-
-void collect_real_files(const Path& path, std::set<Path>& files) {
-  if (!is_real_directory(path)) {
+void collect_files(Host_Filesystem& filesystem, const Path& path, std::set<Path>& files) {
+  if (filesystem.type_of(path) != File_Type::DIRECTORY) {
     files.insert(path);
     return;
   }
-  for (const auto& entry : real_entries(path)) {
-    collect_real_files(entry, files);
+  for (const auto& entry : filesystem.list_entries(path)) {
+    collect_files(filesystem, entry, files);
   }
+}
+
+std::optional<std::string> text_in(Host_Filesystem& filesystem, const Path& path) {
+  const File_Type type = filesystem.type_of(path);
+  return type == File_Type::NONE || type == File_Type::DIRECTORY
+             ? std::nullopt
+             : std::optional(filesystem.read_file(path, velmora::Read_Flag::WHOLE_TEXT));
 }
 
 }  // namespace
 
-Planning_Filesystem::Planning_Filesystem(std::shared_ptr<velmora::Filesystem> real, const Path& scratch)
-    : Forwarding_Filesystem(std::move(real)), scratch_(scratch) {}
+Planning_Filesystem::Planning_Filesystem(std::shared_ptr<Host_Filesystem> real, const Path& scratch)
+    : Forwarding_Filesystem(std::move(real)), scratch_(normal(scratch)) {}
 
 std::vector<File_Change> Planning_Filesystem::changes() const {
-  std::set<Path> touched = removed_files_;
-  for (const auto& file : files_) {
-    touched.insert(file.first);
+  std::set<Path> touched;
+  for (const auto& [path, entry] : entries_) {
+    collect_files(real(), path, touched);
+    if (entry.type == File_Type::FILE) {
+      touched.insert(path);
+    }
   }
   std::vector<File_Change> changes;
   for (const auto& path : touched) {
-    const auto before = real().exists(path)
-                            ? std::optional(real().read_file(path, velmora::Read_Flag::WHOLE_TEXT))
-                            : std::nullopt;
-    const auto file = files_.find(path);
-    const auto after = file == files_.end() ? std::nullopt : std::optional(file->second);
+    const auto before = text_in(real(), path);
+    const auto after = text_of_(path);
     if (before != after) {
       changes.push_back({path, before, after});
     }
@@ -69,46 +72,44 @@ bool Planning_Filesystem::remove(const Path& path) {
   if (is_scratch_(path)) {
     return real().remove(path);
   }
-  if (!exists(path) || has_entries_(path)) {
-    return false;
+  const bool can_be_removed = has_entry_(path) && planned_entries_(path).empty();
+  if (can_be_removed) {
+    remove_entry_(path);
   }
-  hide_(path);
-  return true;
+  return can_be_removed;
 }
 
 void Planning_Filesystem::remove(const std::vector<Path>& paths) {
   for (const auto& path : paths) {
-    remove(path);
+    if (is_scratch_(path)) {
+      real().remove(std::vector{path});
+    } else if (planned_type_(path) != File_Type::DIRECTORY) {
+      remove(path);
+    }
   }
 }
 
 void Planning_Filesystem::remove_all(const Path& path) {
   if (is_scratch_(path)) {
     real().remove_all(path);
-    return;
+  } else if (has_entry_(path)) {
+    remove_entry_(path);
   }
-  hide_(path);
 }
 
 bool Planning_Filesystem::exists(const Path& path) {
-  return files_.contains(path) || directories_.contains(path) || is_real_(path);
+  return planned_type_(path) != File_Type::NONE;
 }
 
 bool Planning_Filesystem::is_empty(const Path& path) {
-  const bool is_directory = directories_.contains(path) || (is_real_(path) && is_real_directory(path));
-  return is_directory && !has_entries_(path);
+  return planned_type_(path) == File_Type::DIRECTORY && planned_entries_(path).empty();
 }
 
 std::vector<Path> Planning_Filesystem::list_files(const Path& directory, const std::string& extension) {
-  auto found = is_real_(directory) ? real().list_files(directory, extension) : std::vector<Path>{};
-  std::erase_if(found, [this](const Path& path) { return !exists(path); });
-  for (const auto& file : files_) {
-    const bool is_new = std::find(found.begin(), found.end(), file.first) == found.end();
-    if (is_new && file.first.parent_path() == directory && file.first.extension() == extension) {
-      found.push_back(file.first);
-    }
-  }
-  std::sort(found.begin(), found.end());
+  std::vector<Path> found = planned_entries_(directory);
+  std::erase_if(found, [&](const Path& path) {
+    return path.extension() != extension || planned_type_(path) != File_Type::FILE;
+  });
   return found;
 }
 
@@ -126,25 +127,19 @@ std::size_t Planning_Filesystem::copy_files(const std::vector<Path>& sources, co
 }
 
 std::string Planning_Filesystem::read_file(const Path& path, int read_flag) {
-  const auto file = files_.find(path);
-  if (file == files_.end()) {
-    return is_real_(path) ? real().read_file(path, read_flag) : "";
-  }
-  std::string text = file->second;
-  if (read_flag == velmora::Read_Flag::WITHOUT_LINE_END && text.ends_with('\n')) {
-    text.pop_back();
-  }
-  return text;
+  const std::string text = text_of_(path).value_or("");
+  return read_flag == velmora::Read_Flag::WITHOUT_LINE_END ? without_line_end(text) : text;
 }
 
 bool Planning_Filesystem::write_file(const Path& path, const std::string& contents, int write_flag) {
   if (is_scratch_(path)) {
     return real().write_file(path, contents, write_flag);
   }
-  if (!exists(path.parent_path())) {
+  if (planned_type_(path) == File_Type::DIRECTORY ||
+      planned_type_(parent_of(normal(path))) != File_Type::DIRECTORY) {
     return false;
   }
-  files_[path] = contents;
+  cover_(path, File_Type::FILE, contents);
   return true;
 }
 
@@ -152,9 +147,14 @@ bool Planning_Filesystem::create_directories(const Path& path) {
   if (is_scratch_(path)) {
     return real().create_directories(path);
   }
-  for (Path directory = path; !directory.empty() && !exists(directory); directory = directory.parent_path()) {
-    directories_.insert(directory);
+  if (planned_type_(path) == File_Type::DIRECTORY) {
+    return true;
   }
+  const Path parent = normal(path).parent_path();
+  if (has_entry_(path) || !(parent.empty() || create_directories(parent))) {
+    return false;
+  }
+  cover_(path, File_Type::DIRECTORY);
   return true;
 }
 
@@ -163,48 +163,81 @@ bool Planning_Filesystem::files_equal(const Path& first, const Path& second) {
   return text && text == text_of_(second);
 }
 
+File_Type Planning_Filesystem::type_of(const Path& path) {
+  return planned_type_(path);
+}
+
+std::vector<Path> Planning_Filesystem::list_entries(const Path& directory) {
+  return planned_entries_(directory);
+}
+
 bool Planning_Filesystem::is_scratch_(const Path& path) const {
-  return lies_in(path, scratch_);
+  return lies_in(normal(path), scratch_);
 }
 
-bool Planning_Filesystem::is_hidden_(const Path& path) const {
-  return std::any_of(hidden_.begin(), hidden_.end(),
-                     [&path](const Path& hidden) { return lies_in(path, hidden); });
+// Whether an entry here, or above it, hides what really stands at the path.
+bool Planning_Filesystem::is_covered_(const Path& path) const {
+  for (Path place = normal(path); !place.empty(); place = place.parent_path()) {
+    if (entries_.contains(place)) {
+      return true;
+    }
+  }
+  return false;
 }
 
-// Whether the real file or directory shines through.
-bool Planning_Filesystem::is_real_(const Path& path) const {
-  return !is_hidden_(path) && real().exists(path);
+// Whether the directory above lists the path, which it does for a link that leads nowhere too.
+bool Planning_Filesystem::has_entry_(const Path& path) const {
+  if (planned_type_(path) != File_Type::NONE) {
+    return true;
+  }
+  const Path directory = parent_of(normal(path));
+  const auto entries = is_covered_(path) ? std::vector<Path>{} : real().list_entries(directory);
+  return std::find(entries.begin(), entries.end(), directory / normal(path).filename()) != entries.end();
 }
 
-bool Planning_Filesystem::has_entries_(const Path& directory) const {
-  const auto lies_here = [&directory](const Path& path) {
-    return path != directory && lies_in(path, directory);
-  };
-  const auto entries = real_entries(directory);
-  return std::any_of(files_.begin(), files_.end(), [&](const auto& file) { return lies_here(file.first); }) ||
-         std::any_of(directories_.begin(), directories_.end(), lies_here) ||
-         std::any_of(entries.begin(), entries.end(),
-                     [this](const Path& entry) { return !is_hidden_(entry); });
+File_Type Planning_Filesystem::planned_type_(const Path& path) const {
+  if (const auto entry = entries_.find(normal(path)); entry != entries_.end()) {
+    return entry->second.type;
+  }
+  return is_covered_(path) ? File_Type::NONE : real().type_of(path);
+}
+
+std::vector<Path> Planning_Filesystem::planned_entries_(const Path& directory) const {
+  const auto real_entries = is_covered_(directory) ? std::vector<Path>{} : real().list_entries(directory);
+  std::set<Path> found(real_entries.begin(), real_entries.end());
+  for (const auto& [path, entry] : entries_) {
+    if (parent_of(path) != normal(directory)) {
+      continue;
+    }
+    if (entry.type == File_Type::NONE) {
+      found.erase(directory / path.filename());
+    } else {
+      found.insert(directory / path.filename());
+    }
+  }
+  return {found.begin(), found.end()};
 }
 
 std::optional<std::string> Planning_Filesystem::text_of_(const Path& path) const {
-  if (const auto file = files_.find(path); file != files_.end()) {
-    return file->second;
-  }
-  if (!is_real_(path) || is_real_directory(path)) {
+  if (planned_type_(path) != File_Type::FILE) {
     return std::nullopt;
   }
-  return real().read_file(path, velmora::Read_Flag::WHOLE_TEXT);
+  const auto entry = entries_.find(normal(path));
+  return entry != entries_.end() ? entry->second.text
+                                 : real().read_file(path, velmora::Read_Flag::WHOLE_TEXT);
 }
 
-void Planning_Filesystem::hide_(const Path& path) {
-  if (is_real_(path)) {
-    collect_real_files(path, removed_files_);
-    hidden_.insert(path);
+void Planning_Filesystem::cover_(const Path& path, File_Type type, const std::string& text) {
+  entries_[normal(path)] = {type, text};
+}
+
+void Planning_Filesystem::remove_entry_(const Path& path) {
+  const Path place = normal(path);
+  std::erase_if(entries_, [&place](const auto& entry) { return lies_in(entry.first, place); });
+  // What really stands there, if anything, shows again now.
+  if (has_entry_(place)) {
+    cover_(place, File_Type::NONE);
   }
-  std::erase_if(files_, [&path](const auto& file) { return lies_in(file.first, path); });
-  std::erase_if(directories_, [&path](const Path& directory) { return lies_in(directory, path); });
 }
 
 }  // namespace zant::velmora_host

@@ -7,7 +7,6 @@
 #include <map>
 #include <memory>
 #include <optional>
-#include <set>
 #include <string>
 #include <vector>
 
@@ -16,21 +15,23 @@ namespace zant::velmora_host {
 /// A file that would be created, replaced or removed.
 struct File_Change {
   boost::filesystem::path path;
-  std::optional<std::string> before;  ///< empty when it is not there yet
-  std::optional<std::string> after;   ///< empty when it goes
+  std::optional<std::string> before;  ///< empty when it does not exist yet
+  std::optional<std::string> after;   ///< empty when it would be removed
 };
 
-/// A file service whose changes stay in memory, over the real files: who works through it sees what it has
-/// done, and the host is left as it is. Only below one directory files are really written. Used by one
-/// thread.
+/// A file service that keeps its changes in memory, over the files of another one: its callers see what they
+/// have changed, and the host stays as it is. Below one directory, the scratch directory, it really writes.
+/// Used by one thread.
 ///
-/// The real files are listed by way of this process's own file system.
+/// An operation succeeds and fails as the same operation would on the host; a disk that is full, or a file
+/// system that is read-only, is not foreseen. Two paths that lead to one place by way of a link are two
+/// places.
 class Planning_Filesystem : public Forwarding_Filesystem {
  public:
   /// @param scratch where changes are made for real.
-  Planning_Filesystem(std::shared_ptr<velmora::Filesystem> real, const Path& scratch);
+  Planning_Filesystem(std::shared_ptr<Host_Filesystem> real, const Path& scratch);
 
-  /// What would be different, by path; what ends as it began is left out.
+  /// What would be different, by path; a file that ends as it began is left out.
   std::vector<File_Change> changes() const;
 
   bool remove(const Path& path) override;
@@ -45,20 +46,27 @@ class Planning_Filesystem : public Forwarding_Filesystem {
   bool write_file(const Path& path, const std::string& contents, int write_flag) override;
   bool create_directories(const Path& path) override;
   bool files_equal(const Path& first, const Path& second) override;
+  File_Type type_of(const Path& path) override;
+  std::vector<Path> list_entries(const Path& directory) override;
 
  private:
+  // What stands at a path instead of what really does. It hides everything real below the path too.
+  struct Entry {
+    File_Type type;    // NONE: removed
+    std::string text;  // of a file
+  };
+
   bool is_scratch_(const Path& path) const;
-  bool is_hidden_(const Path& path) const;
-  bool is_real_(const Path& path) const;
-  bool has_entries_(const Path& directory) const;
+  bool is_covered_(const Path& path) const;
+  bool has_entry_(const Path& path) const;
+  File_Type planned_type_(const Path& path) const;
+  std::vector<Path> planned_entries_(const Path& directory) const;
   std::optional<std::string> text_of_(const Path& path) const;
-  void hide_(const Path& path);
+  void cover_(const Path& path, File_Type type, const std::string& text = "");
+  void remove_entry_(const Path& path);
 
   Path scratch_;
-  std::map<Path, std::string> files_;
-  std::set<Path> directories_;
-  std::set<Path> hidden_;         // real files and whole directories that are taken for gone
-  std::set<Path> removed_files_;  // the real files among and below them
+  std::map<Path, Entry> entries_;
 };
 
 }  // namespace zant::velmora_host

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <zant/velmora/host/filesystem.hpp>
+#include <zant/velmora_host/services/host_filesystem.hpp>
 
 #include <memory>
 #include <string>
@@ -9,10 +9,10 @@
 
 namespace zant::velmora_host {
 
-/// A file service that leaves everything to another one: the base of those that look at some operations.
-class Forwarding_Filesystem : public velmora::Filesystem {
+/// A file service that passes every operation on to another one: the base of those that override some.
+class Forwarding_Filesystem : public Host_Filesystem {
  public:
-  explicit Forwarding_Filesystem(std::shared_ptr<velmora::Filesystem> real) : real_(std::move(real)) {}
+  explicit Forwarding_Filesystem(std::shared_ptr<Host_Filesystem> real) : real_(std::move(real)) {}
 
   bool remove(const Path& path) override { return real_->remove(path); }
   void remove(const std::vector<Path>& paths) override { real_->remove(paths); }
@@ -38,12 +38,14 @@ class Forwarding_Filesystem : public velmora::Filesystem {
   bool files_equal(const Path& first, const Path& second) override {
     return real_->files_equal(first, second);
   }
+  File_Type type_of(const Path& path) override { return real_->type_of(path); }
+  std::vector<Path> list_entries(const Path& directory) override { return real_->list_entries(directory); }
 
  protected:
-  velmora::Filesystem& real() const noexcept { return *real_; }
+  Host_Filesystem& real() const noexcept { return *real_; }
 
  private:
-  std::shared_ptr<velmora::Filesystem> real_;
+  std::shared_ptr<Host_Filesystem> real_;
 };
 
 }  // namespace zant::velmora_host

@@ -1,7 +1,8 @@
 #include <zant/velmora_host/families/package_factory.hpp>
 
-#include <zant/velmora_host/services/posix/posix_filesystem.hpp>
-#include <zant/velmora_host/services/posix/posix_system.hpp>
+#include <zant/velmora_host/families/installation_command.hpp>
+#include <zant/velmora_host/services/command_service.hpp>
+#include <zant/velmora_host/services/file_service.hpp>
 #include <zant/velmora_host/settings/build_config.hpp>
 #include <zant/velmora_host/staging/staging_tree.hpp>
 
@@ -45,12 +46,13 @@ void make_staging_directory(const Settings& settings, const boost::filesystem::p
 }
 
 Host_Services make_host_services(const Settings& settings) {
-  Posix_System::Options options;
+  Command_Service::Options options;
   options.time_limit = settings.command_time_limit();
   options.kill_delay = settings.command_kill_delay();
   // By default apt-get update succeeds although a repository is unreachable.
   options.environment = {{"APT_CONFIG", Build_Config::APT_CONFIG_FILE}};
-  return {std::make_shared<Posix_System>(options), std::make_shared<Posix_Filesystem>()};
+  options.runs_to_its_end = changes_packages;
+  return {std::make_shared<Command_Service>(options), std::make_shared<File_Service>()};
 }
 
 std::unique_ptr<Package_Factory> make_package_factory(const Host_Services& services, const Settings& settings,
@@ -80,7 +82,7 @@ void remove_interrupted_writes(velmora::Filesystem& filesystem) {
     }
   }
   for (const auto& directory : directories) {
-    filesystem.remove(filesystem.list_files(directory, Posix_Filesystem::TEMPORARY_EXTENSION));
+    filesystem.remove(filesystem.list_files(directory, File_Service::TEMPORARY_EXTENSION));
   }
 }
 

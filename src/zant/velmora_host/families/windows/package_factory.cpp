@@ -1,10 +1,11 @@
 #include <zant/velmora_host/families/package_factory.hpp>
 
+#include <zant/velmora_host/families/installation_command.hpp>
+#include <zant/velmora_host/services/command_service.hpp>
+#include <zant/velmora_host/services/file_service.hpp>
 #include <zant/velmora_host/services/privileges.hpp>
 #include <zant/velmora_host/services/windows/protected_directory.hpp>
 #include <zant/velmora_host/services/windows/unicode.hpp>
-#include <zant/velmora_host/services/windows/windows_filesystem.hpp>
-#include <zant/velmora_host/services/windows/windows_system.hpp>
 
 #include <zant/velmora/choco/choco_constants.hpp>
 #include <zant/velmora/facilitators/windows_package_facilitator.hpp>
@@ -100,9 +101,10 @@ void make_staging_directory(const Settings& /*settings*/, const boost::filesyste
 }
 
 Host_Services make_host_services(const Settings& settings) {
-  Windows_System::Options options;
+  Command_Service::Options options;
   options.time_limit = settings.command_time_limit();
-  return {std::make_shared<Windows_System>(options), std::make_shared<Windows_Filesystem>()};
+  options.runs_to_its_end = changes_packages;
+  return {std::make_shared<Command_Service>(options), std::make_shared<File_Service>()};
 }
 
 std::unique_ptr<Package_Factory> make_package_factory(const Host_Services& services, const Settings& settings,

@@ -1,6 +1,6 @@
 #include <zant/velmora_host/services/posix/child_process.hpp>
 
-#include <zant/velmora_host/services/posix/posix_system.hpp>
+#include <zant/velmora_host/services/command_service.hpp>
 #include <zant/velmora_host/services/posix/system_error.hpp>
 
 #include <fcntl.h>

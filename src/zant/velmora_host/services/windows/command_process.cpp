@@ -105,7 +105,8 @@ class Inherited_Handles {
 };
 
 // Starts it inside the job: suspended, so that nothing it starts can get away.
-Handle start(const std::string& command, const Handle& input, const Handle& output, const Handle& job) {
+Handle start(const std::string& command, const std::wstring& environment, const Handle& input,
+             const Handle& output, const Handle& job) {
   Inherited_Handles inherited({input.get(), output.get()});
   STARTUPINFOEXW startup = {};
   startup.StartupInfo.cb = sizeof(startup);
@@ -119,9 +120,11 @@ Handle start(const std::string& command, const Handle& input, const Handle& outp
   const std::wstring directory = working_directory();
   std::wstring line = command_line(command);
   PROCESS_INFORMATION information = {};
-  if (::CreateProcessW(shell.c_str(), line.data(), nullptr, nullptr, TRUE,
-                       CREATE_NO_WINDOW | CREATE_SUSPENDED | EXTENDED_STARTUPINFO_PRESENT, nullptr,
-                       directory.c_str(), &startup.StartupInfo, &information) == FALSE) {
+  if (::CreateProcessW(
+          shell.c_str(), line.data(), nullptr, nullptr, TRUE,
+          CREATE_NO_WINDOW | CREATE_SUSPENDED | CREATE_UNICODE_ENVIRONMENT | EXTENDED_STARTUPINFO_PRESENT,
+          const_cast<wchar_t*>(environment.data()), directory.c_str(), &startup.StartupInfo,
+          &information) == FALSE) {
     throw_win32_error("cannot start cmd.exe");
   }
   Handle process(information.hProcess);
@@ -143,7 +146,8 @@ DWORD milliseconds_until(Clock::time_point deadline) {
 
 }  // namespace
 
-Command_Process::Command_Process(const std::string& command, std::size_t output_limit)
+Command_Process::Command_Process(const std::string& command, const std::wstring& environment,
+                                 std::size_t output_limit)
     : output_limit_(output_limit),
       job_(make_job()),
       data_event_(::CreateEventW(nullptr, TRUE, FALSE, nullptr)) {
@@ -151,7 +155,7 @@ Command_Process::Command_Process(const std::string& command, std::size_t output_
   pipe_ = make_pipe(pipe_name);
   const Handle output = open_for_child(pipe_name, GENERIC_WRITE);
   const Handle input = open_for_child(L"NUL", GENERIC_READ);
-  process_ = start(command, input, output, job_);
+  process_ = start(command, environment, input, output, job_);
   reading_.hEvent = data_event_.get();
   start_reading_();
 }
@@ -181,6 +185,12 @@ bool Command_Process::run_until(Clock::time_point deadline) {
       default:
         throw_win32_error("cannot wait for the command");
     }
+  }
+}
+
+void Command_Process::run_to_end() {
+  // One wait is limited to weeks.
+  while (!run_until(Clock::time_point::max())) {
   }
 }
 

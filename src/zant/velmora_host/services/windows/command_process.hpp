@@ -19,15 +19,19 @@ class Command_Process {
   /// Starts the command.
   ///
   /// @param command      UTF-8, on one line.
+  /// @param environment  see `make_command_environment`.
   /// @param output_limit how many bytes of output are kept.
   /// @throws std::system_error when it cannot be started.
-  Command_Process(const std::string& command, std::size_t output_limit);
+  Command_Process(const std::string& command, const std::wstring& environment, std::size_t output_limit);
   ~Command_Process();
   Command_Process(const Command_Process&) = delete;
   Command_Process& operator=(const Command_Process&) = delete;
 
   /// Collects output until the command ends; true when it has ended, false when the deadline passed first.
   bool run_until(Clock::time_point deadline);
+
+  /// Collects output until the command ends, however long it takes.
+  void run_to_end();
 
   /// Ends the command with every process that it has started.
   void end_tree();

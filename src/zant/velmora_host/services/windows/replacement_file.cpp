@@ -13,8 +13,8 @@ constexpr DWORD NOT_SHARED = 0;
 constexpr std::size_t LARGEST_PIECE = std::size_t{1} << 20;
 
 boost::filesystem::path temporary_path(const boost::filesystem::path& destination) {
-  return destination.parent_path() / boost::filesystem::unique_path(L"." + destination.filename().wstring() +
-                                                                    L".package-minder-%%%%%%%%");
+  boost::filesystem::path name(L"." + destination.filename().wstring() + L".%%%%%%%%");
+  return destination.parent_path() / boost::filesystem::unique_path(name += Replacement_File::EXTENSION);
 }
 
 }  // namespace

@@ -13,6 +13,9 @@ namespace zant::velmora_host {
 /// reached, nothing of it stays. All operations throw std::system_error.
 class Replacement_File {
  public:
+  /// What the names of unfinished files end in. They begin with a point.
+  static constexpr const char* EXTENSION = ".package-minder";
+
   explicit Replacement_File(const boost::filesystem::path& destination);
   ~Replacement_File();
   Replacement_File(const Replacement_File&) = delete;

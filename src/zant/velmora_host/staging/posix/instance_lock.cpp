@@ -7,24 +7,23 @@
 #include <fmt/format.h>
 
 #include <fcntl.h>
-#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <array>
-#include <string>
 
 namespace zant::velmora_host {
 namespace {
 
 constexpr mode_t FILE_MODE = 0644;
 
-File_Descriptor open_lock_file(const boost::filesystem::path& file) {
-  File_Descriptor descriptor(::open(file.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC, FILE_MODE));
-  if (!descriptor.is_open()) {
-    throw_system_error("cannot open " + file.string());
-  }
-  return descriptor;
+// A lock on the whole file that belongs to the open file and not to the process. Other than that of flock(2),
+// it can be asked about without being taken.
+struct flock whole_file() {
+  struct flock lock {};
+  lock.l_type = F_WRLCK;
+  lock.l_whence = SEEK_SET;
+  return lock;
 }
 
 std::string read_holder(const File_Descriptor& descriptor) {
@@ -34,54 +33,85 @@ std::string read_holder(const File_Descriptor& descriptor) {
   return holder.empty() ? "unknown" : holder;
 }
 
-// False when whoever had the lock took the file away with it: then it guards nothing.
-bool is_still_there(const File_Descriptor& descriptor, const boost::filesystem::path& file) {
-  struct stat ours {};
-  struct stat current {};
-  return ::fstat(descriptor.get(), &ours) == 0 && ::stat(file.c_str(), &current) == 0 &&
-         ours.st_dev == current.st_dev && ours.st_ino == current.st_ino;
-}
-
-void lock_or_refuse(const File_Descriptor& descriptor, const boost::filesystem::path& file) {
-  if (::flock(descriptor.get(), LOCK_EX | LOCK_NB) == 0) {
-    return;
-  }
-  if (errno != EWOULDBLOCK) {
-    throw_system_error("cannot lock " + file.string());
-  }
-  throw Refusal(
-      Refusal_Reason::BUSY,
-      fmt::format("another package-minder (process {}) is already running; wait until it ends, or stop it "
-                  "first, the service with \"systemctl stop package-minder\"",
-                  read_holder(descriptor)));
-}
-
-void write_holder(const File_Descriptor& descriptor) {
-  const std::string holder = std::to_string(::getpid());
-  // Only for the message above: a lock without it is as good.
-  if (::ftruncate(descriptor.get(), 0) == 0) {
-    [[maybe_unused]] const ssize_t size = ::pwrite(descriptor.get(), holder.data(), holder.size(), 0);
-  }
-}
-
 }  // namespace
 
-Instance_Lock::Instance_Lock(const boost::filesystem::path& file) : file_(file), descriptor_(-1) {
-  File_Descriptor descriptor;
-  do {
-    descriptor = open_lock_file(file);
-    lock_or_refuse(descriptor, file);
-  } while (!is_still_there(descriptor, file));
-  write_holder(descriptor);
-  descriptor_ = descriptor.release();
-}
+class Instance_Lock::Lock_File {
+ public:
+  explicit Lock_File(const boost::filesystem::path& file) : path_(file) {
+    do {
+      open_();
+      lock_or_refuse_();
+    } while (!is_still_there_());
+    write_holder_();
+  }
 
-Instance_Lock::~Instance_Lock() {
-  ::close(descriptor_);
+  void remove() { ::unlink(path_.c_str()); }
+
+ private:
+  void open_() {
+    descriptor_ =
+        File_Descriptor(::open(path_.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC, FILE_MODE));
+    if (!descriptor_.is_open()) {
+      throw_system_error("cannot open " + path_.string());
+    }
+  }
+
+  void lock_or_refuse_() {
+    struct flock lock = whole_file();
+    if (::fcntl(descriptor_.get(), F_OFD_SETLK, &lock) == 0) {
+      return;
+    }
+    if (errno != EAGAIN && errno != EACCES) {
+      throw_system_error("cannot lock " + path_.string());
+    }
+    throw Refusal(Refusal_Reason::BUSY,
+                  fmt::format("another package-minder (process {}) is already running; wait until it ends, "
+                              "or stop it first, the service with \"systemctl stop package-minder\"",
+                              read_holder(descriptor_)));
+  }
+
+  // False when the process that held the lock before deleted the file: then the lock keeps nobody out.
+  bool is_still_there_() const {
+    struct stat ours {};
+    struct stat current {};
+    return ::fstat(descriptor_.get(), &ours) == 0 && ::stat(path_.c_str(), &current) == 0 &&
+           ours.st_dev == current.st_dev && ours.st_ino == current.st_ino;
+  }
+
+  void write_holder_() {
+    const std::string holder = std::to_string(::getpid());
+    // Only for messages: a lock without it is as good.
+    if (::ftruncate(descriptor_.get(), 0) == 0) {
+      [[maybe_unused]] const ssize_t size = ::pwrite(descriptor_.get(), holder.data(), holder.size(), 0);
+    }
+  }
+
+  boost::filesystem::path path_;
+  File_Descriptor descriptor_;
+};
+
+Instance_Lock::Instance_Lock(const boost::filesystem::path& file)
+    : lock_file_(std::make_unique<Lock_File>(file)) {}
+
+Instance_Lock::~Instance_Lock() = default;
+
+std::string Instance_Lock::find_holder(const boost::filesystem::path& file) {
+  const File_Descriptor descriptor(::open(file.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC));
+  if (!descriptor.is_open()) {
+    if (errno == ENOENT || errno == ENOTDIR) {
+      return "";
+    }
+    throw_system_error("cannot open " + file.string());
+  }
+  struct flock lock = whole_file();
+  if (::fcntl(descriptor.get(), F_OFD_GETLK, &lock) != 0) {
+    throw_system_error("cannot ask for the lock of " + file.string());
+  }
+  return lock.l_type == F_UNLCK ? "" : read_holder(descriptor);
 }
 
 void Instance_Lock::remove_file() {
-  ::unlink(file_.c_str());
+  lock_file_->remove();
 }
 
 }  // namespace zant::velmora_host

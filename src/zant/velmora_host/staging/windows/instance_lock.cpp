@@ -6,24 +6,45 @@
 
 #include <fmt/format.h>
 
-#include <fcntl.h>
-#include <io.h>
-
 #include <array>
-#include <string>
 
 namespace zant::velmora_host {
 namespace {
 
-// Nobody else may open it to write, which makes it a lock; but to read, to learn who has it.
-Handle open_lock_file(const boost::filesystem::path& file) {
+using boost::filesystem::path;
+
+// Opened to write by one process alone, which makes it a lock; but to read by others, to learn who holds it.
+Handle open_as_holder(const path& file) {
   return Handle(::CreateFileW(file.c_str(), GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ, nullptr,
                               OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
 }
 
-std::string read_holder(const boost::filesystem::path& file) {
-  const Handle reader(::CreateFileW(file.c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
-                                    OPEN_EXISTING, 0, nullptr));
+// In nobody's way: this neither locks nor keeps the file from being opened, written and deleted.
+Handle open_as_reader(const path& file) {
+  return Handle(::CreateFileW(file.c_str(), GENERIC_READ,
+                              FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr, OPEN_EXISTING,
+                              FILE_ATTRIBUTE_NORMAL, nullptr));
+}
+
+// A byte far behind the text, which the holder keeps locked. Others can ask for it without opening the file
+// in a way that would keep the next holder out.
+OVERLAPPED mark() {
+  OVERLAPPED place = {};
+  place.OffsetHigh = 1;
+  return place;
+}
+
+bool set_mark(const Handle& file, DWORD flags) {
+  OVERLAPPED place = mark();
+  return ::LockFileEx(file.get(), flags, 0, 1, 0, &place) != FALSE;
+}
+
+void clear_mark(const Handle& file) {
+  OVERLAPPED place = mark();
+  ::UnlockFileEx(file.get(), 0, 1, 0, &place);
+}
+
+std::string read_holder(const Handle& reader) {
   std::array<char, 32> text{};
   DWORD size = 0;
   const bool is_read =
@@ -38,41 +59,66 @@ void write_holder(const Handle& lock_file) {
   ::WriteFile(lock_file.get(), holder.data(), static_cast<DWORD>(holder.size()), &size, nullptr);
 }
 
-[[noreturn]] void refuse(const boost::filesystem::path& file) {
-  throw Refusal(
-      Refusal_Reason::BUSY,
-      fmt::format("another package-minder (process {}) is already running; wait until it ends, or stop it "
-                  "first, the service with \"package-minder service stop\"",
-                  read_holder(file)));
+[[noreturn]] void refuse(const path& file) {
+  throw Refusal(Refusal_Reason::BUSY,
+                fmt::format("another package-minder (process {}) is already running; wait until it ends, or "
+                            "stop it first, the service with \"package-minder service stop\"",
+                            read_holder(open_as_reader(file))));
 }
 
 }  // namespace
 
-Instance_Lock::Instance_Lock(const boost::filesystem::path& file) : file_(file), descriptor_(-1) {
-  Handle lock_file = open_lock_file(file);
-  if (!lock_file.is_open()) {
+class Instance_Lock::Lock_File {
+ public:
+  explicit Lock_File(const path& file) : path_(file), handle_(open_as_holder(file)) {
+    if (!handle_.is_open()) {
+      const DWORD code = ::GetLastError();
+      if (code == ERROR_SHARING_VIOLATION) {
+        refuse(file);
+      }
+      throw_win32_error("cannot open " + file.string(), code);
+    }
+    // Waits for a process that asks at this moment who holds the lock.
+    if (!set_mark(handle_, LOCKFILE_EXCLUSIVE_LOCK)) {
+      throw_win32_error("cannot lock " + file.string());
+    }
+    write_holder(handle_);
+  }
+
+  void remove() {
+    // An open file would keep its directory from being removed. If another process takes the lock in between,
+    // its file stays.
+    handle_.close();
+    ::DeleteFileW(path_.c_str());
+  }
+
+ private:
+  path path_;
+  Handle handle_;
+};
+
+Instance_Lock::Instance_Lock(const path& file) : lock_file_(std::make_unique<Lock_File>(file)) {}
+
+Instance_Lock::~Instance_Lock() = default;
+
+std::string Instance_Lock::find_holder(const path& file) {
+  const Handle reader = open_as_reader(file);
+  if (!reader.is_open()) {
     const DWORD code = ::GetLastError();
-    if (code == ERROR_SHARING_VIOLATION) {
-      refuse(file);
+    if (code == ERROR_FILE_NOT_FOUND || code == ERROR_PATH_NOT_FOUND) {
+      return "";
     }
     throw_win32_error("cannot open " + file.string(), code);
   }
-  write_holder(lock_file);
-  descriptor_ = ::_open_osfhandle(reinterpret_cast<intptr_t>(lock_file.release()), _O_RDWR);
-}
-
-Instance_Lock::~Instance_Lock() {
-  if (descriptor_ != -1) {
-    ::_close(descriptor_);
+  if (!set_mark(reader, LOCKFILE_FAIL_IMMEDIATELY)) {
+    return read_holder(reader);
   }
+  clear_mark(reader);
+  return "";
 }
 
 void Instance_Lock::remove_file() {
-  // An open file would keep its directory from being removed. Should another process take the lock in
-  // between, then its file stays.
-  ::_close(descriptor_);
-  descriptor_ = -1;
-  ::DeleteFileW(file_.c_str());
+  lock_file_->remove();
 }
 
 }  // namespace zant::velmora_host

@@ -6,6 +6,7 @@
 
 #include <support/fake_filesystem.hpp>
 #include <support/fake_system.hpp>
+#include <support/host_side/fake_host_filesystem.hpp>
 
 #include <zant/velmora/package_minder/package_minder.hpp>
 
@@ -58,7 +59,8 @@ class CycleRecorder : public ::testing::Test {
   // As the program does when it is started, again too.
   void start() {
     recorder_ = std::make_shared<Cycle_Recorder>("run", files_, RECORD, [this] { return now_; });
-    observed_files_ = std::make_shared<Observed_Filesystem>(files_, recorder_, "/state/staging");
+    observed_files_ = std::make_shared<Observed_Filesystem>(
+        std::make_shared<test_support::Fake_Host_Filesystem>(files_), recorder_, "/state/staging");
     observed_system_ = std::make_shared<Observed_System>(system_, recorder_, watch_);
     observed_package_ = std::make_shared<Observed_Package>(package_, recorder_, watch_);
     recorder_->add_listener([this](const Cycle_State& state) { heard_.push_back(state); });

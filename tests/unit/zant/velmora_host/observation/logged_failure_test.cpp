@@ -53,7 +53,7 @@ TEST(LoggedFailureWatch, OverlooksAllElse) {
   const Logged_Failure_Watch watch;
 
   log("Choco_Exe", severity_level::notice);
-  log("Posix_System", severity_level::error);
+  log("Command_Service", severity_level::error);
 
   EXPECT_FALSE(watch.has_noticed_one());
 }

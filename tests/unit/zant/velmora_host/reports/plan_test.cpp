@@ -128,6 +128,17 @@ TEST_F(PlanTest, OfAPurgeOfTheUpgradesGivesTheHostItsFilesBack) {
   EXPECT_THAT(to_text(report), ::testing::Not(HasSubstr("zant-velmora.list")));
 }
 
+TEST_F(PlanTest, SaysThatACycleWouldFailWithADirectoryInTheSourceListsPlace) {
+  host_.set_up();
+  host_.services.filesystem->remove(boost::filesystem::path("/etc/apt/sources.list.d/zant-velmora.list"));
+  host_.services.filesystem->create_directories("/etc/apt/sources.list.d/zant-velmora.list");
+
+  const auto report = plan();
+
+  EXPECT_EQ(report.outcome(), Plan::Outcome::FAILS);
+  EXPECT_THAT(paths(report), IsEmpty());
+}
+
 TEST_F(PlanTest, TellsWhyACycleWouldFail) {
   host_.services.filesystem->remove_all("/etc/apt/trusted.gpg.d");
 

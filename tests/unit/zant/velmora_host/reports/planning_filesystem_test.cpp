@@ -1,6 +1,6 @@
 #include <zant/velmora_host/reports/planning_filesystem.hpp>
 
-#include <zant/velmora_host/services/posix/posix_filesystem.hpp>
+#include <zant/velmora_host/services/file_service.hpp>
 #include <zant/velmora_host/services/temporary_directory.hpp>
 
 #include <gmock/gmock.h>
@@ -49,7 +49,7 @@ class PlanningFilesystem : public ::testing::Test {
   }
 
   Temporary_Directory directory_;
-  Planning_Filesystem files_{std::make_shared<Posix_Filesystem>(), directory_.path() / "scratch"};
+  Planning_Filesystem files_{std::make_shared<File_Service>(), directory_.path() / "scratch"};
 };
 
 TEST_F(PlanningFilesystem, ShowsTheRealFiles) {
@@ -136,6 +136,51 @@ TEST_F(PlanningFilesystem, ForgetsWhatIsRemovedAgain) {
   files_.remove(host("new"));
 
   EXPECT_THAT(changes(), IsEmpty());
+}
+
+TEST_F(PlanningFilesystem, ReportsTheFilesOfADirectoryThatAFileReplaces) {
+  files_.remove_all(host("timer.d"));
+  files_.write_file(host("timer.d"), "now a file\n", velmora::Write_Flag::REPLACE);
+
+  EXPECT_THAT(changes(), ElementsAre("timer.d: - -> now a file\n", "timer.d/one.conf: 1\n -> -"));
+}
+
+TEST_F(PlanningFilesystem, DoesNotReportAFileThatIsRemovedAndWrittenAgainAsItWas) {
+  files_.remove_all(host("timer.d"));
+  files_.create_directories(host("timer.d"));
+  files_.write_file(host("timer.d/one.conf"), "1\n", velmora::Write_Flag::REPLACE);
+
+  EXPECT_THAT(changes(), IsEmpty());
+}
+
+TEST_F(PlanningFilesystem, RemovesALinkThatLeadsNowhere) {
+  boost::filesystem::create_symlink("nothing", host("timer.d/dangling.conf"));
+
+  EXPECT_FALSE(files_.exists(host("timer.d/dangling.conf")));
+  EXPECT_FALSE(files_.create_directories(host("timer.d/dangling.conf")));
+  EXPECT_TRUE(files_.remove(host("timer.d/dangling.conf")));
+  EXPECT_FALSE(files_.remove(host("timer.d/dangling.conf")));
+
+  EXPECT_THAT(files_.list_entries(host("timer.d")), ElementsAre(host("timer.d/one.conf")));
+  EXPECT_THAT(changes(), IsEmpty());
+}
+
+TEST_F(PlanningFilesystem, TakesOtherSpellingsOfAPathForTheSamePlace) {
+  files_.write_file(host("timer.d/../there"), "new\n", velmora::Write_Flag::REPLACE);
+  files_.create_directories(host("made/"));
+
+  EXPECT_EQ(files_.read_file(host("there"), velmora::Read_Flag::WHOLE_TEXT), "new\n");
+  EXPECT_TRUE(files_.is_empty(host("made")));
+  EXPECT_THAT(changes(), ElementsAre("there: old\n -> new\n"));
+}
+
+TEST_F(PlanningFilesystem, CreatesDirectoriesOfARelativePath) {
+  EXPECT_TRUE(files_.create_directories("no-such-directory-here/below"));
+
+  EXPECT_TRUE(files_.is_empty("no-such-directory-here/below"));
+  EXPECT_TRUE(files_.write_file("no-such-file-here", "text", velmora::Write_Flag::REPLACE));
+  EXPECT_FALSE(boost::filesystem::exists("no-such-directory-here"));
+  EXPECT_FALSE(boost::filesystem::exists("no-such-file-here"));
 }
 
 TEST_F(PlanningFilesystem, WritesBelowTheScratchDirectoryForReal) {

@@ -1,6 +1,6 @@
 #include <zant/velmora_host/staging/staging_tree.hpp>
 
-#include <zant/velmora_host/services/posix/posix_filesystem.hpp>
+#include <zant/velmora_host/services/file_service.hpp>
 #include <zant/velmora_host/services/temporary_directory.hpp>
 
 #include <support/captured_log.hpp>
@@ -159,7 +159,7 @@ TEST_F(StagingTree, WithALinkToADirectoryIsRefused) {
 }
 
 TEST_F(StagingTree, IsCopiedWithAllItsFiles) {
-  Posix_Filesystem files;
+  File_Service files;
   const path copy = directory_.path() / "copy";
 
   copy_staging_tree(tree(), copy);

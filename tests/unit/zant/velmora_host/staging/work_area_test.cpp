@@ -1,7 +1,7 @@
 #include <zant/velmora_host/staging/work_area.hpp>
 
 #include <zant/velmora_host/base/refusal.hpp>
-#include <zant/velmora_host/services/posix/posix_filesystem.hpp>
+#include <zant/velmora_host/services/file_service.hpp>
 #include <zant/velmora_host/services/temporary_directory.hpp>
 
 #include <support/captured_log.hpp>
@@ -47,7 +47,7 @@ class WorkArea : public ::testing::Test {
 
   velmora::test_support::Captured_Log log_;
   Temporary_Directory directory_;
-  std::shared_ptr<velmora::Filesystem> files_ = std::make_shared<Posix_Filesystem>();
+  std::shared_ptr<velmora::Filesystem> files_ = std::make_shared<File_Service>();
 };
 
 TEST_F(WorkArea, HasAFreshCopyOfTheStagingTree) {

@@ -3,11 +3,16 @@
 #include <zant/velmora_host/base/refusal.hpp>
 #include <zant/velmora_host/services/temporary_directory.hpp>
 
+#include <support/host_side/denied_system_call.hpp>
+
 #include <gtest/gtest.h>
 #include <boost/filesystem/operations.hpp>
 
+#include <fcntl.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <fstream>
 #include <optional>
 #include <string>
@@ -57,6 +62,51 @@ TEST_F(InstanceLock, OfAFileThatIsGoneIsNobodysObstacle) {
   lock.remove_file();
 
   EXPECT_EQ(refusal(), "");
+}
+
+TEST_F(InstanceLock, ThatCannotBeTakenForAnotherReasonDoesNotNameAProcess) {
+  const auto lock_without_locks = [this] {
+    test_support::deny_system_call(SYS_fcntl, F_OFD_SETLK, ENOLCK);
+    try {
+      const Instance_Lock lock(file_);
+    } catch (const std::system_error& error) {
+      ::_exit(error.code().value() == ENOLCK ? 0 : 1);
+    } catch (...) {
+      ::_exit(2);
+    }
+    ::_exit(3);
+  };
+
+  EXPECT_EXIT(lock_without_locks(), ::testing::ExitedWithCode(0), "");
+}
+
+TEST_F(InstanceLock, NamesItsHolderToThoseWhoAsk) {
+  const Instance_Lock lock(file_);
+
+  EXPECT_EQ(Instance_Lock::find_holder(file_), std::to_string(::getpid()));
+}
+
+TEST_F(InstanceLock, HasNoHolderBeforeAndAfterIt) {
+  EXPECT_EQ(Instance_Lock::find_holder(file_), "");
+  EXPECT_EQ(Instance_Lock::find_holder(directory_.path() / "missing" / "lock"), "");
+  EXPECT_FALSE(boost::filesystem::exists(file_)) << "asking creates nothing";
+
+  { const Instance_Lock lock(file_); }
+
+  EXPECT_EQ(Instance_Lock::find_holder(file_), "");
+}
+
+TEST_F(InstanceLock, HasAnUnknownHolderWhenTheFileIsEmpty) {
+  const Instance_Lock lock(file_);
+  boost::filesystem::resize_file(file_, 0);
+
+  EXPECT_EQ(Instance_Lock::find_holder(file_), "unknown");
+}
+
+TEST_F(InstanceLock, OfAFileThatMayNotBeOpenedIsAFailureAndNotNobody) {
+  boost::filesystem::create_symlink("elsewhere", file_);
+
+  EXPECT_THROW(Instance_Lock::find_holder(file_), std::system_error);
 }
 
 TEST_F(InstanceLock, WhereNoFileCanBeMadeSaysWhy) {

@@ -1,7 +1,5 @@
 #pragma once
 
-#include <support/captured_log.hpp>
-
 #include <zant/velmora/host/filesystem.hpp>
 
 #include <gmock/gmock.h>
@@ -10,37 +8,65 @@
 #include <string>
 #include <vector>
 
-namespace zant::velmora {
+/// What the library relies on in the services that a server hands it, as tests. A server that brings services
+/// of its own runs them in its own test program, which needs GoogleTest 1.12 or later with GoogleMock:
+///
+///     class My_Files {
+///      public:
+///       zant::velmora::Filesystem& filesystem() { return filesystem_; }
+///       boost::filesystem::path root() const { return directory_; }  // is there, and empty
+///       ...
+///     };
+///
+///     namespace zant::velmora_host::contract {
+///     INSTANTIATE_TYPED_TEST_SUITE_P(Mine, FilesystemContract, My_Files);
+///     }
+///
+/// The fakes of this project's own tests pass the same suites as its real services, so that they behave
+/// alike.
+namespace zant::velmora_host::contract {
 
 using namespace std::string_literals;
 
-/// What the library relies on in a file service. One suite for all services: a fake that is tested by it and
-/// a real one that is tested by it behave alike.
+/// What the library relies on in a file service.
 ///
-/// @tparam Host gives a `filesystem()` to be tested and an existing, empty directory `root()` to do it in.
+/// @tparam Host is made anew for each test. It gives a `filesystem()` to be tested and an existing, empty
+///              directory `root()` to do it in. With an `arranging_filesystem()`, that one makes the files
+///              which a test begins with; without it, the tested one does.
 template <typename Host>
 class FilesystemContract : public ::testing::Test {
  protected:
-  using Path = Filesystem::Path;
+  using Path = velmora::Filesystem::Path;
 
-  Filesystem& files() { return host_.filesystem(); }
+  velmora::Filesystem& files() { return host_.filesystem(); }
   Path at(const std::string& name) { return host_.root() / name; }
 
   void given_file(const std::string& name, const std::string& text) {
-    ASSERT_TRUE(files().write_file(at(name), text, Write_Flag::REPLACE));
+    ASSERT_TRUE(arranging_files_().write_file(at(name), text, velmora::Write_Flag::REPLACE));
   }
-  void given_directory(const std::string& name) { ASSERT_TRUE(files().create_directories(at(name))); }
+  void given_directory(const std::string& name) {
+    ASSERT_TRUE(arranging_files_().create_directories(at(name)));
+  }
 
-  std::string text_of(const std::string& name) { return files().read_file(at(name), Read_Flag::WHOLE_TEXT); }
+  std::string text_of(const std::string& name) {
+    return files().read_file(at(name), velmora::Read_Flag::WHOLE_TEXT);
+  }
   std::string line_of(const std::string& name) {
-    return files().read_file(at(name), Read_Flag::WITHOUT_LINE_END);
+    return files().read_file(at(name), velmora::Read_Flag::WITHOUT_LINE_END);
   }
   bool copy(const std::string& source, const std::string& destination) {
-    return files().copy_file(at(source), at(destination), Copy_Option::OVERWRITE_EXISTING);
+    return files().copy_file(at(source), at(destination), velmora::Copy_Option::OVERWRITE_EXISTING);
   }
 
  private:
-  test_support::Captured_Log log_;  // keeps the reasons of failures out of the test's output
+  velmora::Filesystem& arranging_files_() {
+    if constexpr (requires { host_.arranging_filesystem(); }) {
+      return host_.arranging_filesystem();
+    } else {
+      return host_.filesystem();
+    }
+  }
+
   Host host_;
 };
 
@@ -98,10 +124,20 @@ TYPED_TEST_P(FilesystemContract, RemoveOfAListLeavesDirectories) {
   EXPECT_TRUE(this->files().exists(this->at("d")));
 }
 
+TYPED_TEST_P(FilesystemContract, RemoveOfAListRemovesTheOtherFilesBesideADirectory) {
+  this->given_directory("d");
+  this->given_file("a", "text");
+
+  this->files().remove(std::vector{this->at("d"), this->at("a")});
+
+  EXPECT_TRUE(this->files().exists(this->at("d")));
+  EXPECT_FALSE(this->files().exists(this->at("a")));
+}
+
 TYPED_TEST_P(FilesystemContract, RemoveOfAnEmptyListDoesNothing) {
   this->given_file("a", "text");
 
-  this->files().remove(std::vector<Filesystem::Path>{});
+  this->files().remove(std::vector<velmora::Filesystem::Path>{});
 
   EXPECT_EQ(this->text_of("a"), "text");
 }
@@ -118,6 +154,39 @@ TYPED_TEST_P(FilesystemContract, RemoveAllTakesADirectoryWithEverythingInIt) {
 
   EXPECT_FALSE(this->files().exists(this->at("d")));
   EXPECT_TRUE(this->files().exists(this->at("d2")));
+}
+
+TYPED_TEST_P(FilesystemContract, ADirectoryThatIsMadeAgainAfterRemoveAllIsEmpty) {
+  this->given_directory("d");
+  this->given_file("d/a", "text");
+
+  this->files().remove_all(this->at("d"));
+
+  EXPECT_TRUE(this->files().create_directories(this->at("d")));
+  EXPECT_TRUE(this->files().is_empty(this->at("d")));
+  EXPECT_EQ(this->text_of("d/a"), "");
+}
+
+TYPED_TEST_P(FilesystemContract, ADirectoryIsEmptyOnceItsFilesAreRemoved) {
+  this->given_directory("d");
+  this->given_file("d/a", "text");
+  this->given_file("d/b", "text");
+
+  this->files().remove(std::vector{this->at("d/a"), this->at("d/b")});
+
+  EXPECT_TRUE(this->files().is_empty(this->at("d")));
+  EXPECT_TRUE(this->files().remove(this->at("d")));
+}
+
+TYPED_TEST_P(FilesystemContract, AFileCanTakeThePlaceOfARemovedDirectory) {
+  this->given_directory("d");
+  this->given_file("d/a", "text");
+
+  this->files().remove_all(this->at("d"));
+
+  EXPECT_TRUE(this->files().write_file(this->at("d"), "now a file", velmora::Write_Flag::REPLACE));
+  EXPECT_EQ(this->text_of("d"), "now a file");
+  EXPECT_FALSE(this->files().exists(this->at("d/a")));
 }
 
 TYPED_TEST_P(FilesystemContract, RemoveAllOfWhatIsMissingIsNoError) {
@@ -181,6 +250,18 @@ TYPED_TEST_P(FilesystemContract, ListFilesLooksNeitherAtDirectoriesNorBelowThem)
   this->given_file("d/e.template/a.template", "");
 
   EXPECT_THAT(this->files().list_files(this->at("d"), ".template"), ::testing::IsEmpty());
+}
+
+TYPED_TEST_P(FilesystemContract, ListFilesShowsWhatWasWrittenAndNotWhatWasRemoved) {
+  this->given_directory("d");
+  this->given_file("d/old.conf", "");
+  this->given_file("d/kept.conf", "");
+
+  this->files().remove(this->at("d/old.conf"));
+  this->files().write_file(this->at("d/new.conf"), "", velmora::Write_Flag::REPLACE);
+
+  EXPECT_THAT(this->files().list_files(this->at("d"), ".conf"),
+              ::testing::UnorderedElementsAre(this->at("d/kept.conf"), this->at("d/new.conf")));
 }
 
 TYPED_TEST_P(FilesystemContract, ListFilesOfAMissingDirectoryIsEmpty) {
@@ -261,7 +342,7 @@ TYPED_TEST_P(FilesystemContract, CopyFilesCopiesWhatExistsUnderItsOwnNameAndCoun
   this->given_directory("d");
 
   const auto copied = this->files().copy_files({this->at("a"), this->at("missing"), this->at("b")},
-                                               this->at("d"), Copy_Option::OVERWRITE_EXISTING);
+                                               this->at("d"), velmora::Copy_Option::OVERWRITE_EXISTING);
 
   EXPECT_EQ(copied, 2U);
   EXPECT_EQ(this->text_of("d/a"), "A");
@@ -274,7 +355,8 @@ TYPED_TEST_P(FilesystemContract, CopyFilesReplacesExistingFiles) {
   this->given_directory("d");
   this->given_file("d/a", "old");
 
-  EXPECT_EQ(this->files().copy_files({this->at("a")}, this->at("d"), Copy_Option::OVERWRITE_EXISTING), 1U);
+  EXPECT_EQ(
+      this->files().copy_files({this->at("a")}, this->at("d"), velmora::Copy_Option::OVERWRITE_EXISTING), 1U);
 
   EXPECT_EQ(this->text_of("d/a"), "new");
 }
@@ -285,7 +367,7 @@ TYPED_TEST_P(FilesystemContract, CopyFilesDoesNotCountWhatCannotBeCopied) {
   this->given_directory("d/a");
 
   const auto copied = this->files().copy_files({this->at("a"), this->at("b")}, this->at("d"),
-                                               Copy_Option::OVERWRITE_EXISTING);
+                                               velmora::Copy_Option::OVERWRITE_EXISTING);
 
   EXPECT_EQ(copied, 1U);
   EXPECT_EQ(this->text_of("d/b"), "B");
@@ -294,7 +376,8 @@ TYPED_TEST_P(FilesystemContract, CopyFilesDoesNotCountWhatCannotBeCopied) {
 TYPED_TEST_P(FilesystemContract, CopyFilesIntoAMissingDirectoryCopiesNone) {
   this->given_file("a", "A");
 
-  EXPECT_EQ(this->files().copy_files({this->at("a")}, this->at("missing"), Copy_Option::OVERWRITE_EXISTING),
+  EXPECT_EQ(this->files().copy_files({this->at("a")}, this->at("missing"),
+                                     velmora::Copy_Option::OVERWRITE_EXISTING),
             0U);
 
   EXPECT_FALSE(this->files().exists(this->at("missing")));
@@ -341,7 +424,7 @@ TYPED_TEST_P(FilesystemContract, ReadFileWithoutLineEndTakesOneLineEndAway) {
 TYPED_TEST_P(FilesystemContract, WriteFileCreatesAFileWithExactlyTheText) {
   const std::string text = "no line end, a zero \0 and a bell \a"s;
 
-  EXPECT_TRUE(this->files().write_file(this->at("a"), text, Write_Flag::REPLACE));
+  EXPECT_TRUE(this->files().write_file(this->at("a"), text, velmora::Write_Flag::REPLACE));
 
   EXPECT_EQ(this->text_of("a"), text);
 }
@@ -349,7 +432,7 @@ TYPED_TEST_P(FilesystemContract, WriteFileCreatesAFileWithExactlyTheText) {
 TYPED_TEST_P(FilesystemContract, WriteFileReplacesTheWholeContents) {
   this->given_file("a", "old, and longer");
 
-  EXPECT_TRUE(this->files().write_file(this->at("a"), "new", Write_Flag::REPLACE));
+  EXPECT_TRUE(this->files().write_file(this->at("a"), "new", velmora::Write_Flag::REPLACE));
 
   EXPECT_EQ(this->text_of("a"), "new");
 }
@@ -357,22 +440,30 @@ TYPED_TEST_P(FilesystemContract, WriteFileReplacesTheWholeContents) {
 TYPED_TEST_P(FilesystemContract, WriteFileOfAnEmptyTextLeavesAnEmptyFile) {
   this->given_file("a", "old");
 
-  EXPECT_TRUE(this->files().write_file(this->at("a"), "", Write_Flag::REPLACE));
+  EXPECT_TRUE(this->files().write_file(this->at("a"), "", velmora::Write_Flag::REPLACE));
 
   EXPECT_TRUE(this->files().exists(this->at("a")));
   EXPECT_EQ(this->text_of("a"), "");
 }
 
 TYPED_TEST_P(FilesystemContract, WriteFileIntoAMissingDirectoryIsFalse) {
-  EXPECT_FALSE(this->files().write_file(this->at("missing/a"), "text", Write_Flag::REPLACE));
+  EXPECT_FALSE(this->files().write_file(this->at("missing/a"), "text", velmora::Write_Flag::REPLACE));
 
   EXPECT_FALSE(this->files().exists(this->at("missing")));
+}
+
+TYPED_TEST_P(FilesystemContract, WriteFileBelowAFileIsFalse) {
+  this->given_file("a", "text");
+
+  EXPECT_FALSE(this->files().write_file(this->at("a/b"), "text", velmora::Write_Flag::REPLACE));
+
+  EXPECT_EQ(this->text_of("a"), "text");
 }
 
 TYPED_TEST_P(FilesystemContract, WriteFileOverADirectoryIsFalse) {
   this->given_directory("d");
 
-  EXPECT_FALSE(this->files().write_file(this->at("d"), "text", Write_Flag::REPLACE));
+  EXPECT_FALSE(this->files().write_file(this->at("d"), "text", velmora::Write_Flag::REPLACE));
 
   EXPECT_TRUE(this->files().is_empty(this->at("d")));
 }
@@ -454,24 +545,26 @@ TYPED_TEST_P(FilesystemContract, FilesEqualIsFalseForDirectories) {
 REGISTER_TYPED_TEST_SUITE_P(
     FilesystemContract, RemoveDeletesAFile, RemoveDeletesAnEmptyDirectory, RemoveLeavesADirectoryWithEntries,
     RemoveOfWhatIsMissingIsFalse, RemoveOfAListDeletesTheFilesThatExist, RemoveOfAListLeavesDirectories,
-    RemoveOfAnEmptyListDoesNothing, RemoveAllTakesADirectoryWithEverythingInIt,
+    RemoveOfAListRemovesTheOtherFilesBesideADirectory, RemoveOfAnEmptyListDoesNothing,
+    RemoveAllTakesADirectoryWithEverythingInIt, ADirectoryThatIsMadeAgainAfterRemoveAllIsEmpty,
+    ADirectoryIsEmptyOnceItsFilesAreRemoved, AFileCanTakeThePlaceOfARemovedDirectory,
     RemoveAllOfWhatIsMissingIsNoError, ExistsIsTrueForFilesAndDirectories, ExistsIsFalseForWhatIsMissing,
     IsEmptyIsTrueForADirectoryWithoutEntries, IsEmptyIsFalseForADirectoryWithAFileOrADirectory,
     IsEmptyIsFalseForWhatIsMissing, ListFilesGivesTheFullPathsOfTheFilesWithTheExtension,
-    ListFilesLooksNeitherAtDirectoriesNorBelowThem, ListFilesOfAMissingDirectoryIsEmpty,
-    CopyFileMakesTheDestinationWithTheSameContents, CopyFileReplacesAnExistingDestination,
-    CopyFileOfAMissingSourceIsFalseAndLeavesTheDestination, CopyFileOfADirectoryIsFalse,
-    CopyFileIntoAMissingDirectoryIsFalse, CopyFileOverADirectoryIsFalse,
+    ListFilesLooksNeitherAtDirectoriesNorBelowThem, ListFilesShowsWhatWasWrittenAndNotWhatWasRemoved,
+    ListFilesOfAMissingDirectoryIsEmpty, CopyFileMakesTheDestinationWithTheSameContents,
+    CopyFileReplacesAnExistingDestination, CopyFileOfAMissingSourceIsFalseAndLeavesTheDestination,
+    CopyFileOfADirectoryIsFalse, CopyFileIntoAMissingDirectoryIsFalse, CopyFileOverADirectoryIsFalse,
     CopyFileWithoutTheOptionToOverwriteLeavesAnExistingDestination,
     CopyFilesCopiesWhatExistsUnderItsOwnNameAndCountsIt, CopyFilesReplacesExistingFiles,
     CopyFilesDoesNotCountWhatCannotBeCopied, CopyFilesIntoAMissingDirectoryCopiesNone,
     ReadFileGivesTheTextAsStored, ReadFileOfWhatIsMissingIsEmpty, ReadFileOfADirectoryIsEmpty,
     ReadFileWithoutLineEndTakesOneLineEndAway, WriteFileCreatesAFileWithExactlyTheText,
     WriteFileReplacesTheWholeContents, WriteFileOfAnEmptyTextLeavesAnEmptyFile,
-    WriteFileIntoAMissingDirectoryIsFalse, WriteFileOverADirectoryIsFalse,
+    WriteFileIntoAMissingDirectoryIsFalse, WriteFileBelowAFileIsFalse, WriteFileOverADirectoryIsFalse,
     CreateDirectoriesMakesTheDirectoryAndItsParents, CreateDirectoriesIsTrueForWhatIsThere,
     CreateDirectoriesIsFalseWhereAFileIsInTheWay, FilesEqualIsTrueForIdenticalContents,
     FilesEqualIsTrueForTwoEmptyFiles, FilesEqualIsFalseForOneByteThatDiffers, FilesEqualIsFalseForOneByteMore,
     FilesEqualIsFalseWhenEitherIsMissing, FilesEqualIsFalseForDirectories);
 
-}  // namespace zant::velmora
+}  // namespace zant::velmora_host::contract

@@ -1,4 +1,4 @@
-#include <zant/velmora_host/services/windows/windows_system.hpp>
+#include <zant/velmora_host/services/command_service.hpp>
 
 #include <support/captured_log.hpp>
 #include <windows/scratch_directory.hpp>
@@ -60,7 +60,7 @@ class WindowsSystem : public testing::Test {
   Scratch_Directory directory;
   const std::string probe = "\"" + built_program("probe.exe").string() + "\"";
   Captured_Log log;
-  Windows_System system{{}};
+  Command_Service system{{}};
 };
 
 TEST_F(WindowsSystem, ReturnsWhatBothStreamsGotInTheOrderInWhichItCame) {
@@ -131,7 +131,7 @@ TEST_F(WindowsSystem, LogsWhatAFailedCommandPrinted) {
   EXPECT_THAT(log.messages(4),
               ElementsAre("Command ended with exit code 4 | Command: echo No such thing&exit 4 | "
                           "Output: No such thing"));
-  EXPECT_EQ(log.records().back().channel, "Windows_System");
+  EXPECT_EQ(log.records().back().channel, "Command_Service");
 }
 
 TEST_F(WindowsSystem, KeepsQuietAboutACommandThatSucceeds) {
@@ -165,9 +165,9 @@ TEST_F(WindowsSystem, ReturnsALongOutputWhole) {
 }
 
 TEST_F(WindowsSystem, CutsAnOutputLongerThanItsLimit) {
-  Windows_System::Options options;
+  Command_Service::Options options;
   options.output_limit = 100;
-  Windows_System short_of_memory(options);
+  Command_Service short_of_memory(options);
 
   const velmora::Command_Result result =
       short_of_memory.run_command(probe + " bytes 1000000", velmora::Run_Flag::WAIT_AND_CAPTURE);
@@ -205,9 +205,9 @@ TEST_F(WindowsSystem, DoesNotLetConcurrentCommandsWaitForEachOther) {
 
 TEST_F(WindowsSystem, EndsACommandThatTakesTooLongWithEverythingItStarted) {
   const Holder holder;
-  Windows_System::Options options;
+  Command_Service::Options options;
   options.time_limit = std::chrono::seconds(5);
-  Windows_System impatient(options);
+  Command_Service impatient(options);
   const std::string command = probe + " parent " + holder.arguments();
   auto started = std::async(std::launch::async, [&] { return holder.process(); });
 

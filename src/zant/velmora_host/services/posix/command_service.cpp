@@ -1,14 +1,16 @@
-#include <zant/velmora_host/services/posix/posix_system.hpp>
+#include <zant/velmora_host/services/command_service.hpp>
 
-#include <zant/velmora_host/services/installation_command.hpp>
 #include <zant/velmora_host/services/posix/child_process.hpp>
 #include <zant/velmora_host/services/posix/command_environment.hpp>
+
+#include <zant/logging/source.hpp>
 
 #include <fmt/format.h>
 #include <boost/algorithm/string/trim.hpp>
 
 #include <system_error>
 #include <utility>
+#include <vector>
 
 namespace zant::velmora_host {
 namespace {
@@ -35,12 +37,27 @@ std::string error_text_of(const Child_Process& child) {
 
 }  // namespace
 
-Posix_System::Posix_System(Options options)
-    : options_(std::move(options)), environment_(make_command_environment(options_.environment)) {
-  log_.init_("Posix_System", "");
-}
+class Command_Service::Implementation {
+ public:
+  explicit Implementation(Options options)
+      : options_(std::move(options)), environment_(make_command_environment(options_.environment)) {
+    log_.init_("Command_Service", "");
+  }
 
-velmora::Command_Result Posix_System::run_command(const std::string& command, bool /*flag*/) {
+  velmora::Command_Result run(const std::string& command);
+
+ private:
+  int supervise_(Child_Process& child, const std::string& command);
+  int end_(Child_Process& child, const std::string& command);
+  int reap_(Child_Process& child, const std::string& command);
+  void log_outcome_(const Child_Process& child, const std::string& command, int exit_code);
+
+  zant::logging::Source log_;
+  Options options_;
+  std::vector<std::string> environment_;
+};
+
+velmora::Command_Result Command_Service::Implementation::run(const std::string& command) {
   ZANT_LOG(log_, severity_level::trace) << "Running command: " << shortened(command);
   try {
     Child_Process child(command, environment_, options_.output_limit);
@@ -54,31 +71,31 @@ velmora::Command_Result Posix_System::run_command(const std::string& command, bo
   }
 }
 
-int Posix_System::supervise_(Child_Process& child, const std::string& command) {
+int Command_Service::Implementation::supervise_(Child_Process& child, const std::string& command) {
   if (child.run_until(Child_Process::Clock::now() + options_.time_limit)) {
     return reap_(child, command);
   }
-  if (!changes_packages(command)) {
+  if (!options_.runs_to_its_end || !options_.runs_to_its_end(command)) {
     return end_(child, command);
   }
   ZANT_LOG(log_, severity_level::warning) << fmt::format(
-      "A command that changes packages takes longer than {}, leaving it to its end | Command: {}",
+      "A command that must not be ended takes longer than {}, waiting for its end | Command: {}",
       in_seconds(options_.time_limit), shortened(command));
   child.run_to_end();
   return reap_(child, command);
 }
 
-int Posix_System::end_(Child_Process& child, const std::string& command) {
+int Command_Service::Implementation::end_(Child_Process& child, const std::string& command) {
   ZANT_LOG(log_, severity_level::error)
       << fmt::format("Ending a command that takes longer than {} | Command: {}",
                      in_seconds(options_.time_limit), shortened(command));
   child.end_group(options_.kill_delay);
-  // Whatever it says of itself at its end: it did not do what it was asked for.
+  // Its own exit status does not count: it was ended before it was done.
   child.collect_exit_status();
   return Exit_Code::TIME_LIMIT;
 }
 
-int Posix_System::reap_(Child_Process& child, const std::string& command) {
+int Command_Service::Implementation::reap_(Child_Process& child, const std::string& command) {
   if (const auto status = child.collect_exit_status()) {
     return *status;
   }
@@ -89,18 +106,28 @@ int Posix_System::reap_(Child_Process& child, const std::string& command) {
   return Exit_Code::STATUS_LOST;
 }
 
-void Posix_System::log_outcome_(const Child_Process& child, const std::string& command, int exit_code) {
+void Command_Service::Implementation::log_outcome_(const Child_Process& child, const std::string& command,
+                                                   int exit_code) {
   if (child.output().is_truncated()) {
     ZANT_LOG(log_, severity_level::warning)
         << fmt::format("A command printed more than {} bytes, the rest is dropped | Command: {}",
                        options_.output_limit, shortened(command));
   }
-  // Failing without a word is how many of the lines say "no": that alone is nothing to report.
+  // Many of the library's command lines answer "no" by failing without error output: no warning then.
   const std::string error_text = error_text_of(child);
   const auto level = exit_code != 0 && !error_text.empty() ? severity_level::warning : severity_level::debug;
   ZANT_LOG(log_, level) << fmt::format("Command ended with exit code {} | Command: {}{}{}", exit_code,
                                        shortened(command),
                                        error_text.empty() ? "" : " | Error output: ", error_text);
+}
+
+Command_Service::Command_Service(Options options)
+    : implementation_(std::make_unique<Implementation>(std::move(options))) {}
+
+Command_Service::~Command_Service() = default;
+
+velmora::Command_Result Command_Service::run_command(const std::string& command, bool /*flag*/) {
+  return implementation_->run(command);
 }
 
 }  // namespace zant::velmora_host

@@ -1,13 +1,17 @@
-#include <zant/velmora_host/services/windows/windows_system.hpp>
+#include <zant/velmora_host/services/command_service.hpp>
 
+#include <zant/velmora_host/services/windows/command_environment.hpp>
 #include <zant/velmora_host/services/windows/command_process.hpp>
 #include <zant/velmora_host/services/windows/unicode.hpp>
+
+#include <zant/logging/source.hpp>
 
 #include <fmt/format.h>
 #include <boost/algorithm/string/trim.hpp>
 
 #include <stdexcept>
 #include <system_error>
+#include <utility>
 
 namespace zant::velmora_host {
 namespace {
@@ -27,15 +31,30 @@ std::string in_seconds(std::chrono::milliseconds duration) {
 
 }  // namespace
 
-Windows_System::Windows_System(const Options& options) : options_(options) {
-  log_.init_("Windows_System", "");
-}
+class Command_Service::Implementation {
+ public:
+  explicit Implementation(Options options)
+      : options_(std::move(options)), environment_(make_command_environment(options_.environment)) {
+    log_.init_("Command_Service", "");
+  }
 
-velmora::Command_Result Windows_System::run_command(const std::string& command, bool /*flag*/) {
+  velmora::Command_Result run(const std::string& command);
+
+ private:
+  int supervise_(Command_Process& process, const std::string& command);
+  void log_outcome_(const Command_Process& process, const std::string& command,
+                    const velmora::Command_Result& result);
+
+  zant::logging::Source log_;
+  Options options_;
+  std::wstring environment_;
+};
+
+velmora::Command_Result Command_Service::Implementation::run(const std::string& command) {
   ZANT_LOG(log_, severity_level::trace) << "Running command: " << command;
   try {
     refuse_several_lines(command);
-    Command_Process process(command, options_.output_limit);
+    Command_Process process(command, environment_, options_.output_limit);
     const int exit_code = supervise_(process, command);
     velmora::Command_Result result = {unicode::console_text_to_utf8(process.output()), exit_code};
     log_outcome_(process, command, result);
@@ -47,8 +66,15 @@ velmora::Command_Result Windows_System::run_command(const std::string& command, 
   }
 }
 
-int Windows_System::supervise_(Command_Process& process, const std::string& command) {
+int Command_Service::Implementation::supervise_(Command_Process& process, const std::string& command) {
   if (process.run_until(Command_Process::Clock::now() + options_.time_limit)) {
+    return process.exit_code();
+  }
+  if (options_.runs_to_its_end && options_.runs_to_its_end(command)) {
+    ZANT_LOG(log_, severity_level::warning) << fmt::format(
+        "A command that must not be ended takes longer than {}, waiting for its end | Command: {}",
+        in_seconds(options_.time_limit), command);
+    process.run_to_end();
     return process.exit_code();
   }
   ZANT_LOG(log_, severity_level::error) << fmt::format(
@@ -57,8 +83,8 @@ int Windows_System::supervise_(Command_Process& process, const std::string& comm
   return Exit_Code::TIME_LIMIT;
 }
 
-void Windows_System::log_outcome_(const Command_Process& process, const std::string& command,
-                                  const velmora::Command_Result& result) {
+void Command_Service::Implementation::log_outcome_(const Command_Process& process, const std::string& command,
+                                                   const velmora::Command_Result& result) {
   if (process.is_truncated()) {
     ZANT_LOG(log_, severity_level::warning)
         << fmt::format("A command printed more than {} bytes, the rest is dropped | Command: {}",
@@ -68,6 +94,15 @@ void Windows_System::log_outcome_(const Command_Process& process, const std::str
   ZANT_LOG(log_, output.empty() ? severity_level::debug : severity_level::warning)
       << fmt::format("Command ended with exit code {} | Command: {}{}{}", result.exit_code, command,
                      output.empty() ? "" : " | Output: ", output);
+}
+
+Command_Service::Command_Service(Options options)
+    : implementation_(std::make_unique<Implementation>(std::move(options))) {}
+
+Command_Service::~Command_Service() = default;
+
+velmora::Command_Result Command_Service::run_command(const std::string& command, bool /*flag*/) {
+  return implementation_->run(command);
 }
 
 }  // namespace zant::velmora_host

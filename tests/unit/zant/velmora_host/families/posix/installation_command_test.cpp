@@ -1,4 +1,4 @@
-#include <zant/velmora_host/services/installation_command.hpp>
+#include <zant/velmora_host/families/installation_command.hpp>
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include <zant/velmora_host/services/windows/windows_filesystem.hpp>
+#include <zant/velmora_host/services/file_service.hpp>
 
 #include <support/captured_log.hpp>
 #include <windows/scratch_directory.hpp>
@@ -37,7 +37,7 @@ class WindowsFilesystem : public testing::Test {
   Scratch_Directory directory;
   const boost::filesystem::path file = directory / "file.txt";
   Captured_Log log;
-  Windows_Filesystem filesystem;
+  File_Service filesystem;
 };
 
 TEST_F(WindowsFilesystem, StoresTextsWithoutATranslationOfLineEnds) {

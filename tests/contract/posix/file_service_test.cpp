@@ -1,7 +1,6 @@
-#include "../filesystem_contract.hpp"
 #include "disk_seams.hpp"
 
-#include <zant/velmora_host/services/posix/posix_filesystem.hpp>
+#include <zant/velmora_host/services/file_service.hpp>
 #include <zant/velmora_host/services/posix/replacement_file.hpp>
 #include <zant/velmora_host/services/temporary_directory.hpp>
 
@@ -30,17 +29,7 @@ using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using ::testing::StartsWith;
 
-class Posix_Host {
- public:
-  velmora::Filesystem& filesystem() { return filesystem_; }
-  path root() const { return directory_.path(); }
-
- private:
-  Temporary_Directory directory_;
-  Posix_Filesystem filesystem_;
-};
-
-class PosixFilesystem : public ::testing::Test {
+class FileService : public ::testing::Test {
  protected:
   path at(const std::string& name) const { return directory_.path() / name; }
 
@@ -76,7 +65,7 @@ class PosixFilesystem : public ::testing::Test {
 
   velmora::test_support::Captured_Log log_;
   Temporary_Directory directory_;
-  Posix_Filesystem files_;
+  File_Service files_;
 };
 
 // A process's mask, put back at the end.
@@ -91,7 +80,7 @@ class Mask {
 
 // --- Modes -------------------------------------------------------------------
 
-TEST_F(PosixFilesystem, WrittenFilesAreReadableByEverybodyWhateverTheMask) {
+TEST_F(FileService, WrittenFilesAreReadableByEverybodyWhateverTheMask) {
   const Mask mask(077);
 
   write("a", "text");
@@ -99,7 +88,7 @@ TEST_F(PosixFilesystem, WrittenFilesAreReadableByEverybodyWhateverTheMask) {
   EXPECT_EQ(mode_of("a"), 0644U);
 }
 
-TEST_F(PosixFilesystem, CopiesAreReadableByEverybodyWhateverTheSourcesMode) {
+TEST_F(FileService, CopiesAreReadableByEverybodyWhateverTheSourcesMode) {
   given_file("a", "text");
   ::chmod(at("a").c_str(), 0600);
   given_file("b", "text");
@@ -112,7 +101,7 @@ TEST_F(PosixFilesystem, CopiesAreReadableByEverybodyWhateverTheSourcesMode) {
   EXPECT_EQ(mode_of("copy of b"), 0644U);
 }
 
-TEST_F(PosixFilesystem, ReplacingAFileRepairsItsMode) {
+TEST_F(FileService, ReplacingAFileRepairsItsMode) {
   given_file("a", "old");
   ::chmod(at("a").c_str(), 0600);
 
@@ -121,7 +110,7 @@ TEST_F(PosixFilesystem, ReplacingAFileRepairsItsMode) {
   EXPECT_EQ(mode_of("a"), 0644U);
 }
 
-TEST_F(PosixFilesystem, CreatedDirectoriesCanBeEnteredByEverybodyWhateverTheMask) {
+TEST_F(FileService, CreatedDirectoriesCanBeEnteredByEverybodyWhateverTheMask) {
   const Mask mask(077);
 
   files_.create_directories(at("d/e"));
@@ -132,7 +121,7 @@ TEST_F(PosixFilesystem, CreatedDirectoriesCanBeEnteredByEverybodyWhateverTheMask
 
 // --- Links and pseudo-files --------------------------------------------------
 
-TEST_F(PosixFilesystem, ReadsAndCopiesFollowLinks) {
+TEST_F(FileService, ReadsAndCopiesFollowLinks) {
   given_file("target", "text");
   boost::filesystem::create_symlink("target", at("link"));
 
@@ -143,7 +132,7 @@ TEST_F(PosixFilesystem, ReadsAndCopiesFollowLinks) {
   EXPECT_TRUE(files_.files_equal(at("link"), at("target")));
 }
 
-TEST_F(PosixFilesystem, AWriteReplacesALinkAndNotWhatItPointsTo) {
+TEST_F(FileService, AWriteReplacesALinkAndNotWhatItPointsTo) {
   given_file("target", "somebody else's");
   boost::filesystem::create_symlink("target", at("link"));
 
@@ -154,7 +143,7 @@ TEST_F(PosixFilesystem, AWriteReplacesALinkAndNotWhatItPointsTo) {
   EXPECT_EQ(text_of("target"), "somebody else's");
 }
 
-TEST_F(PosixFilesystem, RemoveTakesALinkAndNotWhatItPointsTo) {
+TEST_F(FileService, RemoveTakesALinkAndNotWhatItPointsTo) {
   given_file("target", "text");
   boost::filesystem::create_symlink("target", at("link"));
 
@@ -163,7 +152,7 @@ TEST_F(PosixFilesystem, RemoveTakesALinkAndNotWhatItPointsTo) {
   EXPECT_THAT(entries(), ElementsAre("target"));
 }
 
-TEST_F(PosixFilesystem, RemoveAllDoesNotFollowLinks) {
+TEST_F(FileService, RemoveAllDoesNotFollowLinks) {
   boost::filesystem::create_directory(at("elsewhere"));
   given_file("elsewhere/a", "text");
   boost::filesystem::create_directory(at("d"));
@@ -174,20 +163,20 @@ TEST_F(PosixFilesystem, RemoveAllDoesNotFollowLinks) {
   EXPECT_EQ(text_of("elsewhere/a"), "text");
 }
 
-TEST_F(PosixFilesystem, ReadsTheKernelsFilesAlthoughTheirSizeIsZero) {
+TEST_F(FileService, ReadsTheKernelsFilesAlthoughTheirSizeIsZero) {
   EXPECT_EQ(boost::filesystem::file_size("/proc/self/status"), 0U);
 
   EXPECT_THAT(files_.read_file("/proc/self/status", velmora::Read_Flag::WHOLE_TEXT), StartsWith("Name:\t"));
 }
 
-TEST_F(PosixFilesystem, ReadsTheNameOfAProcessWithoutItsLineEnd) {
+TEST_F(FileService, ReadsTheNameOfAProcessWithoutItsLineEnd) {
   const std::string name = files_.read_file("/proc/self/comm", velmora::Read_Flag::WITHOUT_LINE_END);
 
   EXPECT_EQ(files_.read_file("/proc/self/comm", velmora::Read_Flag::WHOLE_TEXT), name + "\n");
   EXPECT_FALSE(name.empty());
 }
 
-TEST_F(PosixFilesystem, AFifoInAFilesPlaceReadsAsEmptyInsteadOfBlocking) {
+TEST_F(FileService, AFifoInAFilesPlaceReadsAsEmptyInsteadOfBlocking) {
   ASSERT_EQ(::mkfifo(at("fifo").c_str(), 0600), 0);
 
   EXPECT_EQ(text_of("fifo"), "");
@@ -196,7 +185,7 @@ TEST_F(PosixFilesystem, AFifoInAFilesPlaceReadsAsEmptyInsteadOfBlocking) {
               ElementsAre("Cannot read " + at("fifo").string() + ": not a regular file: Invalid argument"));
 }
 
-TEST_F(PosixFilesystem, ListFilesIsSortedAndCountsLinksToFiles) {
+TEST_F(FileService, ListFilesIsSortedAndCountsLinksToFiles) {
   given_file("b.template", "");
   boost::filesystem::create_symlink("b.template", at("a.template"));
   boost::filesystem::create_symlink("nothing", at("c.template"));
@@ -207,7 +196,7 @@ TEST_F(PosixFilesystem, ListFilesIsSortedAndCountsLinksToFiles) {
 
 // --- Whole or not there ------------------------------------------------------
 
-TEST_F(PosixFilesystem, ContentsAreOnTheDiskBeforeTheNameAndTheNameBeforeTheEnd) {
+TEST_F(FileService, ContentsAreOnTheDiskBeforeTheNameAndTheNameBeforeTheEnd) {
   Disk_Seams::reset();
 
   write("a", "text");
@@ -215,7 +204,7 @@ TEST_F(PosixFilesystem, ContentsAreOnTheDiskBeforeTheNameAndTheNameBeforeTheEnd)
   EXPECT_THAT(Disk_Seams::calls(), ElementsAre("sync file", "rename", "sync directory"));
 }
 
-TEST_F(PosixFilesystem, CopiesAreBroughtToTheDiskInTheSameOrder) {
+TEST_F(FileService, CopiesAreBroughtToTheDiskInTheSameOrder) {
   given_file("a", "text");
   Disk_Seams::reset();
 
@@ -224,7 +213,7 @@ TEST_F(PosixFilesystem, CopiesAreBroughtToTheDiskInTheSameOrder) {
   EXPECT_THAT(Disk_Seams::calls(), ElementsAre("sync file", "rename", "sync directory"));
 }
 
-TEST_F(PosixFilesystem, ANewDirectoryIsBroughtToTheDisk) {
+TEST_F(FileService, ANewDirectoryIsBroughtToTheDisk) {
   Disk_Seams::reset();
 
   files_.create_directories(at("d"));
@@ -232,7 +221,7 @@ TEST_F(PosixFilesystem, ANewDirectoryIsBroughtToTheDisk) {
   EXPECT_THAT(Disk_Seams::calls(), ElementsAre("sync directory"));
 }
 
-TEST_F(PosixFilesystem, AFullDiskLeavesTheOldContentsAndNothingElse) {
+TEST_F(FileService, AFullDiskLeavesTheOldContentsAndNothingElse) {
   given_file("a", "old");
   Disk_Seams::reset();
   Disk_Seams::fail_next_write(ENOSPC);
@@ -245,7 +234,7 @@ TEST_F(PosixFilesystem, AFullDiskLeavesTheOldContentsAndNothingElse) {
               ElementsAre("Cannot write " + at("a").string() + ": cannot write: No space left on device"));
 }
 
-TEST_F(PosixFilesystem, ADiskThatFailsToKeepTheContentsLeavesTheOldOnesAndNothingElse) {
+TEST_F(FileService, ADiskThatFailsToKeepTheContentsLeavesTheOldOnesAndNothingElse) {
   given_file("a", "old");
   given_file("b", "new");
   Disk_Seams::reset();
@@ -259,7 +248,7 @@ TEST_F(PosixFilesystem, ADiskThatFailsToKeepTheContentsLeavesTheOldOnesAndNothin
                                       ": cannot write: Input/output error"));
 }
 
-TEST_F(PosixFilesystem, ARenameThatFailsLeavesTheOldContentsAndNothingElse) {
+TEST_F(FileService, ARenameThatFailsLeavesTheOldContentsAndNothingElse) {
   given_file("a", "old");
   Disk_Seams::reset();
   Disk_Seams::fail_next_rename(EROFS);
@@ -270,14 +259,14 @@ TEST_F(PosixFilesystem, ARenameThatFailsLeavesTheOldContentsAndNothingElse) {
   EXPECT_THAT(entries(), ElementsAre("a"));
 }
 
-TEST_F(PosixFilesystem, AFileSystemThatCannotSynchroniseDirectoriesIsGoodEnough) {
+TEST_F(FileService, AFileSystemThatCannotSynchroniseDirectoriesIsGoodEnough) {
   Disk_Seams::reset();
   Disk_Seams::fail_next_sync(EINVAL);
 
   EXPECT_TRUE(files_.create_directories(at("d")));
 }
 
-TEST_F(PosixFilesystem, AReaderSeesEitherTheOldContentsOrTheNew) {
+TEST_F(FileService, AReaderSeesEitherTheOldContentsOrTheNew) {
   const std::string old_text(300000, 'o');
   const std::string new_text(300000, 'n');
   write("a", old_text);
@@ -300,7 +289,7 @@ TEST_F(PosixFilesystem, AReaderSeesEitherTheOldContentsOrTheNew) {
   EXPECT_THAT(seen, IsEmpty());
 }
 
-TEST_F(PosixFilesystem, SeveralWritersOfOneFileDoNotDisturbEachOther) {
+TEST_F(FileService, SeveralWritersOfOneFileDoNotDisturbEachOther) {
   std::vector<std::string> texts;
   {
     std::vector<std::jthread> writers;
@@ -318,42 +307,41 @@ TEST_F(PosixFilesystem, SeveralWritersOfOneFileDoNotDisturbEachOther) {
   EXPECT_THAT(entries(), ElementsAre("file"));
 }
 
-TEST_F(PosixFilesystem, WhatAKilledProcessLeavesIsHiddenAndFoundByItsExtension) {
+TEST_F(FileService, WhatAKilledProcessLeavesIsHiddenAndFoundByItsExtension) {
   given_file("zant-velmora.list", "text");
   given_file(".zant-velmora.list.Xa1b2c.package-minder", "half a te");
 
-  EXPECT_THAT(files_.list_files(directory_.path(), Posix_Filesystem::TEMPORARY_EXTENSION),
+  EXPECT_THAT(files_.list_files(directory_.path(), File_Service::TEMPORARY_EXTENSION),
               ElementsAre(at(".zant-velmora.list.Xa1b2c.package-minder")));
 }
 
-TEST_F(PosixFilesystem, AnUnfinishedFileLiesHiddenBesideItsDestination) {
+TEST_F(FileService, AnUnfinishedFileLiesHiddenBesideItsDestination) {
   const Replacement_File unfinished(at("zant-velmora.list"));
 
   ASSERT_EQ(entries().size(), 1U);
   EXPECT_THAT(entries().front(), StartsWith(".zant-velmora.list."));
-  EXPECT_THAT(files_.list_files(directory_.path(), Posix_Filesystem::TEMPORARY_EXTENSION),
-              ::testing::SizeIs(1));
+  EXPECT_THAT(files_.list_files(directory_.path(), File_Service::TEMPORARY_EXTENSION), ::testing::SizeIs(1));
 }
 
 // --- Reasons -----------------------------------------------------------------
 
-TEST_F(PosixFilesystem, AWriteIntoAMissingDirectoryIsLoggedWithItsReason) {
+TEST_F(FileService, AWriteIntoAMissingDirectoryIsLoggedWithItsReason) {
   EXPECT_FALSE(write("missing/a", "text"));
 
   EXPECT_THAT(log_.records(), ElementsAre(velmora::test_support::Captured_Record{
-                                  4, "Posix_Filesystem",
+                                  4, "File_Service",
                                   "Cannot write " + at("missing/a").string() +
                                       ": cannot create a file beside it: No such file or directory"}));
 }
 
-TEST_F(PosixFilesystem, ACopyOfAMissingFileIsLoggedWithItsReason) {
+TEST_F(FileService, ACopyOfAMissingFileIsLoggedWithItsReason) {
   EXPECT_FALSE(copy("missing", "b"));
 
   EXPECT_THAT(warnings(), ElementsAre("Cannot copy " + at("missing").string() + " to " + at("b").string() +
                                       ": cannot open: No such file or directory"));
 }
 
-TEST_F(PosixFilesystem, ADirectoryThatCannotBeCreatedIsLoggedWithItsReason) {
+TEST_F(FileService, ADirectoryThatCannotBeCreatedIsLoggedWithItsReason) {
   given_file("a", "");
 
   EXPECT_FALSE(files_.create_directories(at("a")));
@@ -362,7 +350,7 @@ TEST_F(PosixFilesystem, ADirectoryThatCannotBeCreatedIsLoggedWithItsReason) {
                                       ": cannot create it: File exists"));
 }
 
-TEST_F(PosixFilesystem, ADirectoryThatCannotBeRemovedIsLoggedWithItsReason) {
+TEST_F(FileService, ADirectoryThatCannotBeRemovedIsLoggedWithItsReason) {
   boost::filesystem::create_directory(at("d"));
   given_file("d/a", "");
 
@@ -371,7 +359,7 @@ TEST_F(PosixFilesystem, ADirectoryThatCannotBeRemovedIsLoggedWithItsReason) {
   EXPECT_THAT(warnings(), ElementsAre("Cannot remove " + at("d").string() + ": Directory not empty"));
 }
 
-TEST_F(PosixFilesystem, AskingAfterWhatIsMissingIsNotLogged) {
+TEST_F(FileService, AskingAfterWhatIsMissingIsNotLogged) {
   files_.exists(at("missing"));
   files_.is_empty(at("missing"));
   files_.list_files(at("missing"), ".template");
@@ -387,10 +375,3 @@ TEST_F(PosixFilesystem, AskingAfterWhatIsMissingIsNotLogged) {
 
 }  // namespace
 }  // namespace zant::velmora_host
-
-namespace zant::velmora {
-
-using velmora_host::Posix_Host;
-INSTANTIATE_TYPED_TEST_SUITE_P(Posix, FilesystemContract, Posix_Host);
-
-}  // namespace zant::velmora

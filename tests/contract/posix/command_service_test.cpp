@@ -1,6 +1,7 @@
 #include "process_surroundings.hpp"
 
-#include <zant/velmora_host/services/posix/posix_system.hpp>
+#include <zant/velmora_host/families/installation_command.hpp>
+#include <zant/velmora_host/services/command_service.hpp>
 #include <zant/velmora_host/services/temporary_directory.hpp>
 
 #include <support/captured_log.hpp>
@@ -44,14 +45,14 @@ constexpr int WARNING = 4;
 // Long enough for every command here that is to end by itself; a command that hangs is a failure.
 constexpr auto AMPLE = 20s;
 
-Posix_System::Options ample_options() {
-  Posix_System::Options options;
+Command_Service::Options ample_options() {
+  Command_Service::Options options;
   options.time_limit = AMPLE;
   return options;
 }
 
-Posix_System::Options impatient_options() {
-  Posix_System::Options options;
+Command_Service::Options impatient_options() {
+  Command_Service::Options options;
   options.time_limit = 300ms;
   options.kill_delay = 300ms;
   return options;
@@ -82,11 +83,11 @@ bool runs(const std::string& pid) {
   return ::kill(std::stoi(pid), 0) == 0;
 }
 
-class PosixSystem : public ::testing::Test {
+class CommandService : public ::testing::Test {
  protected:
   velmora::Command_Result run(const std::string& command) { return run(command, ample_options()); }
-  velmora::Command_Result run(const std::string& command, const Posix_System::Options& options) {
-    return Posix_System(options).run_command(command, velmora::Run_Flag::WAIT_AND_CAPTURE);
+  velmora::Command_Result run(const std::string& command, const Command_Service::Options& options) {
+    return Command_Service(options).run_command(command, velmora::Run_Flag::WAIT_AND_CAPTURE);
   }
   std::string output_of(const std::string& command) { return run(command).output; }
   int status_of(const std::string& command) { return run(command).exit_code; }
@@ -96,38 +97,38 @@ class PosixSystem : public ::testing::Test {
 
 // --- Result ------------------------------------------------------------------
 
-TEST_F(PosixSystem, ReturnsWhatTheCommandPrintsAndItsExitStatus) {
+TEST_F(CommandService, ReturnsWhatTheCommandPrintsAndItsExitStatus) {
   const velmora::Command_Result result = run("echo one; echo two; exit 42");
 
   EXPECT_EQ(result.output, "one\ntwo\n");
   EXPECT_EQ(result.exit_code, 42);
 }
 
-TEST_F(PosixSystem, ReturnsOutputWithoutALineEndAsItIs) {
+TEST_F(CommandService, ReturnsOutputWithoutALineEndAsItIs) {
   EXPECT_EQ(output_of("printf 'amd64'"), "amd64");
 }
 
-TEST_F(PosixSystem, TheFlagChangesNothing) {
-  EXPECT_EQ(Posix_System(ample_options()).run_command("echo text", false).output, "text\n");
+TEST_F(CommandService, TheFlagChangesNothing) {
+  EXPECT_EQ(Command_Service(ample_options()).run_command("echo text", false).output, "text\n");
 }
 
-TEST_F(PosixSystem, ACommandThatDoesNotExistIsTheShellsFailure) {
+TEST_F(CommandService, ACommandThatDoesNotExistIsTheShellsFailure) {
   EXPECT_EQ(status_of("no-such-command-anywhere"), 127);
 }
 
-TEST_F(PosixSystem, DeathByASignalIsThatSignalPlus128) {
+TEST_F(CommandService, DeathByASignalIsThatSignalPlus128) {
   EXPECT_EQ(status_of("kill -KILL $$"), 137);
   EXPECT_EQ(status_of("kill -TERM $$"), 143);
 }
 
-TEST_F(PosixSystem, LargeOutputIsReturnedWhole) {
+TEST_F(CommandService, LargeOutputIsReturnedWhole) {
   const velmora::Command_Result result = run("head --bytes=5000000 /dev/zero | tr '\\0' x");
 
   EXPECT_EQ(result.exit_code, 0);
   EXPECT_EQ(result.output, std::string(5000000, 'x'));
 }
 
-TEST_F(PosixSystem, OutputBeyondTheLimitIsDroppedWithAWarningAndTheCommandIsNotDisturbed) {
+TEST_F(CommandService, OutputBeyondTheLimitIsDroppedWithAWarningAndTheCommandIsNotDisturbed) {
   auto options = ample_options();
   options.output_limit = 1000;
 
@@ -143,11 +144,11 @@ TEST_F(PosixSystem, OutputBeyondTheLimitIsDroppedWithAWarningAndTheCommandIsNotD
 
 // --- The shell ---------------------------------------------------------------
 
-TEST_F(PosixSystem, TheShellIsBash) {
+TEST_F(CommandService, TheShellIsBash) {
   EXPECT_EQ(output_of("[[ text == t* ]] && echo hidden &> /dev/null && echo $BASH"), "/bin/bash\n");
 }
 
-TEST_F(PosixSystem, APipelineIsJudgedByItsLastCommandWhateverTheCallersShellOptions) {
+TEST_F(CommandService, APipelineIsJudgedByItsLastCommandWhateverTheCallersShellOptions) {
   const Environment_Variable options("SHELLOPTS", "pipefail");
 
   EXPECT_EQ(status_of("false | true"), 0);
@@ -156,11 +157,11 @@ TEST_F(PosixSystem, APipelineIsJudgedByItsLastCommandWhateverTheCallersShellOpti
 
 // --- Standard error ----------------------------------------------------------
 
-TEST_F(PosixSystem, ErrorTextIsNotPartOfTheOutput) {
+TEST_F(CommandService, ErrorTextIsNotPartOfTheOutput) {
   EXPECT_EQ(output_of("echo out; echo error >&2; echo more"), "out\nmore\n");
 }
 
-TEST_F(PosixSystem, TheErrorTextOfAFailedCommandIsLoggedWithIt) {
+TEST_F(CommandService, TheErrorTextOfAFailedCommandIsLoggedWithIt) {
   run("echo 'E: Could not get lock' >&2; exit 100");
 
   EXPECT_THAT(
@@ -169,21 +170,21 @@ TEST_F(PosixSystem, TheErrorTextOfAFailedCommandIsLoggedWithIt) {
                   "Error output: E: Could not get lock"));
 }
 
-TEST_F(PosixSystem, AFailureWithoutAWordIsAnAnswerAndNoWarning) {
+TEST_F(CommandService, AFailureWithoutAWordIsAnAnswerAndNoWarning) {
   run("false");
 
   EXPECT_THAT(log_.messages(WARNING), IsEmpty());
   EXPECT_THAT(log_.messages(ERROR), IsEmpty());
 }
 
-TEST_F(PosixSystem, TheErrorTextOfASuccessIsNoWarning) {
+TEST_F(CommandService, TheErrorTextOfASuccessIsNoWarning) {
   run("echo 'W: Something' >&2");
 
   EXPECT_THAT(log_.messages(WARNING), IsEmpty());
   EXPECT_THAT(log_.messages(1), ElementsAre(HasSubstr("Error output: W: Something")));
 }
 
-TEST_F(PosixSystem, OfALongErrorTextTheEndIsLogged) {
+TEST_F(CommandService, OfALongErrorTextTheEndIsLogged) {
   run("head --bytes=500000 /dev/zero | tr '\\0' x >&2; echo 'E: the reason' >&2; exit 1");
 
   ASSERT_THAT(log_.messages(WARNING), SizeIs(1));
@@ -195,16 +196,16 @@ TEST_F(PosixSystem, OfALongErrorTextTheEndIsLogged) {
 
 // --- Surroundings ------------------------------------------------------------
 
-TEST_F(PosixSystem, StandardInputIsEmpty) {
+TEST_F(CommandService, StandardInputIsEmpty) {
   EXPECT_EQ(output_of("readlink /proc/self/fd/0"), "/dev/null\n");
   EXPECT_EQ(run("cat").output, "");
 }
 
-TEST_F(PosixSystem, TheWorkingDirectoryIsTheRoot) {
+TEST_F(CommandService, TheWorkingDirectoryIsTheRoot) {
   EXPECT_EQ(output_of("pwd"), "/\n");
 }
 
-TEST_F(PosixSystem, ACommandLeadsASessionAndAProcessGroupOfItsOwn) {
+TEST_F(CommandService, ACommandLeadsASessionAndAProcessGroupOfItsOwn) {
   // Fields of stat(5): process, group, session, terminal.
   const std::string ids = output_of("echo $$ $$ $$ 0; cut --delimiter=' ' --fields=1,5-7 /proc/$$/stat");
 
@@ -213,11 +214,11 @@ TEST_F(PosixSystem, ACommandLeadsASessionAndAProcessGroupOfItsOwn) {
   EXPECT_EQ(lines[1], lines[0]);
 }
 
-TEST_F(PosixSystem, ThereIsNoTerminal) {
+TEST_F(CommandService, ThereIsNoTerminal) {
   EXPECT_NE(status_of("true < /dev/tty"), 0);
 }
 
-TEST_F(PosixSystem, TheEnvironmentIsTheSameForEverybody) {
+TEST_F(CommandService, TheEnvironmentIsTheSameForEverybody) {
   // PWD, SHLVL and _ are the shell's own.
   const Environment_Variable https_proxy("https_proxy", nullptr);
   const Environment_Variable http_proxy("http_proxy", nullptr);
@@ -239,7 +240,7 @@ TEST_F(PosixSystem, TheEnvironmentIsTheSameForEverybody) {
             "/usr/local/sbin:/usr/local/bin:/usr/sbin:/usr/bin:/sbin:/bin C.UTF-8 C.UTF-8\n");
 }
 
-TEST_F(PosixSystem, APreloadedLibraryOfTheCallersIsNotTheCommands) {
+TEST_F(CommandService, APreloadedLibraryOfTheCallersIsNotTheCommands) {
   const Environment_Variable preload("LD_PRELOAD", "/somewhere/library.so");
 
   const velmora::Command_Result result = run("echo -n $LD_PRELOAD; ls / > /dev/null");
@@ -248,27 +249,27 @@ TEST_F(PosixSystem, APreloadedLibraryOfTheCallersIsNotTheCommands) {
   EXPECT_EQ(result.exit_code, 0);
 }
 
-TEST_F(PosixSystem, HomeIsTheUsersOwn) {
+TEST_F(CommandService, HomeIsTheUsersOwn) {
   const Environment_Variable home("HOME", "/somewhere");
 
   EXPECT_EQ(output_of("echo $HOME"), output_of("getent passwd $(id --user) | cut --delimiter=: --fields=6"));
 }
 
-TEST_F(PosixSystem, TheHostsProxiesAndTimeZoneHold) {
+TEST_F(CommandService, TheHostsProxiesAndTimeZoneHold) {
   const Environment_Variable proxy("https_proxy", "http://proxy.example:3128");
   const Environment_Variable zone("TZ", "UTC-3");
 
   EXPECT_EQ(output_of("echo $https_proxy; date --date=@0 +%H"), "http://proxy.example:3128\n03\n");
 }
 
-TEST_F(PosixSystem, TheProgramsOwnVariablesAreAddedAndWin) {
+TEST_F(CommandService, TheProgramsOwnVariablesAreAddedAndWin) {
   auto options = ample_options();
   options.environment = {{"APT_CONFIG", "/somewhere/apt.conf"}, {"LANG", "C"}};
 
   EXPECT_EQ(run("echo $APT_CONFIG $LANG", options).output, "/somewhere/apt.conf C\n");
 }
 
-TEST_F(PosixSystem, SignalsThatTheCallerIgnoresAreNotIgnored) {
+TEST_F(CommandService, SignalsThatTheCallerIgnoresAreNotIgnored) {
   const Signal_Disposition pipe(SIGPIPE, SIG_IGN);
   const Signal_Disposition interrupt(SIGINT, SIG_IGN);
 
@@ -276,13 +277,13 @@ TEST_F(PosixSystem, SignalsThatTheCallerIgnoresAreNotIgnored) {
   EXPECT_EQ(status_of("kill -INT $$"), 128 + SIGINT);
 }
 
-TEST_F(PosixSystem, AnEndlessWriterInAPipelineDiesOfTheBrokenPipe) {
+TEST_F(CommandService, AnEndlessWriterInAPipelineDiesOfTheBrokenPipe) {
   const Signal_Disposition pipe(SIGPIPE, SIG_IGN);
 
   EXPECT_EQ(output_of("yes | head --lines=1"), "y\n");
 }
 
-TEST_F(PosixSystem, SignalsThatTheCallerBlocksAreNotBlocked) {
+TEST_F(CommandService, SignalsThatTheCallerBlocksAreNotBlocked) {
   sigset_t all;
   sigset_t previous;
   ::sigfillset(&all);
@@ -294,7 +295,7 @@ TEST_F(PosixSystem, SignalsThatTheCallerBlocksAreNotBlocked) {
   EXPECT_EQ(blocked, "SigBlk:\t0000000000000000\n");
 }
 
-TEST_F(PosixSystem, NoDescriptorOfTheCallersIsTheCommands) {
+TEST_F(CommandService, NoDescriptorOfTheCallersIsTheCommands) {
   constexpr int NUMBER = 100;
   ASSERT_EQ(::dup2(STDERR_FILENO, NUMBER), NUMBER);
 
@@ -304,12 +305,12 @@ TEST_F(PosixSystem, NoDescriptorOfTheCallersIsTheCommands) {
   EXPECT_EQ(result.exit_code, 1);
 }
 
-TEST_F(PosixSystem, CommandsDoNotGetEachOthersPipes) {
+TEST_F(CommandService, CommandsDoNotGetEachOthersPipes) {
   // Descriptor 3 is the listing's own.
   EXPECT_EQ(output_of("ls /proc/self/fd"), "0\n1\n2\n3\n");
 }
 
-TEST_F(PosixSystem, NothingStaysOpenInTheCaller) {
+TEST_F(CommandService, NothingStaysOpenInTheCaller) {
   const auto open_descriptors = [] {
     int count = 0;
     for (int number = 0; number < 1000; ++number) {
@@ -326,12 +327,12 @@ TEST_F(PosixSystem, NothingStaysOpenInTheCaller) {
   EXPECT_EQ(open_descriptors(), before);
 }
 
-TEST_F(PosixSystem, ACallerWithoutStandardInputAndOutputGetsTheOutputAllTheSame) {
+TEST_F(CommandService, ACallerWithoutStandardInputAndOutputGetsTheOutputAllTheSame) {
   const auto run_without = [] {
     ::close(STDIN_FILENO);
     ::close(STDOUT_FILENO);
     const auto result =
-        Posix_System(ample_options()).run_command("echo out; cat", velmora::Run_Flag::WAIT_AND_CAPTURE);
+        Command_Service(ample_options()).run_command("echo out; cat", velmora::Run_Flag::WAIT_AND_CAPTURE);
     ::_exit(result.output == "out\n" && result.exit_code == 0 ? 0 : 1);
   };
 
@@ -340,7 +341,7 @@ TEST_F(PosixSystem, ACallerWithoutStandardInputAndOutputGetsTheOutputAllTheSame)
 
 // --- End of a command --------------------------------------------------------
 
-TEST_F(PosixSystem, ADaemonThatKeepsTheOutputOpenIsNotWaitedFor) {
+TEST_F(CommandService, ADaemonThatKeepsTheOutputOpenIsNotWaitedFor) {
   const velmora::Command_Result result = run("sleep 600 & echo $!; setsid sleep 600 & echo $!");
 
   const auto pids = lines_of(result.output);
@@ -352,7 +353,7 @@ TEST_F(PosixSystem, ADaemonThatKeepsTheOutputOpenIsNotWaitedFor) {
   }
 }
 
-TEST_F(PosixSystem, ADaemonThatKeepsWritingIsNotWaitedFor) {
+TEST_F(CommandService, ADaemonThatKeepsWritingIsNotWaitedFor) {
   const velmora::Command_Result result = run("yes & echo pid $!");
 
   const std::size_t start = result.output.find("pid ");
@@ -361,19 +362,19 @@ TEST_F(PosixSystem, ADaemonThatKeepsWritingIsNotWaitedFor) {
   EXPECT_EQ(result.exit_code, 0);
 }
 
-TEST_F(PosixSystem, WhatACommandWritesRightBeforeItsEndIsNotLost) {
+TEST_F(CommandService, WhatACommandWritesRightBeforeItsEndIsNotLost) {
   for (int round = 0; round < 20; ++round) {
     ASSERT_EQ(output_of("head --bytes=60000 /dev/zero | tr '\\0' x").size(), 60000U);
   }
 }
 
-TEST_F(PosixSystem, ACommandThatClosesItsOutputIsWaitedFor) {
+TEST_F(CommandService, ACommandThatClosesItsOutputIsWaitedFor) {
   EXPECT_EQ(status_of("exec >&- 2>&-; sleep 0.2; exit 3"), 3);
 }
 
 // --- Time limit --------------------------------------------------------------
 
-TEST_F(PosixSystem, ACommandBeyondTheTimeLimitIsEndedAndHasFailed) {
+TEST_F(CommandService, ACommandBeyondTheTimeLimitIsEndedAndHasFailed) {
   const velmora::Command_Result result = run("echo begun; sleep 600", impatient_options());
 
   EXPECT_EQ(result.exit_code, 124);
@@ -382,7 +383,7 @@ TEST_F(PosixSystem, ACommandBeyondTheTimeLimitIsEndedAndHasFailed) {
               ElementsAre("Ending a command that takes longer than 0.3 s | Command: echo begun; sleep 600"));
 }
 
-TEST_F(PosixSystem, TheWholeProcessGroupIsEnded) {
+TEST_F(CommandService, TheWholeProcessGroupIsEnded) {
   const velmora::Command_Result result =
       run("sleep 600 & echo $!; sleep 601 | sleep 602 & echo $!; wait", impatient_options());
 
@@ -392,13 +393,13 @@ TEST_F(PosixSystem, TheWholeProcessGroupIsEnded) {
   EXPECT_TRUE(ends(pids[1]));
 }
 
-TEST_F(PosixSystem, ACommandThatIgnoresTheRequestToEndIsKilled) {
+TEST_F(CommandService, ACommandThatIgnoresTheRequestToEndIsKilled) {
   const velmora::Command_Result result = run("trap '' TERM; sleep 600", impatient_options());
 
   EXPECT_EQ(result.exit_code, 124);
 }
 
-TEST_F(PosixSystem, AMemberOfTheGroupThatIgnoresTheRequestIsKilledAlthoughTheShellHasEnded) {
+TEST_F(CommandService, AMemberOfTheGroupThatIgnoresTheRequestIsKilledAlthoughTheShellHasEnded) {
   const velmora::Command_Result result =
       run("(trap '' TERM; exec sleep 600) & echo $!; wait", impatient_options());
 
@@ -406,7 +407,7 @@ TEST_F(PosixSystem, AMemberOfTheGroupThatIgnoresTheRequestIsKilledAlthoughTheShe
   EXPECT_TRUE(ends(lines_of(result.output)[0]));
 }
 
-TEST_F(PosixSystem, AMemberOfTheGroupMayTidyUpBeforeItIsKilled) {
+TEST_F(CommandService, AMemberOfTheGroupMayTidyUpBeforeItIsKilled) {
   auto options = impatient_options();
   options.time_limit = 1s;
   options.kill_delay = AMPLE;
@@ -418,7 +419,7 @@ TEST_F(PosixSystem, AMemberOfTheGroupMayTidyUpBeforeItIsKilled) {
   EXPECT_EQ(result.exit_code, 124);
 }
 
-TEST_F(PosixSystem, ACommandThatEndsWellWhenItIsEndedHasFailedAllTheSame) {
+TEST_F(CommandService, ACommandThatEndsWellWhenItIsEndedHasFailedAllTheSame) {
   auto options = impatient_options();
   options.time_limit = 1s;
   options.kill_delay = AMPLE;
@@ -427,12 +428,13 @@ TEST_F(PosixSystem, ACommandThatEndsWellWhenItIsEndedHasFailedAllTheSame) {
 }
 
 // An installation that outlasts the time limit, and ends once that has been noticed.
-class PosixSystemInstallation : public PosixSystem {
+class CommandServiceInstallation : public CommandService {
  protected:
   void SetUp() override {
     given_tool("apt-get");
     given_tool("dnf");
     ASSERT_EQ(::mkfifo(at("noticed").c_str(), 0600), 0);
+    options_.runs_to_its_end = changes_packages;
     options_.environment = {{"PATH", directory_.path().string() + ":/usr/bin:/bin"}};
     log_.on_record([this](const Captured_Record& record) {
       if (record.severity == WARNING) {
@@ -449,10 +451,10 @@ class PosixSystemInstallation : public PosixSystem {
   }
 
   Temporary_Directory directory_;
-  Posix_System::Options options_ = impatient_options();
+  Command_Service::Options options_ = impatient_options();
 };
 
-TEST_F(PosixSystemInstallation, IsLeftToItsEndHoweverLongItTakes) {
+TEST_F(CommandServiceInstallation, IsLeftToItsEndHoweverLongItTakes) {
   const std::string command =
       "NEEDRESTART_MODE=a DEBIAN_FRONTEND=noninteractive apt-get -qq install unattended-upgrades";
 
@@ -463,21 +465,21 @@ TEST_F(PosixSystemInstallation, IsLeftToItsEndHoweverLongItTakes) {
   EXPECT_THAT(
       log_.messages(WARNING),
       ElementsAre(
-          "A command that changes packages takes longer than 0.3 s, leaving it to its end | Command: " +
+          "A command that must not be ended takes longer than 0.3 s, waiting for its end | Command: " +
           command));
 }
 
-TEST_F(PosixSystemInstallation, InsideALongerLineIsLeftToItsEnd) {
+TEST_F(CommandServiceInstallation, InsideALongerLineIsLeftToItsEnd) {
   EXPECT_EQ(run("true && bash -c 'dnf -yq install dnf-automatic' | cat", options_).output, "installed\n");
 }
 
-TEST_F(PosixSystemInstallation, ARefreshByTheSameToolIsNone) {
+TEST_F(CommandServiceInstallation, ARefreshByTheSameToolIsNone) {
   EXPECT_EQ(run("apt-get -qq update", options_).exit_code, 124);
 }
 
 // --- Failures of the host's own ----------------------------------------------
 
-TEST_F(PosixSystem, ACommandThatCannotBeStartedHasFailedWithTheReasonInTheLog) {
+TEST_F(CommandService, ACommandThatCannotBeStartedHasFailedWithTheReasonInTheLog) {
   // No argument of a program may be that long.
   const velmora::Command_Result result = run("true " + std::string(200000, 'x'));
 
@@ -489,7 +491,7 @@ TEST_F(PosixSystem, ACommandThatCannotBeStartedHasFailedWithTheReasonInTheLog) {
   EXPECT_LT(log_.messages(ERROR)[0].size(), 2000U);
 }
 
-TEST_F(PosixSystem, ACallerThatHasNoDescriptorsLeftGetsAFailureWithTheReasonInTheLog) {
+TEST_F(CommandService, ACallerThatHasNoDescriptorsLeftGetsAFailureWithTheReasonInTheLog) {
   rlimit previous{};
   ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &previous), 0);
   const rlimit none_left{0, previous.rlim_max};
@@ -504,7 +506,7 @@ TEST_F(PosixSystem, ACallerThatHasNoDescriptorsLeftGetsAFailureWithTheReasonInTh
       ElementsAre("Could not start a command: cannot make a pipe: Too many open files | Command: true"));
 }
 
-TEST_F(PosixSystem, ACallerThatIgnoresSigchldGetsAFailureInsteadOfASuccessThatNobodySaw) {
+TEST_F(CommandService, ACallerThatIgnoresSigchldGetsAFailureInsteadOfASuccessThatNobodySaw) {
   const Signal_Disposition ignored(SIGCHLD, SIG_IGN);
 
   const velmora::Command_Result result = run("echo text");
@@ -517,10 +519,10 @@ TEST_F(PosixSystem, ACallerThatIgnoresSigchldGetsAFailureInsteadOfASuccessThatNo
                   "reaps the children of others | Command: echo text"));
 }
 
-TEST_F(PosixSystem, WorksWhereTheKernelCannotAnnounceTheEndOfAProcess) {
+TEST_F(CommandService, WorksWhereTheKernelCannotAnnounceTheEndOfAProcess) {
   const auto run_without_process_descriptors = [] {
     velmora::test_support::deny_process_descriptors();
-    const auto result = Posix_System(ample_options())
+    const auto result = Command_Service(ample_options())
                             .run_command("echo text; sleep 0.1; exit 3", velmora::Run_Flag::WAIT_AND_CAPTURE);
     ::_exit(result.output == "text\n" ? result.exit_code : 1);
   };
@@ -530,8 +532,8 @@ TEST_F(PosixSystem, WorksWhereTheKernelCannotAnnounceTheEndOfAProcess) {
 
 // --- Threads -----------------------------------------------------------------
 
-TEST_F(PosixSystem, SeveralThreadsGetTheirOwnResults) {
-  Posix_System system(ample_options());
+TEST_F(CommandService, SeveralThreadsGetTheirOwnResults) {
+  Command_Service system(ample_options());
   std::vector<std::jthread> threads;
   for (int number = 0; number < 8; ++number) {
     threads.emplace_back([&system, number] {

@@ -1,0 +1,34 @@
+#pragma once
+
+#include <boost/filesystem/path.hpp>
+
+#include <string>
+
+/// What the file service does differently on each operating system.
+///
+/// Operations throw std::system_error with an error code of the operating system.
+namespace zant::velmora_host::disk {
+
+using Path = boost::filesystem::path;
+
+std::string read(const Path& path);
+void write(const Path& path, const std::string& contents);
+void copy(const Path& source, const Path& destination);
+bool are_equal(const Path& first, const Path& second);
+
+/// Deletes a file, but never a directory. A link is deleted itself.
+void remove_file(const Path& path);
+
+/// Deletes a file or an empty directory. A link is deleted itself.
+void remove(const Path& path);
+
+/// Creates a directory whose parent is there. One that is there already is no failure.
+void create_directory(const Path& path);
+
+/// Whether an error code of the operating system says that nothing is there.
+bool means_missing(int error_code);
+
+/// The reason that an error code of the operating system stands for.
+std::string error_text(int error_code);
+
+}  // namespace zant::velmora_host::disk

@@ -1,0 +1,177 @@
+#include <zant/velmora_host/services/file_service.hpp>
+
+#include <zant/velmora_host/services/disk_operations.hpp>
+#include <zant/velmora_host/services/line_end.hpp>
+
+#include <zant/logging/source.hpp>
+
+#include <fmt/format.h>
+#include <boost/filesystem/directory.hpp>
+#include <boost/filesystem/operations.hpp>
+
+#include <algorithm>
+#include <system_error>
+
+namespace zant::velmora_host {
+
+using zant::logging::severity_level;
+
+// Carries the operations out, and logs why one failed.
+class File_Service::Implementation {
+ public:
+  Implementation() { log_.init_("File_Service", ""); }
+
+  // Whether a missing file is a failure of an operation, or an answer.
+  enum class Missing { IS_A_FAILURE, IS_AN_ANSWER };
+
+  // True when it succeeded. `what` says in the log what could not be done.
+  template <typename Operation>
+  bool attempt(const std::string& what, const Path& path, Missing missing, Operation operation) {
+    try {
+      operation();
+      return true;
+    } catch (const std::system_error& error) {
+      if (missing == Missing::IS_A_FAILURE || !disk::means_missing(error.code().value())) {
+        log_failure_(what, path, error.what());
+      }
+      return false;
+    }
+  }
+
+  void log_unless_missing(const std::string& what, const Path& path, const boost::system::error_code& error) {
+    if (error && !disk::means_missing(error.value())) {
+      log_failure_(what, path, disk::error_text(error.value()));
+    }
+  }
+
+  boost::filesystem::directory_iterator open_directory(const Path& directory) {
+    boost::system::error_code error;
+    boost::filesystem::directory_iterator entries(directory, error);
+    log_unless_missing("list", directory, error);
+    return error ? boost::filesystem::directory_iterator() : entries;
+  }
+
+ private:
+  void log_failure_(const std::string& what, const Path& path, const std::string& reason) {
+    ZANT_LOG(log_, severity_level::warning) << fmt::format("Cannot {} {}: {}", what, path.string(), reason);
+  }
+
+  zant::logging::Source log_;
+};
+
+File_Service::File_Service() : implementation_(std::make_unique<Implementation>()) {}
+
+File_Service::~File_Service() = default;
+
+bool File_Service::remove(const Path& path) {
+  return implementation_->attempt("remove", path, Implementation::Missing::IS_AN_ANSWER,
+                                  [&] { disk::remove(path); });
+}
+
+void File_Service::remove(const std::vector<Path>& paths) {
+  for (const auto& path : paths) {
+    implementation_->attempt("remove", path, Implementation::Missing::IS_AN_ANSWER,
+                             [&] { disk::remove_file(path); });
+  }
+}
+
+void File_Service::remove_all(const Path& path) {
+  boost::system::error_code error;
+  boost::filesystem::remove_all(path, error);
+  implementation_->log_unless_missing("remove", path, error);
+}
+
+bool File_Service::exists(const Path& path) {
+  return type_of(path) != File_Type::NONE;
+}
+
+bool File_Service::is_empty(const Path& path) {
+  return type_of(path) == File_Type::DIRECTORY && list_entries(path).empty();
+}
+
+std::vector<velmora::Filesystem::Path> File_Service::list_files(const Path& directory,
+                                                                const std::string& extension) {
+  std::vector<Path> found = list_entries(directory);
+  std::erase_if(found, [&](const Path& path) {
+    return path.extension() != extension || type_of(path) != File_Type::FILE;
+  });
+  return found;
+}
+
+bool File_Service::copy_file(const Path& source, const Path& destination, int copy_option) {
+  if (copy_option != velmora::Copy_Option::OVERWRITE_EXISTING && exists(destination)) {
+    return false;
+  }
+  return implementation_->attempt(fmt::format("copy {} to", source.string()), destination,
+                                  Implementation::Missing::IS_A_FAILURE,
+                                  [&] { disk::copy(source, destination); });
+}
+
+std::size_t File_Service::copy_files(const std::vector<Path>& sources, const Path& directory,
+                                     int copy_option) {
+  return static_cast<std::size_t>(std::count_if(sources.begin(), sources.end(), [&](const Path& source) {
+    return exists(source) && copy_file(source, directory / source.filename(), copy_option);
+  }));
+}
+
+std::string File_Service::read_file(const Path& path, int read_flag) {
+  std::string text;
+  implementation_->attempt("read", path, Implementation::Missing::IS_AN_ANSWER,
+                           [&] { text = disk::read(path); });
+  return read_flag == velmora::Read_Flag::WITHOUT_LINE_END ? without_line_end(std::move(text)) : text;
+}
+
+bool File_Service::write_file(const Path& path, const std::string& contents, int /*write_flag*/) {
+  return implementation_->attempt("write", path, Implementation::Missing::IS_A_FAILURE,
+                                  [&] { disk::write(path, contents); });
+}
+
+bool File_Service::create_directories(const Path& path) {
+  if (type_of(path) == File_Type::DIRECTORY) {
+    return true;
+  }
+  const Path parent = path.parent_path();
+  return (parent.empty() || create_directories(parent)) &&
+         implementation_->attempt("create the directory", path, Implementation::Missing::IS_A_FAILURE,
+                                  [&] { disk::create_directory(path); });
+}
+
+bool File_Service::files_equal(const Path& first, const Path& second) {
+  bool are_equal = false;
+  implementation_->attempt(fmt::format("compare {} with", first.string()), second,
+                           Implementation::Missing::IS_AN_ANSWER,
+                           [&] { are_equal = disk::are_equal(first, second); });
+  return are_equal;
+}
+
+File_Type File_Service::type_of(const Path& path) {
+  boost::system::error_code error;
+  const boost::filesystem::file_type type = boost::filesystem::status(path, error).type();
+  switch (type) {
+    case boost::filesystem::regular_file:
+      return File_Type::FILE;
+    case boost::filesystem::directory_file:
+      return File_Type::DIRECTORY;
+    case boost::filesystem::file_not_found:
+      return File_Type::NONE;
+    case boost::filesystem::status_error:
+      implementation_->log_unless_missing("look for", path, error);
+      return File_Type::NONE;
+    default:
+      return File_Type::OTHER;
+  }
+}
+
+std::vector<velmora::Filesystem::Path> File_Service::list_entries(const Path& directory) {
+  std::vector<Path> found;
+  boost::system::error_code error;
+  for (auto entry = implementation_->open_directory(directory);
+       !error && entry != boost::filesystem::directory_iterator(); entry.increment(error)) {
+    found.push_back(entry->path());
+  }
+  implementation_->log_unless_missing("list", directory, error);
+  std::sort(found.begin(), found.end());
+  return found;
+}
+
+}  // namespace zant::velmora_host

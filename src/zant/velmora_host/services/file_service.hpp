@@ -1,0 +1,73 @@
+#pragma once
+
+#include <zant/velmora_host/services/host_filesystem.hpp>
+
+#include <cstddef>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace zant::velmora_host {
+
+/// The file service of the operating system that it is built for.
+///
+/// A file that it writes or copies is whole or not there: a hidden temporary file in the destination's
+/// directory is written, brought to the disk and renamed over the destination. Texts are stored unchanged,
+/// without a translation of line ends. Links in sources are followed.
+///
+/// Ordinary failures are the results that `Filesystem` describes, never exceptions; their reason is logged as
+/// a warning under the channel "File_Service". A missing file is an answer and is not logged.
+///
+/// Safe to call from several threads at once; the last of several writers of one file wins.
+///
+/// On a POSIX host:
+/// - Files and the entries of their directories survive a crash of the machine from the moment the call
+///   returns.
+/// - Files get mode 0644 and directories 0755, whatever the source or the process's mask say, because the
+///   package managers' unprivileged helpers read them.
+/// - A destination that is a symbolic link is replaced itself, not what it points to.
+///
+/// On Windows:
+/// - Directories that it creates can be changed by administrators and the system alone.
+/// - A file that another process has open without sharing it, or that is marked read-only, cannot be replaced
+///   or removed.
+/// - Paths that are made from texts are in the encoding that the process has set for boost::filesystem, the
+///   code page of the system unless it has set UTF-8 (`boost::nowide::nowide_filesystem`).
+class File_Service : public Host_Filesystem {
+ public:
+  /// The extension of the temporary files; their names begin with a point. A process that is killed while it
+  /// writes leaves one; it is harmless, because package managers ignore hidden files, and can be removed
+  /// while nobody writes in its directory.
+  static const char* const TEMPORARY_EXTENSION;
+
+  File_Service();
+  ~File_Service() override;
+  File_Service(const File_Service&) = delete;
+  File_Service& operator=(const File_Service&) = delete;
+
+  bool remove(const Path& path) override;
+  void remove(const std::vector<Path>& paths) override;
+  void remove_all(const Path& path) override;
+  bool exists(const Path& path) override;
+  bool is_empty(const Path& path) override;
+
+  /// Sorted; links to files count as files.
+  std::vector<Path> list_files(const Path& directory, const std::string& extension) override;
+
+  /// With any option but Copy_Option::OVERWRITE_EXISTING an existing destination stays, and the copy fails.
+  bool copy_file(const Path& source, const Path& destination, int copy_option) override;
+  std::size_t copy_files(const std::vector<Path>& sources, const Path& directory, int copy_option) override;
+  std::string read_file(const Path& path, int read_flag) override;
+  bool write_file(const Path& path, const std::string& contents, int write_flag) override;
+  bool create_directories(const Path& path) override;
+  bool files_equal(const Path& first, const Path& second) override;
+  File_Type type_of(const Path& path) override;
+  std::vector<Path> list_entries(const Path& directory) override;
+
+ private:
+  class Implementation;
+
+  std::unique_ptr<Implementation> implementation_;
+};
+
+}  // namespace zant::velmora_host

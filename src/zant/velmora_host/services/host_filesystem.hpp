@@ -1,0 +1,32 @@
+#pragma once
+
+#include <zant/velmora/host/filesystem.hpp>
+
+#include <vector>
+
+namespace zant::velmora_host {
+
+/// What stands at a path.
+enum class File_Type {
+  NONE,       ///< nothing, or a link that leads nowhere
+  FILE,       ///< a regular file
+  DIRECTORY,  ///< a directory
+  OTHER       ///< a device, a pipe, a socket
+};
+
+/// The file service of the host side: the library's, with what reports and planning need to know beside it.
+/// The host side sees the host's files through this interface only, so that a dry run or a test sees one
+/// consistent world.
+///
+/// The rules of `velmora::Filesystem` for owner, threads and failures hold here too.
+class Host_Filesystem : public velmora::Filesystem {
+ public:
+  /// What stands at the path; links are followed. A path that cannot be examined counts as NONE.
+  virtual File_Type type_of(const Path& path) = 0;
+
+  /// The full paths of all entries of a directory, hidden ones and subdirectories included, sorted. Empty
+  /// when the directory is missing or is no directory.
+  virtual std::vector<Path> list_entries(const Path& directory) = 0;
+};
+
+}  // namespace zant::velmora_host

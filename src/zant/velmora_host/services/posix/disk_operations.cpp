@@ -1,0 +1,115 @@
+#include <zant/velmora_host/services/disk_operations.hpp>
+
+#include <zant/velmora_host/services/file_service.hpp>
+#include <zant/velmora_host/services/posix/input_file.hpp>
+#include <zant/velmora_host/services/posix/replacement_file.hpp>
+#include <zant/velmora_host/services/posix/system_error.hpp>
+
+#include <boost/filesystem/operations.hpp>
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <system_error>
+
+namespace zant::velmora_host {
+
+const char* const File_Service::TEMPORARY_EXTENSION = Replacement_File::EXTENSION;
+
+namespace disk {
+namespace {
+
+constexpr mode_t DIRECTORY_MODE = 0755;
+
+bool directory_exists(const Path& path) {
+  boost::system::error_code ignored;
+  return boost::filesystem::is_directory(path, ignored);
+}
+
+// The reason alone: the log says already what could not be done.
+[[noreturn]] void throw_reason() {
+  throw std::system_error(errno, std::generic_category());
+}
+
+}  // namespace
+
+std::string read(const Path& path) {
+  std::string text;
+  Input_File file(path);
+  for (auto piece = file.next_piece(); !piece.empty(); piece = file.next_piece()) {
+    text += piece;
+  }
+  return text;
+}
+
+void write(const Path& path, const std::string& contents) {
+  Replacement_File file(path);
+  file.write(contents);
+  file.commit();
+}
+
+void copy(const Path& source, const Path& destination) {
+  Input_File original(source);
+  Replacement_File copy(destination);
+  for (auto piece = original.next_piece(); !piece.empty(); piece = original.next_piece()) {
+    copy.write(piece);
+  }
+  copy.commit();
+}
+
+bool are_equal(const Path& first, const Path& second) {
+  Input_File one(first);
+  Input_File other(second);
+  if (one.size() != other.size()) {
+    return false;
+  }
+  while (true) {
+    const auto piece = one.next_piece();
+    if (piece != other.next_piece()) {
+      return false;
+    }
+    if (piece.empty()) {
+      return true;
+    }
+  }
+}
+
+void remove_file(const Path& path) {
+  if (::unlink(path.c_str()) != 0) {
+    throw_reason();
+  }
+}
+
+void remove(const Path& path) {
+  if (std::remove(path.c_str()) != 0) {
+    throw_reason();
+  }
+}
+
+void create_directory(const Path& path) {
+  if (::mkdir(path.c_str(), DIRECTORY_MODE) != 0) {
+    const int error_number = errno;
+    // Another process may have created it meanwhile.
+    if (error_number == EEXIST && directory_exists(path)) {
+      return;
+    }
+    throw_system_error("cannot create it", error_number);
+  }
+  if (::chmod(path.c_str(), DIRECTORY_MODE) != 0) {
+    throw_system_error("cannot set its mode");
+  }
+  sync_directory(path.parent_path());
+}
+
+bool means_missing(int error_code) {
+  return error_code == ENOENT || error_code == ENOTDIR;
+}
+
+std::string error_text(int error_code) {
+  return velmora_host::error_text(error_code);
+}
+
+}  // namespace disk
+}  // namespace zant::velmora_host

@@ -1,0 +1,79 @@
+#include <zant/velmora_host/services/disk_operations.hpp>
+
+#include <zant/velmora_host/services/file_service.hpp>
+#include <zant/velmora_host/services/windows/input_file.hpp>
+#include <zant/velmora_host/services/windows/protected_directory.hpp>
+#include <zant/velmora_host/services/windows/replacement_file.hpp>
+#include <zant/velmora_host/services/windows/win32_error.hpp>
+
+#include <boost/filesystem/operations.hpp>
+
+#include <system_error>
+
+namespace zant::velmora_host {
+
+const char* const File_Service::TEMPORARY_EXTENSION = Replacement_File::EXTENSION;
+
+namespace disk {
+namespace {
+
+bool directory_exists(const Path& path) {
+  boost::system::error_code ignored;
+  return boost::filesystem::is_directory(path, ignored);
+}
+
+}  // namespace
+
+std::string read(const Path& path) {
+  return Input_File(path).read_all();
+}
+
+void write(const Path& path, const std::string& contents) {
+  Replacement_File file(path);
+  file.write(contents);
+  file.commit();
+}
+
+void copy(const Path& source, const Path& destination) {
+  write(destination, read(source));
+}
+
+bool are_equal(const Path& first, const Path& second) {
+  return read(first) == read(second);
+}
+
+void remove_file(const Path& path) {
+  if (::DeleteFileW(path.c_str()) == FALSE) {
+    throw_win32_error("cannot delete it");
+  }
+}
+
+void remove(const Path& path) {
+  const BOOL is_removed = directory_exists(path) ? ::RemoveDirectoryW(path.c_str()) : ::DeleteFileW(path.c_str());
+  if (is_removed == FALSE) {
+    throw_win32_error("cannot delete it");
+  }
+}
+
+void create_directory(const Path& path) {
+  try {
+    create_protected_directory(path);
+  } catch (const std::system_error&) {
+    // Another process may have created it meanwhile.
+    if (!directory_exists(path)) {
+      throw;
+    }
+  }
+}
+
+bool means_missing(int error_code) {
+  return error_code == ERROR_FILE_NOT_FOUND || error_code == ERROR_PATH_NOT_FOUND ||
+         error_code == ERROR_INVALID_NAME || error_code == ERROR_DIRECTORY;
+}
+
+std::string error_text(int error_code) {
+  return win32_error_text(static_cast<DWORD>(error_code));
+}
+
+}  // namespace disk
+}  // namespace zant::velmora_host
