@@ -23,10 +23,9 @@ void try_input(const std::string& input) {
     settings.metrics_file();
     settings.log_level();
     settings.log_format();
-    Poco::Util::AbstractConfiguration::Keys keys;
-    settings.configuration().keys("package.apt.repo", keys);
-    for (const auto& key : keys) {
-      settings.configuration().getString("package.apt.repo." + key);
+    for (const auto& setting : settings.all()) {
+      const bool has_value = settings.configuration().has(setting.key);
+      require(!has_value || settings.configuration().getString(setting.key) == setting.value);
     }
   } catch (const Refusal& refusal) {
     require(!refusal.messages().empty());

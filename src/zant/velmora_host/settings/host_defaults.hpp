@@ -1,16 +1,23 @@
 #pragma once
 
+#include <zant/velmora_host/settings/setting_defaults.hpp>
+
 #include <boost/filesystem/path.hpp>
 
-#include <map>
 #include <string>
 
 /// Where things are on this kind of host unless the settings say otherwise.
 namespace zant::velmora_host::host_defaults {
 
-boost::filesystem::path settings_file();
+/// The defaults of the settings that name directories; empty where this kind of host has none.
+struct Directories {
+  std::string staging;
+  std::string state;
+  std::string base;
+};
 
-/// The settings that name directories, by key.
-std::map<std::string, std::string> directories();
+Setting_System system();
+boost::filesystem::path settings_file();
+Directories directories();
 
 }  // namespace zant::velmora_host::host_defaults

@@ -2,25 +2,48 @@
 
 #include <functional>
 #include <string>
+#include <vector>
 
 namespace zant::velmora_host {
 
-/// What a setting may be.
+/// What values a setting may have.
 struct Setting_Rule {
-  std::string key;
+  std::string type;                  ///< in words, for documents
+  std::vector<std::string> choices;  ///< all values, where the list is closed; else empty
 
   /// What would be right, for a value that is not; empty for a value that is.
   std::function<std::string(const std::string&)> find_fault;
 };
 
-/// The rule for a key; null when nobody knows the key.
-const Setting_Rule* find_setting_rule(const std::string& key);
+/// The rules that settings are judged by.
+namespace setting_rules {
 
-/// The keys, for a message about one that nobody knows: those of its group if it has one, else all.
-std::string known_setting_keys(const std::string& unknown_key);
+Setting_Rule whole_number(int smallest, int largest, const std::string& unit);
+Setting_Rule truth_value();
+Setting_Rule one_of(const std::vector<std::string>& choices);
+Setting_Rule log_level();
+Setting_Rule directory();
+Setting_Rule metrics_file();
+Setting_Rule apt_url();
+Setting_Rule dnf_url();
 
-/// What is wrong with a text of package origins, entries separated by ";", in the eyes of
-/// unattended-upgrades, which one bad entry keeps from upgrading anything; empty when nothing is.
-std::string find_origins_fault(const std::string& origins);
+/// Of a key that a shell command fetches.
+Setting_Rule key_url();
 
+Setting_Rule channel();
+
+/// May hold DNF's variables.
+Setting_Rule dnf_channel();
+
+/// Entries separated by ";". One bad entry keeps unattended-upgrades from upgrading anything.
+Setting_Rule origins();
+
+Setting_Rule throttle();
+Setting_Rule calendar();
+Setting_Rule time_span();
+
+/// A part of a command line that cmd.exe reads, of this type.
+Setting_Rule shell_words(const std::string& type);
+
+}  // namespace setting_rules
 }  // namespace zant::velmora_host

@@ -3,175 +3,169 @@
 #include <zant/velmora_host/base/finding.hpp>
 #include <zant/velmora_host/base/printable.hpp>
 #include <zant/velmora_host/base/refusal.hpp>
-#include <zant/velmora_host/settings/host_defaults.hpp>
-#include <zant/velmora_host/settings/setting_rules.hpp>
+#include <zant/velmora_host/settings/reference_expansion.hpp>
+#include <zant/velmora_host/settings/setting_layers.hpp>
+#include <zant/velmora_host/settings/setting_table.hpp>
 
-#include <Poco/Exception.h>
-#include <Poco/Util/PropertyFileConfiguration.h>
+#include <Poco/Util/MapConfiguration.h>
 #include <fmt/format.h>
-#include <boost/algorithm/string/predicate.hpp>
-#include <boost/filesystem/operations.hpp>
 
-#include <algorithm>
-#include <cerrno>
-#include <fstream>
-#include <iterator>
+#include <map>
 #include <optional>
-#include <set>
-#include <sstream>
-#include <system_error>
 
 namespace zant::velmora_host {
 namespace {
 
 using Poco::AutoPtr;
 using Poco::Util::LayeredConfiguration;
-using Poco::Util::PropertyFileConfiguration;
+using Poco::Util::MapConfiguration;
 
-constexpr std::size_t LONGEST_VALUE = 4096;
-
-// Settings of one origin. Tells all its keys at once: asked level by level, a key that begins with a dot has
-// no end, and one of a thousand levels costs a thousand searches.
-class Listed_Configuration final : public PropertyFileConfiguration {
- public:
-  using PropertyFileConfiguration::PropertyFileConfiguration;
-
-  std::vector<std::string> all_keys() const {
-    std::vector<std::string> keys;
-    std::transform(begin(), end(), std::back_inserter(keys),
-                   [](const auto& setting) { return setting.first; });
-    return keys;
+std::string find_value_fault(const Setting& setting, const Reference_Expansion::Result& expanded) {
+  switch (expanded.fault) {
+    case Reference_Expansion::Fault::TOO_LONG:
+      return "must not be that long";
+    case Reference_Expansion::Fault::HIDDEN:
+      return "must not put a reference ${...} together from parts";
+    default:
+      return setting.rule.find_fault(expanded.value);
   }
-};
-
-// One layer, and what to call it in front of the administrator.
-struct Layer {
-  std::string name;
-  AutoPtr<Listed_Configuration> configuration;
-};
-
-[[noreturn]] void refuse_file(const boost::filesystem::path& file, const std::string& what,
-                              const std::string& remedy) {
-  throw Refusal(Refusal_Reason::BAD_SETTINGS,
-                Findings{{file.string(), what, remedy, Finding_Code::UNREADABLE_SETTINGS}});
 }
 
-std::string read_settings_file(const boost::filesystem::path& file) {
-  boost::system::error_code ignored;
-  if (boost::filesystem::is_directory(file, ignored)) {
-    refuse_file(file, "is a directory", "name a settings file");
-  }
-  errno = 0;
-  std::ifstream stream(file.c_str(), std::ios::binary);
-  std::ostringstream contents;
-  contents << stream.rdbuf();
-  const std::string text = contents.str();
-  if (!stream.is_open() || stream.bad()) {
-    const int error_number = errno != 0 ? errno : EIO;
-    refuse_file(file, "cannot be read: " + std::generic_category().message(error_number),
-                "it must be readable by the administrator");
-  }
-  if (text.find('\0') != std::string::npos) {
-    refuse_file(file, "is not a text file", "it consists of lines KEY = VALUE");
-  }
-  return text;
-}
-
-AutoPtr<Listed_Configuration> load_settings_file(const Settings_Sources& sources) {
-  boost::system::error_code error;
-  const auto status = boost::filesystem::status(sources.file, error);
-  if (status.type() == boost::filesystem::file_not_found && !sources.file_is_required) {
-    return new Listed_Configuration;
-  }
-  // From memory: on a stream that fails, Poco's parsers do not come to an end.
-  std::istringstream text(read_settings_file(sources.file));
-  return new Listed_Configuration(text);
-}
-
-AutoPtr<Listed_Configuration> make_overrides(const Settings_Sources& sources) {
-  AutoPtr<Listed_Configuration> overrides(new Listed_Configuration);
-  for (const auto& [key, value] : sources.overrides) {
-    overrides->setString(key, value);
-  }
-  return overrides;
-}
-
-AutoPtr<Listed_Configuration> make_defaults() {
-  AutoPtr<Listed_Configuration> defaults(new Listed_Configuration);
-  defaults->setString("minder.interval", "3600");
-  defaults->setString("minder.automatic_upgrades", "true");
-  defaults->setString("minder.purge_on_removal", "false");
-  defaults->setString("minder.command_time_limit", "1800");
-  defaults->setString("minder.command_kill_delay", "10");
-  defaults->setString("minder.metrics_file", "");
-  defaults->setString("minder.log.level", "info");
-  defaults->setString("minder.log.format", "auto");
-  for (const auto& [key, value] : host_defaults::directories()) {
-    defaults->setString(key, value);
-  }
-  return defaults;
-}
-
-bool is_reserved(const std::string& key) {
-  return key == "package" || key == "minder" || boost::algorithm::starts_with(key, "package.") ||
-         boost::algorithm::starts_with(key, "minder.");
-}
-
-std::optional<Finding> judge(const Layer& layer, const std::string& key,
-                             const LayeredConfiguration& configuration) {
-  const Setting_Rule* rule = find_setting_rule(key);
-  if (rule == nullptr) {
-    return Finding{layer.name, "unknown key " + printable(key), "known keys are " + known_setting_keys(key),
-                   "settings.unknown_key"};
-  }
-  std::string value;
-  try {
-    value = configuration.getString(key);
-  } catch (const Poco::Exception&) {
-    return Finding{layer.name, key + " refers to itself",
+std::optional<Finding> judge(const Setting& setting, const std::string& place,
+                             const Reference_Expansion::Result& expanded) {
+  if (expanded.fault == Reference_Expansion::Fault::CIRCLE) {
+    return Finding{place, setting.key + " refers to itself",
                    "a reference ${...} names another key, and never in a circle",
                    "settings.circular_reference"};
   }
-  const std::string remedy = value.size() > LONGEST_VALUE ? "must not be that long" : rule->find_fault(value);
+  if (expanded.value.empty() && setting.is_unset_when_empty()) {
+    return std::nullopt;
+  }
+  const std::string remedy = find_value_fault(setting, expanded);
   if (remedy.empty()) {
     return std::nullopt;
   }
-  return Finding{layer.name, fmt::format("{} is \"{}\"", key, printable(value)), remedy,
+  return Finding{place, fmt::format("{} is \"{}\"", setting.key, printable(expanded.value)), remedy,
                  "settings.bad_value"};
 }
 
-// A bad value is reported where it stands, and only there: what is overridden has no effect.
-Findings judge_layers(const std::vector<Layer>& by_precedence, const LayeredConfiguration& configuration) {
-  Findings findings;
-  std::set<std::string> judged;
-  for (const auto& layer : by_precedence) {
-    for (const auto& key : layer.configuration->all_keys()) {
-      if (!is_reserved(key) || !judged.insert(key).second) {
-        continue;
-      }
-      if (const auto finding = judge(layer, key, configuration)) {
-        findings.push_back(*finding);
-      }
+Finding unknown_key(const Written_Setting& written, const Setting_Table& table) {
+  const auto nearest = table.nearest_key(written.key);
+  return {written.place, "unknown key " + printable(written.key),
+          nearest ? "did you mean " + *nearest + "?" : "package-minder.properties(5) lists the known keys",
+          "settings.unknown_key"};
+}
+
+using Written_By_Key = std::map<std::string, Written_Setting>;
+
+// What is overridden has no effect and is not judged; a key that does not exist is a mistake wherever it
+// stands.
+Written_By_Key pick_winners(const Setting_Layers& layers, const Setting_Table& table, Findings& findings) {
+  Written_By_Key winners;
+  for (const auto& written : layers.settings) {
+    if (table.find(written.key) == nullptr) {
+      findings.push_back(unknown_key(written, table));
+    } else {
+      winners[written.key] = written;
     }
   }
-  return findings;
+  return winners;
+}
+
+// A default of the library is the library's business, which knows the host.
+bool has_default_here(const Setting& setting) {
+  return setting.group == Setting_Group::PROGRAM && !setting.default_value.empty();
+}
+
+Reference_Expansion make_expansion(const Written_By_Key& winners, const Setting_Table& table) {
+  std::map<std::string, std::string> values;
+  for (const auto& setting : table.settings()) {
+    if (const auto winner = winners.find(setting.key); winner != winners.end()) {
+      values[setting.key] = winner->second.value;
+    } else if (has_default_here(setting)) {
+      values[setting.key] = setting.default_value;
+    }
+  }
+  return Reference_Expansion(std::move(values));
+}
+
+std::vector<Effective_Setting> make_effective(const Written_By_Key& winners, const Setting_Table& table,
+                                              Findings& findings) {
+  std::vector<Effective_Setting> all;
+  Reference_Expansion expansion = make_expansion(winners, table);
+  for (const auto& setting : table.settings()) {
+    const auto winner = winners.find(setting.key);
+    if (winner == winners.end()) {
+      all.push_back(
+          {setting.key, has_default_here(setting) ? setting.default_value : "", Setting_Source::DEFAULT, ""});
+      continue;
+    }
+    const Written_Setting& written = winner->second;
+    const Reference_Expansion::Result& expanded = expansion.expand(setting.key);
+    if (const auto finding = judge(setting, written.place, expanded)) {
+      findings.push_back(*finding);
+    }
+    all.push_back({setting.key, expanded.value, written.source, written.place});
+  }
+  return all;
+}
+
+AutoPtr<LayeredConfiguration> make_configuration(const std::vector<Effective_Setting>& all,
+                                                 const Setting_Table& table) {
+  AutoPtr<MapConfiguration> values(new MapConfiguration);
+  for (const auto& setting : all) {
+    const bool is_set = setting.source != Setting_Source::DEFAULT || !setting.value.empty();
+    if (is_set && !(setting.value.empty() && table.find(setting.key)->is_unset_when_empty())) {
+      values->setString(setting.key, setting.value);
+    }
+  }
+  AutoPtr<LayeredConfiguration> configuration(new LayeredConfiguration);
+  configuration->add(values, 0);
+  return configuration;
 }
 
 }  // namespace
 
-Settings::Settings(const Settings_Sources& sources)
-    : file_(sources.file), configuration_(new LayeredConfiguration) {
-  const std::vector<Layer> by_precedence = {{"--set", make_overrides(sources)},
-                                            {sources.file.string(), load_settings_file(sources)},
-                                            {"defaults", make_defaults()}};
-  int priority = 0;
-  for (const auto& layer : by_precedence) {
-    configuration_->add(layer.configuration, priority++);
+const char* to_string(Setting_Source source) {
+  switch (source) {
+    case Setting_Source::FILE:
+      return "file";
+    case Setting_Source::SERVER:
+      return "server";
+    case Setting_Source::OVERRIDES:
+      return "overrides";
+    default:
+      return "default";
   }
-  const Findings findings = judge_layers(by_precedence, *configuration_);
-  if (!findings.empty()) {
-    throw Refusal(Refusal_Reason::BAD_SETTINGS, findings);
-  }
+}
+
+struct Settings::Data {
+  boost::filesystem::path file;
+  std::vector<Effective_Setting> all;
+  AutoPtr<LayeredConfiguration> configuration;
+};
+
+Settings::Settings(const Settings_Sources& sources) {
+  const Setting_Table& table = setting_table();
+  const Setting_Layers layers = read_setting_layers(sources);
+  Findings findings = layers.faults;
+  const Written_By_Key winners = pick_winners(layers, table, findings);
+  auto all = make_effective(winners, table, findings);
+  refuse_if_any(findings);
+  auto configuration = make_configuration(all, table);
+  data_ = std::make_shared<const Data>(Data{sources.file, std::move(all), std::move(configuration)});
+}
+
+const LayeredConfiguration& Settings::configuration() const {
+  return *data_->configuration;
+}
+
+const boost::filesystem::path& Settings::file() const noexcept {
+  return data_->file;
+}
+
+const std::vector<Effective_Setting>& Settings::all() const noexcept {
+  return data_->all;
 }
 
 std::chrono::seconds Settings::interval() const {
@@ -179,19 +173,19 @@ std::chrono::seconds Settings::interval() const {
 }
 
 bool Settings::automatic_upgrades() const {
-  return configuration_->getBool("minder.automatic_upgrades");
+  return configuration().getBool("minder.automatic_upgrades");
 }
 
 bool Settings::purge_on_removal() const {
-  return configuration_->getBool("minder.purge_on_removal");
+  return configuration().getBool("minder.purge_on_removal");
 }
 
 boost::filesystem::path Settings::staging_directory() const {
-  return configuration_->getString("minder.staging_directory");
+  return configuration().getString("minder.staging_directory");
 }
 
 boost::filesystem::path Settings::state_directory() const {
-  return configuration_->getString("minder.state_directory");
+  return configuration().getString("minder.state_directory");
 }
 
 std::chrono::seconds Settings::command_time_limit() const {
@@ -203,15 +197,15 @@ std::chrono::seconds Settings::command_kill_delay() const {
 }
 
 boost::filesystem::path Settings::metrics_file() const {
-  return configuration_->getString("minder.metrics_file");
+  return configuration().getString("minder.metrics_file", "");
 }
 
 zant::logging::severity_level Settings::log_level() const {
-  return zant::logging::severity_level_from_string(configuration_->getString("minder.log.level")).value();
+  return zant::logging::severity_level_from_string(configuration().getString("minder.log.level")).value();
 }
 
 Log_Format Settings::log_format() const {
-  const std::string format = configuration_->getString("minder.log.format");
+  const std::string format = configuration().getString("minder.log.format");
   if (format == "auto") {
     return Log_Format::AUTO;
   }
@@ -219,7 +213,7 @@ Log_Format Settings::log_format() const {
 }
 
 std::chrono::seconds Settings::seconds_(const char* key) const {
-  return std::chrono::seconds(configuration_->getInt(key));
+  return std::chrono::seconds(configuration().getInt(key));
 }
 
 }  // namespace zant::velmora_host

@@ -4,13 +4,16 @@
 
 namespace zant::velmora_host::host_defaults {
 
+Setting_System system() {
+  return Setting_System::POSIX;
+}
+
 boost::filesystem::path settings_file() {
   return Build_Config::SETTINGS_FILE;
 }
 
-std::map<std::string, std::string> directories() {
-  return {{"minder.staging_directory", Build_Config::STAGING_DIRECTORY},
-          {"minder.state_directory", Build_Config::STATE_DIRECTORY}};
+Directories directories() {
+  return {Build_Config::STAGING_DIRECTORY, Build_Config::STATE_DIRECTORY, ""};
 }
 
 }  // namespace zant::velmora_host::host_defaults

@@ -4,14 +4,17 @@
 
 namespace zant::velmora_host::host_defaults {
 
+Setting_System system() {
+  return Setting_System::WINDOWS;
+}
+
 boost::filesystem::path settings_file() {
   return own_program_data() / "package-minder.properties";
 }
 
-std::map<std::string, std::string> directories() {
-  return {{"minder.state_directory", (own_program_data() / "state").string()},
-          // Where Chocolatey installs itself.
-          {"minder.base_directory", program_data().string()}};
+Directories directories() {
+  // Chocolatey installs itself into the base directory.
+  return {"", (own_program_data() / "state").string(), program_data().string()};
 }
 
 }  // namespace zant::velmora_host::host_defaults

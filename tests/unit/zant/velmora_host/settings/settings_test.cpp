@@ -3,20 +3,25 @@
 #include <zant/velmora_host/base/refusal.hpp>
 #include <zant/velmora_host/services/temporary_directory.hpp>
 
+#include <Poco/Util/MapConfiguration.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <boost/algorithm/string/predicate.hpp>
 #include <boost/filesystem/operations.hpp>
 
+#include <algorithm>
 #include <fstream>
+#include <memory>
 #include <string>
 #include <vector>
 
 namespace zant::velmora_host {
 namespace {
 
+using ::testing::Each;
 using ::testing::ElementsAre;
 using ::testing::StartsWith;
+using ::testing::UnorderedElementsAre;
 using zant::logging::severity_level;
 
 class SettingsTest : public ::testing::Test {
@@ -29,6 +34,13 @@ class SettingsTest : public ::testing::Test {
   void given_override(const std::string& key, const std::string& value) {
     sources_.overrides.emplace_back(key, value);
   }
+  void given_server(const std::string& key, const std::string& value) {
+    if (!sources_.server) {
+      sources_.server = new Poco::Util::MapConfiguration;
+      sources_.server_name = "server.ini";
+    }
+    sources_.server->setString(key, value);
+  }
   std::string file() const { return sources_.file.string(); }
 
   std::vector<std::string> refusals() const {
@@ -39,6 +51,18 @@ class SettingsTest : public ::testing::Test {
       return refusal.messages();
     }
     return {};
+  }
+
+  std::vector<std::string> codes() const {
+    std::vector<std::string> codes;
+    try {
+      const Settings settings(sources_);
+    } catch (const Refusal& refusal) {
+      for (const auto& finding : refusal.findings()) {
+        codes.push_back(finding.code);
+      }
+    }
+    return codes;
   }
 
   Temporary_Directory directory_;
@@ -105,12 +129,16 @@ TEST_F(SettingsTest, OfTheCommandLineWinOverTheFileAndLaterOnesOverEarlierOnes) 
   EXPECT_EQ(settings.log_format(), Log_Format::JOURNAL);
 }
 
-TEST_F(SettingsTest, MayReferToEachOtherAndToKeysOfTheAdministratorsOwn) {
-  given_file("mirror = https://mirror.example\npackage.apt.repo.url = ${mirror}/velmora/\n");
+TEST_F(SettingsTest, MayReferToEachOtherAndToDefaults) {
+  given_file(
+      "package.apt.repo.channel = beta\n"
+      "package.apt.repo.url = https://mirror.example/${package.apt.repo.channel}/\n"
+      "package.dnf.repo.channel = ${minder.log.level}\n");
 
   const Settings settings(sources_);
 
-  EXPECT_EQ(settings.configuration().getString("package.apt.repo.url"), "https://mirror.example/velmora/");
+  EXPECT_EQ(settings.configuration().getString("package.apt.repo.url"), "https://mirror.example/beta/");
+  EXPECT_EQ(settings.configuration().getString("package.dnf.repo.channel"), "info");
 }
 
 TEST_F(SettingsTest, KeepReferencesThatAreOthersBusiness) {
@@ -127,7 +155,7 @@ TEST_F(SettingsTest, ThatReferToThemselvesAreRefused) {
 
   EXPECT_THAT(
       refusals(),
-      ElementsAre(file() + ": package.apt.repo.url refers to itself; a reference ${...} names another key, "
+      ElementsAre(file() + ":1: package.apt.repo.url refers to itself; a reference ${...} names another key, "
                            "and never in a circle"));
 }
 
@@ -135,12 +163,13 @@ TEST_F(SettingsTest, AreRefusedEachWithItsOwnMessage) {
   given_file("minder.interval = soon\nminder.log.level = info\nminder.command_kill_delay = 0\n");
   given_override("minder.log.format", "colourful");
 
-  EXPECT_THAT(refusals(),
-              ElementsAre("--set: minder.log.format is \"colourful\"; must be one of auto, terminal, journal",
-                          file() + ": minder.command_kill_delay is \"0\"; must be a whole number of seconds "
-                                   "from 1 to 600",
-                          file() + ": minder.interval is \"soon\"; must be a whole number of seconds from 1 "
-                                   "to 3600"));
+  EXPECT_THAT(
+      refusals(),
+      ElementsAre(
+          file() + ":1: minder.interval is \"soon\"; must be a whole number of seconds from 1 to 3600",
+          file() + ":3: minder.command_kill_delay is \"0\"; must be a whole number of seconds "
+                   "from 1 to 600",
+          "--set: minder.log.format is \"colourful\"; must be one of auto, terminal, journal"));
 }
 
 TEST_F(SettingsTest, ThatAreOverriddenAreNotJudged) {
@@ -150,23 +179,35 @@ TEST_F(SettingsTest, ThatAreOverriddenAreNotJudged) {
   EXPECT_THAT(refusals(), ElementsAre());
 }
 
-TEST_F(SettingsTest, ThatNobodyKnowsAreRefused) {
-  given_file("minder.log.colour = blue\n");
-  given_override("package.apt", "x");
+TEST_F(SettingsTest, WithUnknownKeysAreRefusedWithTheLineAndTheNearestKey) {
+  given_file(
+      "# comment\n"
+      "minders.interval = 60\n"
+      "Minder.Interval = 60\n"
+      "packages.apt.repo.url = https://repo.velmora.test/\n"
+      "mirror = x\n");
+  given_override("minder.log.levle", "info");
 
-  const auto messages = refusals();
-
-  ASSERT_EQ(messages.size(), 2U);
-  EXPECT_THAT(messages[0],
-              StartsWith("--set: unknown key package.apt; known keys are package.apt.repo.url, "));
-  EXPECT_EQ(messages[1],
-            file() + ": unknown key minder.log.colour; known keys are minder.log.level, minder.log.format");
+  EXPECT_THAT(
+      refusals(),
+      ElementsAre(file() + ":2: unknown key minders.interval; did you mean minder.interval?",
+                  file() + ":3: unknown key Minder.Interval; did you mean minder.interval?",
+                  file() + ":4: unknown key packages.apt.repo.url; did you mean package.apt.repo.url?",
+                  file() + ":5: unknown key mirror; package-minder.properties(5) lists the known keys",
+                  "--set: unknown key minder.log.levle; did you mean minder.log.level?"));
+  EXPECT_THAT(codes(), Each("settings.unknown_key"));
 }
 
-TEST_F(SettingsTest, WithStrangeKeysAreTheAdministratorsOwn) {
-  given_file("= nothing\n.package.url = x\nour..mirror = y\nminder.interval = 60\n");
+TEST_F(SettingsTest, WithAnUnknownKeyAreRefusedAlsoWhereAGoodOneIsMissing) {
+  given_file("package.apt = x\n.minder.interval = 60\nminder.interval. = 60\nour..mirror = y\n");
 
-  EXPECT_EQ(Settings(sources_).interval(), std::chrono::seconds(60));
+  EXPECT_THAT(
+      refusals(),
+      ElementsAre(file() + ":1: unknown key package.apt; package-minder.properties(5) lists the known keys",
+                  file() + ":2: unknown key .minder.interval; did you mean minder.interval?",
+                  file() + ":3: unknown key minder.interval.; did you mean minder.interval?",
+                  file() + ":4: unknown key our..mirror; package-minder.properties(5) lists the known "
+                           "keys"));
 }
 
 TEST_F(SettingsTest, WithAKeyOfManyLevelsAreRefused) {
@@ -177,17 +218,209 @@ TEST_F(SettingsTest, WithAKeyOfManyLevelsAreRefused) {
   given_file(key + " = x\n");
 
   ASSERT_EQ(refusals().size(), 1U);
-  EXPECT_THAT(refusals()[0], StartsWith(file() + ": unknown key package.a.a."));
+  EXPECT_THAT(refusals()[0], StartsWith(file() + ":1: unknown key package.a.a."));
   EXPECT_LT(refusals()[0].size(), 2000U);
 }
 
-TEST_F(SettingsTest, WithoutASeparatorAreRefusedAsUnknownKeys) {
-  given_file("minder.log.level debug\n");
+TEST_F(SettingsTest, AreRefusedWithLinesThatAreNone) {
+  given_file("minder.interval = 60\nminder.log.level debug\n= nothing\n");
+
+  EXPECT_THAT(
+      refusals(),
+      ElementsAre(file() + ":2: \"minder.log.level debug\" is not a setting; a line must be KEY = VALUE, or "
+                           "a comment that begins with #",
+                  file() + ":3: \"= nothing\" is not a setting; a line must be KEY = VALUE, or a comment "
+                           "that begins with #"));
+  EXPECT_THAT(codes(), Each("settings.not_a_setting"));
+}
+
+TEST_F(SettingsTest, HaveCodesForTheirFaults) {
+  given_file("minder.interval = 0\npackage.apt.repo.url = ${package.apt.repo.url}\n");
+
+  EXPECT_THAT(codes(), ElementsAre("settings.bad_value", "settings.circular_reference"));
+}
+
+TEST_F(SettingsTest, OfTwoLinesForTheSameKeyTakeTheLater) {
+  given_file("minder.interval = soon\nminder.interval = 60\n");
+
+  EXPECT_EQ(Settings(sources_).interval(), std::chrono::seconds(60));
+}
+
+TEST_F(SettingsTest, RefuseAReferenceThatIsPutTogether) {
+  given_file(
+      "package.choco.repo.source_location = $\n"
+      "package.choco.upgrade_scheduler.options = ${package.choco.repo.source_location}{minder.log.level}\n");
+
+  EXPECT_THAT(
+      refusals(),
+      ElementsAre(file() + ":2: package.choco.upgrade_scheduler.options is \"${minder.log.level}\"; must not "
+                           "put a reference ${...} together from parts"));
+}
+
+// --- Empty values ------------------------------------------------------------
+
+TEST_F(SettingsTest, ThatAreEmptyAreNotSetWhereTheDefaultIsNothingOrDependsOnTheHost) {
+  given_file(
+      "minder.metrics_file =\n"
+      "minder.base_directory =\n"
+      "package.apt.repo.url =\n"
+      "package.apt.repo.channel =\n"
+      "package.apt.upgrade_timer.on_calendar =\n"
+      "package.apt.upgrade_timer.randomized_delay =\n"
+      "package.dnf.repo.baseurl =\n"
+      "package.dnf.upgrade_timer.on_calendar =\n"
+      "package.dnf.upgrade_timer.randomized_delay =\n"
+      "package.choco.repo.source_location =\n");
+
+  const Settings settings(sources_);
+
+  EXPECT_EQ(settings.metrics_file(), "");
+  Poco::Util::AbstractConfiguration::Keys groups;
+  settings.configuration().keys(groups);
+  EXPECT_THAT(groups, ElementsAre("minder"));
+  EXPECT_FALSE(settings.configuration().has("minder.metrics_file"));
+  EXPECT_FALSE(settings.configuration().has("minder.base_directory"));
+}
+
+TEST_F(SettingsTest, ThatAreEmptyAreRefusedElsewhere) {
+  given_file("minder.interval =\npackage.apt.repo.origins_pattern =\npackage.dnf.repo.url =\n");
+
+  EXPECT_THAT(
+      refusals(),
+      ElementsAre(file() + ":1: minder.interval is \"\"; must be a whole number of seconds from 1 to 3600",
+                  file() +
+                      ":2: package.apt.repo.origins_pattern is \"\"; must name at least one origin, such as "
+                      "o=NAME",
+                  file() + ":3: package.dnf.repo.url is \"\"; must be an address such as "
+                           "https://repo.example/path, without blanks or quotes"));
+}
+
+TEST_F(SettingsTest, ThatAreEmptyTakeTheValueOfALowerLayerAway) {
+  given_file("package.dnf.repo.baseurl = https://repo.velmora.test/\n");
+  given_override("package.dnf.repo.baseurl", "");
+
+  EXPECT_FALSE(Settings(sources_).configuration().has("package.dnf.repo.baseurl"));
+}
+
+TEST_F(SettingsTest, MayBeEmptyWhereThatIsAValue) {
+  given_override("package.choco.upgrade_scheduler.options", "");
+
+  EXPECT_EQ(
+      Settings(sources_).configuration().getString("package.choco.upgrade_scheduler.options", "default"), "");
+}
+
+// --- The configuration of a server -------------------------------------------
+
+TEST_F(SettingsTest, OfAServerWinOverTheFileAndLoseToOverrides) {
+  given_file("minder.interval = 60\nminder.log.level = debug\nminder.log.format = journal\n");
+  given_server("minder.interval", "70");
+  given_server("minder.log.level", "error");
+  given_override("minder.interval", "80");
+
+  const Settings settings(sources_);
+
+  EXPECT_EQ(settings.interval(), std::chrono::seconds(80));
+  EXPECT_EQ(settings.log_level(), severity_level::error);
+  EXPECT_EQ(settings.log_format(), Log_Format::JOURNAL);
+}
+
+TEST_F(SettingsTest, OfAServerAreTakenOverWithItsReferencesResolved) {
+  given_server("own.host", "mirror.example");
+  given_server("package.apt.repo.url", "https://${own.host}/velmora/");
+
+  const Settings settings(sources_);
+  given_server("own.host", "another.example");
+
+  EXPECT_EQ(settings.configuration().getString("package.apt.repo.url"), "https://mirror.example/velmora/");
+  EXPECT_FALSE(settings.configuration().has("own.host"));
+}
+
+TEST_F(SettingsTest, OfAServerAreJudgedInTheirGroupsOnly) {
+  given_server("minders.interval", "x");
+  given_server("http.port", "x");
+  given_server("minder.intervall", "60");
+  given_server("package.apt.repo.bandwidth_limit", "fast");
 
   EXPECT_THAT(refusals(),
-              ElementsAre(file() + ": unknown key minder.log.level debug; known keys are minder.log.level, "
-                                   "minder.log.format"));
+              ElementsAre("server.ini: unknown key minder.intervall; did you mean minder.interval?",
+                          "server.ini: package.apt.repo.bandwidth_limit is \"fast\"; must be a whole "
+                          "number of kB/s from 0 to 2147483647"));
 }
+
+TEST_F(SettingsTest, OfAServerWithReferencesInACircleAreRefused) {
+  given_server("package.apt.repo.url", "${package.apt.repo.url}");
+
+  EXPECT_THAT(refusals(), ElementsAre(StartsWith("server.ini: package.apt.repo.url has no value: ")));
+  EXPECT_THAT(codes(), ElementsAre("settings.circular_reference"));
+}
+
+TEST_F(SettingsTest, OfAServerWithStrangeKeysAreRefused) {
+  given_server("package..url", "x");
+  given_server("minder.a.b.c.d.e.f.g.h.i.j", "x");
+  given_server("minder.interval.x", "x");
+
+  EXPECT_THAT(refusals(), UnorderedElementsAre(StartsWith("server.ini: unknown key package."),
+                                               StartsWith("server.ini: unknown key minder.a.b.c.d.e.f.g"),
+                                               StartsWith("server.ini: unknown key minder.interval.x")));
+}
+
+TEST_F(SettingsTest, HaveANameForTheServersConfiguration) {
+  given_server("minder.interval", "0");
+  sources_.server_name = Settings_Sources().server_name;
+
+  EXPECT_THAT(refusals(), ElementsAre(StartsWith("the server's configuration: minder.interval is ")));
+}
+
+// --- Where settings come from ------------------------------------------------
+
+Effective_Setting find(const Settings& settings, const std::string& key) {
+  const auto& all = settings.all();
+  return *std::find_if(all.begin(), all.end(), [&key](const auto& setting) { return setting.key == key; });
+}
+
+TEST_F(SettingsTest, KnowWhereTheyComeFrom) {
+  given_file("\nminder.interval = 60\npackage.dnf.repo.baseurl =\n");
+  given_server("minder.log.format", "journal");
+  given_override("minder.log.level", "debug");
+
+  const Settings settings(sources_);
+
+  EXPECT_EQ(settings.all().size(), 27U);
+  EXPECT_EQ(find(settings, "minder.interval"),
+            (Effective_Setting{"minder.interval", "60", Setting_Source::FILE, file() + ":2"}));
+  EXPECT_EQ(find(settings, "package.dnf.repo.baseurl"),
+            (Effective_Setting{"package.dnf.repo.baseurl", "", Setting_Source::FILE, file() + ":3"}));
+  EXPECT_EQ(find(settings, "minder.log.format"),
+            (Effective_Setting{"minder.log.format", "journal", Setting_Source::SERVER, "server.ini"}));
+  EXPECT_EQ(find(settings, "minder.log.level"),
+            (Effective_Setting{"minder.log.level", "debug", Setting_Source::OVERRIDES, "--set"}));
+  EXPECT_EQ(find(settings, "minder.command_kill_delay"),
+            (Effective_Setting{"minder.command_kill_delay", "10", Setting_Source::DEFAULT, ""}));
+  EXPECT_EQ(find(settings, "package.apt.repo.url"),
+            (Effective_Setting{"package.apt.repo.url", "", Setting_Source::DEFAULT, ""}));
+}
+
+TEST(SettingSource, HasNamesForPrograms) {
+  EXPECT_STREQ(to_string(Setting_Source::DEFAULT), "default");
+  EXPECT_STREQ(to_string(Setting_Source::FILE), "file");
+  EXPECT_STREQ(to_string(Setting_Source::SERVER), "server");
+  EXPECT_STREQ(to_string(Setting_Source::OVERRIDES), "overrides");
+}
+
+TEST_F(SettingsTest, AreSharedByTheirCopies) {
+  given_override("minder.interval", "60");
+  auto original = std::make_unique<Settings>(sources_);
+
+  const Settings copy = *original;
+  const auto* configuration = &original->configuration();
+  original.reset();
+
+  EXPECT_EQ(&copy.configuration(), configuration);
+  EXPECT_EQ(copy.interval(), std::chrono::seconds(60));
+  EXPECT_EQ(copy.file(), sources_.file);
+}
+
+// --- Odd values and files ----------------------------------------------------
 
 TEST_F(SettingsTest, ShowControlCharactersOfABadValueEscaped) {
   given_override("package.dnf.repo.throttle", "1\n2");
