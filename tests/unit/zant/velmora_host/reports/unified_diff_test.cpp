@@ -25,6 +25,33 @@ TEST(UnifiedDiff, ShowsAMissingLineEnd) {
             "--- /etc/f\n+++ /etc/f\n@@ -1,1 +1,1 @@\n-a\n\\ No newline at end of file\n+a\n");
 }
 
+TEST(UnifiedDiff, ShowsTwoPlacesFarFromEachOtherApart) {
+  EXPECT_EQ(unified_diff({"/etc/f", "a\n1\n2\n3\n4\n5\n6\n7\n8\nb\n", "A\n1\n2\n3\n4\n5\n6\n7\n8\nB\n"}),
+            "--- /etc/f\n+++ /etc/f\n@@ -1,4 +1,4 @@\n-a\n+A\n 1\n 2\n 3\n"
+            "@@ -7,4 +7,4 @@\n 6\n 7\n 8\n-b\n+B\n");
+}
+
+TEST(UnifiedDiff, ShowsTabsAndNoCarriageReturn) {
+  EXPECT_EQ(unified_diff({"/etc/f", std::nullopt, "\ta\r\n"}),
+            "--- /dev/null\n+++ /etc/f\n@@ -0,0 +1,1 @@\n+\ta \n");
+}
+
+TEST(UnifiedDiff, ShowsNoLineOfAnEmptyFile) {
+  EXPECT_EQ(unified_diff({"/etc/f", std::nullopt, ""}), "--- /dev/null\n+++ /etc/f\n");
+}
+
+TEST(UnifiedDiff, ShowsTextThatIsNotAsciiAsText) {
+  EXPECT_EQ(unified_diff({"/etc/f", std::nullopt, "\xc3\xa4 ~\n"}),
+            "--- /dev/null\n+++ /etc/f\n@@ -0,0 +1,1 @@\n+\xc3\xa4 ~\n");
+}
+
+TEST(UnifiedDiff, TakesEveryControlCharacterForBinary) {
+  for (const char* text : {"\x01", "\x1f", "\x7f", "a\b"}) {
+    EXPECT_EQ(unified_diff({"/etc/f", std::nullopt, text}).substr(0, 6), "Binary") << text;
+    EXPECT_EQ(unified_diff({"/etc/f", text, "text"}).substr(0, 6), "Binary") << text;
+  }
+}
+
 TEST(UnifiedDiff, TellsBinaryFilesInOneLine) {
   EXPECT_EQ(unified_diff({"/etc/k", std::nullopt, std::string("\x01\x02", 2)}),
             "Binary file /etc/k is created (2 bytes)\n");
