@@ -23,13 +23,14 @@ namespace zant::program {
 namespace {
 
 constexpr const char* DESCRIPTION =
-    "Keeps the package zant-velmora upgradable on this host: its repository registered, its holds released,\n"
-    "and the host's automatic upgrades set up for it.";
+    "Keeps the package zant-velmora upgradable on this host: registers its\n"
+    "repository, releases holds, and sets up the host's automatic upgrades for it.";
 
 constexpr const char* FOOTER =
-    "Exit status: 0 done; 1 the work failed, or check found something; 2 plan found something to change;\n"
-    "64 wrong usage; 69 no supported package manager; 75 another package-minder is already running;\n"
-    "77 not run as the administrator; 78 settings or staging tree not usable.";
+    "Exit status: 0 done; 1 failed, or check found something; 2 plan found changes;\n"
+    "64 wrong usage; 69 no supported package manager; 75 another package-minder is\n"
+    "already running; 77 not run as the administrator; 78 settings or staging tree\n"
+    "not usable.";
 
 // Filled by CLI11 while it parses.
 struct Options {
@@ -73,7 +74,7 @@ void add_options(CLI::App& app, Options& options) {
 constexpr const char* JSON_FLAG = "--json";
 
 CLI::Option* add_json_flag(CLI::App& command, Options& options) {
-  return command.add_flag(JSON_FLAG, options.json, "Print it for a program, not for a person");
+  return command.add_flag(JSON_FLAG, options.json, "Print JSON");
 }
 
 void add_reports(CLI::App& app, Options& options, std::map<const CLI::App*, Command>& commands) {
@@ -82,9 +83,9 @@ void add_reports(CLI::App& app, Options& options, std::map<const CLI::App*, Comm
     add_json_flag(*report, options);
     commands[report] = command;
   };
-  add("status", "Show how things stand on this host", Command::STATUS);
+  add("status", "Show the state of this host", Command::STATUS);
   add("plan", "Show what the next cycle would change; exit status 2 if anything", Command::PLAN);
-  add("check", "Find what will keep this from working; exit status 1 if anything", Command::CHECK);
+  add("check", "List what will keep cycles from working; exit status 1 if anything", Command::CHECK);
 }
 
 std::map<const CLI::App*, Command> add_commands(CLI::App& app, Options& options) {
@@ -92,23 +93,23 @@ std::map<const CLI::App*, Command> add_commands(CLI::App& app, Options& options)
     return app.add_subcommand(name, description)->group("Commands");
   };
   std::map<const CLI::App*, Command> commands;
-  commands[add("run", "Mind the package until told to stop; what the service does")] = Command::RUN;
+  commands[add("run", "Run cycles until told to stop; the service runs this")] = Command::RUN;
   commands[add("once", "Run one cycle; the exit status is its result")] = Command::ONCE;
   commands[add("hold",
                "Hold the package against upgrades; a running service releases it in its next cycle")] =
       Command::HOLD;
   commands[add("release", "Release the package's hold")] = Command::RELEASE;
-  CLI::App* purge = add("purge", "Undo what was set up on the host");
+  CLI::App* purge = add("purge", "Undo all changes on the host");
   purge->add_flag("--upgrades-only", options.upgrades_only,
                   "Undo the automatic upgrades and leave the repository registered");
   purge
       ->add_flag("--on-removal", options.on_removal,
-                 "Only if minder.purge_on_removal is set; what the removal of the program runs")
+                 "Only if minder.purge_on_removal is set; the program's removal runs this")
       ->excludes("--upgrades-only");
   commands[purge] = Command::PURGE;
   if (offers_reports()) {
     CLI::Option* plan_only =
-        purge->add_flag("--plan", options.plan_only, "Say what would be undone, and undo nothing");
+        purge->add_flag("--plan", options.plan_only, "Show what would be undone, without undoing it");
     add_json_flag(*purge, options)->needs(plan_only);
     add_reports(app, options, commands);
   }
@@ -159,7 +160,7 @@ Parsed_Command_Line parse_command_line(int argc, const char* const* argv, std::o
   CLI::App app(DESCRIPTION, "package-minder");
   app.footer(FOOTER);
   app.get_formatter()->label("SUBCOMMAND", "COMMAND");
-  // `package-minder once --set ...` reads as well as `package-minder --set ... once`.
+  // `package-minder once --set ...` is the same as `package-minder --set ... once`.
   app.fallthrough();
   add_options(app, options);
   const auto commands = add_commands(app, options);

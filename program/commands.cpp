@@ -42,7 +42,7 @@ class Commands {
   }
 
   int run() {
-    // Before the worker starts, or a signal could end it in the middle of its work.
+    // Before the worker starts: its thread must inherit the blocked signals.
     Stop_Signals stop_signals;
     velmora_host::Work_Area work_area(settings_, services_.filesystem);
     velmora_host::Cycle_Observation observation("run", settings_, services_, work_area.staging_directory());
@@ -111,7 +111,7 @@ class Commands {
     }
     velmora_host::remove_observations(settings_, *services_.filesystem);
     work_area.remove();
-    log_message_(severity_level::info, "What was set up on this host is undone");
+    log_message_(severity_level::info, "All changes on this host are undone");
     return Exit_Status::DONE;
   }
 
@@ -122,7 +122,7 @@ class Commands {
     if (!verify_gone_(velmora_host::installed_paths().upgrades) || watch.has_noticed_one()) {
       return Exit_Status::FAILED;
     }
-    log_message_(severity_level::info, "The automatic upgrades are undone, the repository stays registered");
+    log_message_(severity_level::info, "The automatic upgrades are undone; the repository stays registered");
     return Exit_Status::DONE;
   }
 

@@ -6,7 +6,7 @@
 
 namespace zant::program {
 
-/// Carries a command out and returns the status to exit with. What a command tells, it tells through the log.
+/// Carries out a command and returns the exit status. Commands write to the log.
 ///
 /// @throws Refusal before anything on the host has been changed; other exceptions when the work failed.
 int carry_out(const Command_Line& command_line, const velmora_host::Settings& settings,

@@ -7,21 +7,20 @@
 namespace zant::program::Exit_Status {
 
 inline constexpr int DONE = 0;
-inline constexpr int FAILED = 1;             ///< the work was begun and failed; the log says where
-inline constexpr int FINDINGS = 1;           ///< "check" found something that needs to be put right
-inline constexpr int PENDING = 2;            ///< "plan" found something that would be changed
-inline constexpr int WRONG_USAGE = 64;       ///< the command line is not understood
+inline constexpr int FAILED = 1;             ///< the command failed; the log says why
+inline constexpr int FINDINGS = 1;           ///< "check" has findings
+inline constexpr int PENDING = 2;            ///< "plan" found changes
+inline constexpr int WRONG_USAGE = 64;       ///< the command line is wrong
 inline constexpr int UNSUPPORTED_HOST = 69;  ///< no supported package manager
 inline constexpr int BUSY = 75;              ///< another package-minder is already running
 inline constexpr int NO_RIGHTS = 77;         ///< not run as root
 inline constexpr int BAD_SETTINGS =
     78;  ///< the settings, the staging tree or the state directory are not usable
 
-/// What the program exits with after a refusal.
+/// The exit status after a refusal.
 int of(velmora_host::Refusal_Reason reason);
 
-/// The same for programs, in the JSON that stands in a report's place: "bad_settings" and the like; "failed"
-/// for what is no refusal.
+/// The code of a failure document, such as "bad_settings"; "failed" when it is no refusal.
 const char* code_of(int exit_status);
 
 }  // namespace zant::program::Exit_Status

@@ -65,15 +65,14 @@ severity_level least_severity(const Command_Line& command_line, severity_level w
 }
 
 int run_program(const Command_Line& command_line) {
-  // Until the settings say otherwise.
+  // Until the settings are read.
   std::optional<Log_Sink> sink(std::in_place, STANDARD_ERROR, velmora_host::Log_Format::AUTO,
                                least_severity(command_line, severity_level::info));
   return run_guarded(command_line, [&] {
     if (!velmora_host::privileges::may_administer()) {
-      throw velmora_host::Refusal(
-          velmora_host::Refusal_Reason::NO_RIGHTS,
-          std::string("the package management of this host is the administrator's: ") +
-              velmora_host::privileges::HOW_TO_BE_ADMINISTRATOR);
+      throw velmora_host::Refusal(velmora_host::Refusal_Reason::NO_RIGHTS,
+                                  std::string("package-minder must be run by the administrator: ") +
+                                      velmora_host::privileges::HOW_TO_BE_ADMINISTRATOR);
     }
     if (command_line.command == Command::CHECK) {
       return report_commands::check(command_line);

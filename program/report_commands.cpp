@@ -43,7 +43,7 @@ bool are_about_settings(const velmora_host::Findings& findings) {
          });
 }
 
-// With settings that nobody can work with there is nothing else to look at.
+// With unusable settings nothing else can be checked.
 velmora_host::Check_Report find_all(const velmora_host::Settings_Sources& sources) {
   try {
     const velmora_host::Settings settings(sources);

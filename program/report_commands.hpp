@@ -7,8 +7,7 @@
 #include <string>
 #include <vector>
 
-/// The commands that only look: each prints its report to standard output and returns the status to exit
-/// with.
+/// The reporting commands: each prints its report to standard output and returns the exit status.
 namespace zant::program::report_commands {
 
 int status(const Command_Line& command_line, const velmora_host::Settings& settings,
@@ -18,12 +17,12 @@ int status(const Command_Line& command_line, const velmora_host::Settings& setti
 int plan(const Command_Line& command_line, const velmora_host::Settings& settings,
          const velmora_host::Host_Services& services);
 
-/// Judges the settings too, so it is given where they come from.
+/// Takes the sources of the settings, because it reports their faults, too.
 ///
 /// @throws Refusal when the settings file cannot be read.
 int check(const Command_Line& command_line);
 
-/// Prints why there is no report, for those who asked for one in JSON; else nothing.
+/// With --json, prints why there is no report.
 void print_failure(const Command_Line& command_line, int exit_status,
                    const std::vector<std::string>& messages);
 

@@ -7,7 +7,7 @@
 
 namespace zant::program {
 
-/// A log record as the sink got it.
+/// A log record as the sink receives it.
 struct Log_Entry {
   std::chrono::system_clock::time_point time;
   zant::logging::severity_level severity;
@@ -15,8 +15,8 @@ struct Log_Entry {
   std::string message;
 };
 
-/// For a person: local time, severity, channel and message. The further lines of a message are indented, and
-/// control characters are escaped, because parts of messages come from the output of commands.
+/// For a terminal: local time, severity, channel and message. The further lines of a message are indented,
+/// and control characters are escaped, because parts of messages come from the output of commands.
 std::string format_for_terminal(const Log_Entry& entry, bool with_colour);
 
 /// For the journal: its priority prefix, channel and message; the journal has the time itself. The message is

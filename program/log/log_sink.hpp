@@ -9,11 +9,10 @@
 
 namespace zant::program {
 
-/// Writes the log to a descriptor for as long as it lives, one whole line at a time. A program has one at
-/// most.
+/// Writes the log to a descriptor until it is destroyed, one whole line at a time. At most one may exist.
 class Log_Sink {
  public:
-  /// @param descriptor stays the caller's; what cannot be written to it is lost.
+  /// @param descriptor remains the caller's; records that cannot be written to it are lost.
   Log_Sink(int descriptor, velmora_host::Log_Format format, zant::logging::severity_level least_severity);
   ~Log_Sink();
   Log_Sink(const Log_Sink&) = delete;

@@ -5,29 +5,29 @@
 
 namespace zant::velmora_host {
 
-/// Something that is not as the program needs it.
+/// One result of a check.
 struct Finding {
   std::string where;   ///< the file, directory or option
   std::string what;    ///< what is wrong with it
-  std::string remedy;  ///< what would be right
+  std::string remedy;  ///< what to do
 
-  /// For programs, "TOPIC.FAULT"; stays the same when the words change.
+  /// "topic.state"; stays the same when the words change.
   std::string code = {};
 };
 
 using Findings = std::vector<Finding>;
 
 namespace Finding_Code {
-/// Nothing can be said about the settings themselves.
+/// The settings file cannot be read, so its settings cannot be checked.
 inline constexpr const char* UNREADABLE_SETTINGS = "settings.unreadable";
 }  // namespace Finding_Code
 
-/// One line for a person.
+/// One line of text.
 inline std::string to_string(const Finding& finding) {
   return finding.where + ": " + finding.what + "; " + finding.remedy;
 }
 
-/// Adds what another look has found.
+/// Appends the findings of another check.
 inline void append(Findings& findings, const Findings& more) {
   findings.insert(findings.end(), more.begin(), more.end());
 }

@@ -5,7 +5,7 @@
 namespace zant::velmora_host::json_document {
 namespace {
 
-// Raised when a member goes or changes its meaning; new members may come at any time.
+// Raised when a member is removed or changes its meaning; members may be added at any time.
 constexpr int VERSION = 1;
 constexpr int INDENT = 2;
 

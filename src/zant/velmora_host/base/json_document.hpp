@@ -5,23 +5,24 @@
 #include <string>
 #include <vector>
 
-/// What the reports look like to programs: JSON objects that say what they are.
+/// The JSON documents: objects that name their format and version.
 namespace zant::velmora_host::json_document {
 
 /// Keeps its members in the order in which they were added.
 using Json = nlohmann::ordered_json;
 
-/// A report of this kind ("status", "plan", "check") with nothing in it yet but "format" and "version".
+/// A document of this kind ("status", "plan", "check"), with "format" and "version" only.
 Json make(const std::string& kind);
 
-/// The report in whose place nothing but the reason can be given.
+/// The document that takes a report's place when there is none: the reason.
 ///
-/// @param code        for programs, such as "bad_settings".
+/// @param code        stable, such as "bad_settings".
 /// @param exit_status what the program exits with.
 Json make_failure(const std::string& kind, const std::string& code, int exit_status,
                   const std::vector<std::string>& messages);
 
-/// As it is printed. Bytes that are no UTF-8 are replaced: the text is valid JSON whatever a command printed.
+/// The text to print. Bytes that are not UTF-8 are replaced: the text is valid JSON whatever a command line
+/// printed.
 std::string text_of(const Json& document);
 
 }  // namespace zant::velmora_host::json_document

@@ -5,8 +5,8 @@
 
 namespace zant::velmora_host {
 
-/// A text of foreign origin on one line: control characters are escaped as in C, and what is longer than a
-/// message can bear is cut. UTF-8 stays as it is.
+/// An untrusted text on one line: control characters are escaped as in C, and texts too long for a message
+/// are cut. UTF-8 is kept.
 std::string printable(std::string_view text);
 
 /// The same without the cut, and with `line_break` in the place of each line's end.

@@ -8,7 +8,7 @@
 
 namespace zant::velmora_host {
 
-/// Which kind of obstacle a refusal is about.
+/// Why a command is refused.
 enum class Refusal_Reason {
   UNSUPPORTED_HOST,  ///< no supported package manager
   BUSY,              ///< another process works in the state directory
@@ -16,7 +16,7 @@ enum class Refusal_Reason {
   BAD_SETTINGS,      ///< the settings, the staging tree or the state directory are not usable
 };
 
-/// Why nothing is done; thrown before anything on the host is changed.
+/// Thrown before anything on the host is changed.
 class Refusal : public std::runtime_error {
  public:
   Refusal(Refusal_Reason reason, const std::string& message)
@@ -33,10 +33,10 @@ class Refusal : public std::runtime_error {
 
   Refusal_Reason reason() const noexcept { return reason_; }
 
-  /// One for each thing that is wrong.
+  /// One for each fault.
   const std::vector<std::string>& messages() const noexcept { return messages_; }
 
-  /// The same in parts, where it is about files and settings; else empty.
+  /// The same as findings, for faults of files and settings; else empty.
   const Findings& findings() const noexcept { return findings_; }
 
  private:

@@ -17,8 +17,8 @@ namespace {
 using std::chrono::system_clock;
 
 constexpr const char* GPG_PRESENCE = "command -v gpg > /dev/null";
-// A home of its own: gpg creates root's and keeps files there whatever it is asked. The path is the last word
-// and comes from the settings, so it is quoted.
+// A temporary home directory: gpg creates root's and writes files there for any command. The path is the last
+// argument and comes from the settings, so it is quoted.
 constexpr const char* LIST_KEYS =
     "gpg --homedir '{}' --batch --no-options --no-autostart --with-colons --fixed-list-mode --show-keys '{}'";
 

@@ -25,7 +25,7 @@ using boost::filesystem::path;
 
 constexpr const char* REINSTALL = "install the package-minder's staging tree again, or correct it";
 
-// A template, and how the library fills it: with how many values, and of which kinds.
+// A template, with the number and types of the values that the library renders it with.
 struct Template {
   const char* family;
   std::string name;
@@ -87,10 +87,9 @@ Findings find_template_faults(const path& tree) {
     try {
       candidate.render(read(file));
     } catch (const fmt::format_error& error) {
-      findings.push_back(
-          {file.string(), fmt::format("this template cannot be filled: {}", error.what()),
-           "write braces that are text twice, and no more placeholders than the file has values",
-           "staging.bad_template"});
+      findings.push_back({file.string(), fmt::format("this template cannot be filled: {}", error.what()),
+                          "write literal braces twice, and no more placeholders than the file has values",
+                          "staging.bad_template"});
     }
   }
   return findings;
@@ -102,7 +101,7 @@ Findings find_static_file_faults(const path& tree) {
                        : Findings{{file.string(), "this file is missing", REINSTALL, "staging.file_missing"}};
 }
 
-// What is copied and examined goes by the tree itself: no links that lead out of it to further directories.
+// Copying and checking stay inside the tree: links to directories are not followed.
 bool is_plain(const path& entry) {
   boost::system::error_code ignored;
   return boost::filesystem::symlink_status(entry, ignored).type() == boost::filesystem::directory_file ||
@@ -113,14 +112,14 @@ Findings find_foreign_writer(const path& entry) {
   const std::string fault = privileges::who_else_may_write(entry);
   if (!fault.empty()) {
     return {{entry.string(), fault,
-             "what is there ends up in the host's configuration: it must belong to root, and nobody else may "
+             "its files are installed on the host: it must belong to root, and nobody else may "
              "write to it",
              "staging.writable_by_others"}};
   }
   return {};
 }
 
-// Boost's own copy_file gives up between file systems on kernels that do not copy across them.
+// Boost's copy_file fails between file systems on kernels that cannot copy across them.
 void copy_text(const path& source, const path& target) {
   std::ofstream output(target.string(), std::ios::binary);
   output << read(source) << std::flush;
@@ -129,7 +128,7 @@ void copy_text(const path& source, const path& target) {
   }
 }
 
-// The first one tells: where one entry is wrong, mostly all are.
+// The first one is enough: when one entry is wrong, usually all are.
 Findings find_first_entry_fault(const path& tree) {
   Findings findings = find_foreign_writer(tree);
   boost::system::error_code error;
@@ -138,7 +137,7 @@ Findings find_first_entry_fault(const path& tree) {
     findings = is_plain(entry->path())
                    ? find_foreign_writer(entry->path())
                    : Findings{{entry->path().string(), "is neither a file nor a directory",
-                               "take it out of the staging tree", "staging.not_a_file"}};
+                               "remove it from the staging tree", "staging.not_a_file"}};
   }
   return findings;
 }
@@ -169,8 +168,7 @@ Findings find_foreign_files(const path& tree) {
        entry.increment(error)) {
     if (is_file(entry->path()) && !known.contains(entry->path())) {
       findings.push_back({entry->path().string(), "nothing reads this file",
-                          "move it to where it belongs; the names in the staging tree are fixed",
-                          "staging.foreign_file"});
+                          "remove it; the names in the staging tree are fixed", "staging.foreign_file"});
     }
   }
   return findings;

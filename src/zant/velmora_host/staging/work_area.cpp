@@ -66,7 +66,7 @@ void Work_Area::make_staging_directory_(const Settings& settings) {
   const path unfinished = directory_ / UNFINISHED_STAGING_DIRECTORY;
   filesystem_->remove_all(unfinished);
   make_staging_directory(settings, unfinished);
-  // What an earlier run rendered must not be taken for this one's.
+  // Files rendered by an earlier run must not be used by this one.
   filesystem_->remove_all(staging_directory());
   boost::filesystem::rename(unfinished, staging_directory());
 }

@@ -11,19 +11,18 @@
 
 namespace zant::velmora_host {
 
-/// The state directory, while this process and no other works there, with a fresh copy of the staging tree
-/// for the library to render into.
+/// The state directory, locked for this process, with a fresh staging directory for the library to render
+/// into.
 class Work_Area {
  public:
-  /// @throws Refusal when the state directory cannot be used or another process works there; then nothing in
-  ///         it has changed.
+  /// @throws Refusal when the state directory cannot be used or another process has locked it; nothing in it
+  ///         is changed then.
   Work_Area(const Settings& settings, std::shared_ptr<velmora::Filesystem> filesystem);
 
-  /// The copy of the staging tree.
+  /// The staging directory.
   boost::filesystem::path staging_directory() const;
 
-  /// Takes away all that the program keeps in the state directory, and the directory if nothing else is in
-  /// it.
+  /// Removes everything that the program keeps in the state directory, and the directory if it is empty then.
   void remove();
 
  private:

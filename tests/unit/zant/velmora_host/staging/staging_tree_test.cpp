@@ -117,7 +117,7 @@ TEST_P(BadTemplate, IsNamed) {
   EXPECT_THAT(faults().front(),
               ::testing::StartsWith(at(name).string() + ": this template cannot be filled: "));
   EXPECT_THAT(faults().front(),
-              ::testing::EndsWith("; write braces that are text twice, and no more placeholders than "
+              ::testing::EndsWith("; write literal braces twice, and no more placeholders than "
                                   "the file has values"));
 }
 
@@ -135,10 +135,9 @@ TEST_F(StagingTree, ThatOthersMayWriteToIsRefused) {
   const path file = at("config-files/apt/20auto-upgrades");
   fs::permissions(file, fs::add_perms | fs::group_write);
 
-  EXPECT_THAT(faults(),
-              ElementsAre(file.string() +
-                          ": may be changed by others (mode 0664); what is there ends up in the host's "
-                          "configuration: it must belong to root, and nobody else may write to it"));
+  EXPECT_THAT(faults(), ElementsAre(file.string() +
+                                    ": may be changed by others (mode 0664); its files are installed on the "
+                                    "host: it must belong to root, and nobody else may write to it"));
 }
 
 TEST_F(StagingTree, WhoseDirectoriesOthersMayWriteToIsRefused) {
@@ -155,7 +154,7 @@ TEST_F(StagingTree, WithALinkToADirectoryIsRefused) {
   boost::filesystem::create_directory_symlink("config-files", at("loop"));
 
   EXPECT_THAT(faults(), ElementsAre(at("loop").string() +
-                                    ": is neither a file nor a directory; take it out of the staging tree"));
+                                    ": is neither a file nor a directory; remove it from the staging tree"));
 }
 
 TEST_F(StagingTree, IsCopiedWithAllItsFiles) {
