@@ -1,4 +1,4 @@
-# 64-bit Windows with Debian's mingw-w64. Whoever uses it says where its libraries are with CMAKE_FIND_ROOT_PATH.
+# 64-bit Windows with Debian's mingw-w64. Set CMAKE_FIND_ROOT_PATH to the directory of its libraries.
 
 set(CMAKE_SYSTEM_NAME Windows)
 set(CMAKE_SYSTEM_PROCESSOR x86_64)

@@ -1,4 +1,4 @@
-"""A repository that is no good is taken out again, so that APT goes on working on the host."""
+"""A repository that APT rejects is removed again, so that APT keeps working on the host."""
 
 import pytest
 from disposable_hosts.apt import site as apt

@@ -1,4 +1,4 @@
-"""What the service tells of its cycles: the record of the last one, metrics, a line for systemd, signs of life."""
+"""What the service reports of its cycles: the record of the last one, metrics, systemd's status line, watchdog pings."""
 
 import re
 

@@ -1,4 +1,4 @@
-"""package-minder plan says what a cycle would do, and does nothing."""
+"""package-minder plan shows what a cycle would change, and changes nothing."""
 
 import documents
 import pytest

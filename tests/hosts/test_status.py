@@ -1,4 +1,4 @@
-"""package-minder status tells how things stand, and changes nothing."""
+"""package-minder status shows the state of the host, and changes nothing."""
 
 import documents
 import pytest
