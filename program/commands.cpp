@@ -1,7 +1,7 @@
 #include <program/commands.hpp>
 
 #include <program/exit_status.hpp>
-#include <program/platform/service_notification.hpp>
+#include <program/platform/platform.hpp>
 #include <program/platform/stop_signals.hpp>
 #include <program/report_commands.hpp>
 #include <zant/velmora_host/base/refusal.hpp>
@@ -44,11 +44,14 @@ class Commands {
   int run() {
     // Before the worker starts: its thread must inherit the blocked signals.
     Stop_Signals stop_signals;
+    const auto service_manager = find_service_manager();
     velmora_host::Work_Area work_area(settings_, services_.filesystem);
     velmora_host::Cycle_Observation observation("run", settings_, services_, work_area.staging_directory());
-    observation.add_listener([](const velmora_host::Cycle_State& state) {
-      service_notification::status(velmora_host::describe(state.last_cycle));
-    });
+    if (service_manager) {
+      observation.add_listener([manager = service_manager.get()](const velmora_host::Cycle_State& state) {
+        manager->status(velmora_host::describe(state.last_cycle));
+      });
+    }
     const velmora_host::Minding minding = start_minding_(work_area, Purpose::SET_UP, observation.services());
     const auto minder =
         std::make_shared<velmora::Package_Minder>(observation.observe(minding.create_package()));
@@ -58,9 +61,13 @@ class Commands {
     log_message_(severity_level::info, status);
     {
       const velmora::Package_Minder_Thread thread(minder, interval);
-      service_notification::ready(status);
-      const std::string reason = wait_for_stop_(stop_signals, observation.watch());
-      service_notification::stopping("Stopping, after the cycle under way if there is one");
+      if (service_manager) {
+        service_manager->ready(status);
+      }
+      const std::string reason = wait_for_stop_(stop_signals, observation.watch(), service_manager.get());
+      if (service_manager) {
+        service_manager->stopping("Stopping, after the cycle under way if there is one");
+      }
       log_message_(severity_level::info,
                    "Stopping on " + reason + ", after the cycle under way if there is one");
     }
@@ -146,15 +153,17 @@ class Commands {
   }
 
   // Pings from the main thread, only while the worker makes progress: a pinging thread would hide a hang.
-  std::string wait_for_stop_(Stop_Signals& stop_signals, const velmora_host::Cycle_Watch& watch) {
-    const auto interval = service_notification::watchdog_interval();
+  std::string wait_for_stop_(Stop_Signals& stop_signals, const velmora_host::Cycle_Watch& watch,
+                             Service_Manager* service_manager) {
+    const auto interval =
+        service_manager != nullptr ? service_manager->watchdog_interval() : std::chrono::milliseconds::zero();
     if (interval == std::chrono::milliseconds::zero()) {
       return stop_signals.wait();
     }
     bool is_lost = false;
     while (true) {
       if (watch.is_alive()) {
-        service_notification::alive();
+        service_manager->alive();
       } else if (!std::exchange(is_lost, true)) {
         log_message_(severity_level::fatal, "The worker has been stuck longer than the command time limit");
       }

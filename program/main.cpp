@@ -2,8 +2,8 @@
 #include <program/commands.hpp>
 #include <program/exit_status.hpp>
 #include <program/log/log_sink.hpp>
+#include <program/platform/platform.hpp>
 #include <program/platform/process_setup.hpp>
-#include <program/platform/service_manager.hpp>
 #include <program/report_commands.hpp>
 #include <zant/velmora_host/base/refusal.hpp>
 #include <zant/velmora_host/families/package_factory.hpp>
@@ -11,6 +11,8 @@
 #include <zant/velmora_host/settings/settings.hpp>
 
 #include <zant/logging/source.hpp>
+
+#include <boost/nowide/args.hpp>
 
 #include <algorithm>
 #include <exception>
@@ -90,11 +92,11 @@ int main(int argc, char** argv) {
   using namespace zant::program;  // NOLINT(google-build-using-namespace): main has no
                                   // namespace
   set_up_process();
-  const Arguments arguments(argc, argv);
-  const auto parsed = parse_command_line(arguments.count(), arguments.values(), std::cout, std::cerr);
+  const boost::nowide::args utf8_arguments(argc, argv);
+  const auto parsed = parse_command_line(argc, argv, std::cout, std::cerr);
   if (!parsed.command_line) {
     return parsed.exit_status;
   }
   const auto work = [&parsed] { return run_program(*parsed.command_line); };
-  return parsed.command_line->command == Command::RUN ? work_as_service(work) : work();
+  return parsed.command_line->command == Command::RUN ? run_as_service(work) : work();
 }

@@ -9,8 +9,9 @@
 #include <boost/log/sinks/sync_frontend.hpp>
 #include <boost/smart_ptr/make_shared_object.hpp>
 
+#include <cstdlib>
 #include <string>
-#include <utility>
+#include <string_view>
 
 namespace zant::program {
 namespace {
@@ -28,14 +29,29 @@ Log_Entry entry_of(const boost::log::record_view& record) {
           boost::log::extract_or_default<std::string>("Message", attributes, std::string())};
 }
 
+std::string_view environment_variable(const char* name) {
+  const char* const value = std::getenv(name);
+  return value == nullptr ? "" : value;
+}
+
+bool is_for_journal(velmora_host::Log_Format format, log_output::Reader reader) {
+  return format == velmora_host::Log_Format::JOURNAL ||
+         (format == velmora_host::Log_Format::AUTO && reader == log_output::Reader::JOURNAL);
+}
+
+// See https://no-color.org for the first variable; the second is a terminal's that has no colours.
+bool is_coloured(log_output::Reader reader) {
+  return reader == log_output::Reader::TERMINAL && environment_variable("NO_COLOR").empty() &&
+         environment_variable("TERM") != "dumb";
+}
+
 class Descriptor_Backend
     : public boost::log::sinks::basic_sink_backend<boost::log::sinks::synchronized_feeding> {
  public:
   Descriptor_Backend(int descriptor, velmora_host::Log_Format format)
       : descriptor_(descriptor),
-        for_journal_(format == velmora_host::Log_Format::JOURNAL ||
-                     (format == velmora_host::Log_Format::AUTO && log_output::is_journal(descriptor))),
-        with_colour_(!for_journal_ && log_output::is_terminal(descriptor)) {}
+        for_journal_(is_for_journal(format, log_output::reader_of(descriptor))),
+        with_colour_(is_coloured(log_output::reader_of(descriptor))) {}
 
   void consume(const boost::log::record_view& record) {
     const Log_Entry entry = entry_of(record);

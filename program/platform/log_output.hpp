@@ -5,11 +5,14 @@
 /// What a log sink asks of the operating system about the descriptor that it writes to.
 namespace zant::program::log_output {
 
-/// Whether a person is reading.
-bool is_terminal(int descriptor);
+/// What reads what is written to a descriptor.
+enum class Reader {
+  TERMINAL,  ///< a terminal, which knows the sequences for colours
+  JOURNAL,   ///< the service manager's journal
+  OTHER      ///< a file, another program, or nobody
+};
 
-/// Whether the service manager's journal is reading.
-bool is_journal(int descriptor);
+Reader reader_of(int descriptor);
 
 /// Writes all of it, or as much as can be written.
 void write(int descriptor, std::string_view text);

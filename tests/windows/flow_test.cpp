@@ -1,9 +1,8 @@
 // package-minder.exe itself, from the command line, on a host whose choco.exe and schtasks.exe are stand-ins.
 
 #include <program/platform/process_setup.hpp>
-#include <zant/velmora_host/services/windows/handle.hpp>
-#include <zant/velmora_host/services/windows/unicode.hpp>
 #include <zant/velmora_host/services/command_service.hpp>
+#include <zant/velmora_host/services/windows/handle.hpp>
 
 #include <windows/scratch_directory.hpp>
 #include <windows/stand_in.hpp>
@@ -11,6 +10,7 @@
 #include <Poco/Process.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <boost/nowide/convert.hpp>
 
 #include <string>
 #include <thread>
@@ -43,9 +43,9 @@ class Host {
     boost::filesystem::copy_file(built_program("schtasks_stand_in.exe"), system_ / "schtasks.exe");
     // The real one is found by the same way, in the directory of the system.
     path_before_ = std::getenv("PATH");
-    ::SetEnvironmentVariableW(L"PATH", unicode::to_wide(system_.string() + ";" + path_before_).c_str());
+    ::SetEnvironmentVariableW(L"PATH", boost::nowide::widen(system_.string() + ";" + path_before_).c_str());
   }
-  ~Host() { ::SetEnvironmentVariableW(L"PATH", unicode::to_wide(path_before_).c_str()); }
+  ~Host() { ::SetEnvironmentVariableW(L"PATH", boost::nowide::widen(path_before_).c_str()); }
   Host(const Host&) = delete;
   Host& operator=(const Host&) = delete;
 
@@ -345,7 +345,7 @@ class Flow_Of_A_Run : public Flow {
  protected:
   // Starts it, with its output going to a file, and returns when it minds.
   void start() {
-    std::wstring line = unicode::to_wide(host.minder("run"));
+    std::wstring line = boost::nowide::widen(host.minder("run"));
     STARTUPINFOW startup = {};
     startup.cb = sizeof(startup);
     startup.dwFlags = STARTF_USESTDHANDLES;

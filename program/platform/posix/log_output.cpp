@@ -9,10 +9,7 @@
 #include <cstdlib>
 
 namespace zant::program::log_output {
-
-bool is_terminal(int descriptor) {
-  return ::isatty(descriptor) == 1;
-}
+namespace {
 
 bool is_journal(int descriptor) {
   // The service manager names the stream that it connected; a redirection since then makes it another one.
@@ -20,6 +17,15 @@ bool is_journal(int descriptor) {
   struct stat status {};
   return stream != nullptr && ::fstat(descriptor, &status) == 0 &&
          fmt::format("{}:{}", status.st_dev, status.st_ino) == stream;
+}
+
+}  // namespace
+
+Reader reader_of(int descriptor) {
+  if (is_journal(descriptor)) {
+    return Reader::JOURNAL;
+  }
+  return ::isatty(descriptor) == 1 ? Reader::TERMINAL : Reader::OTHER;
 }
 
 void write(int descriptor, std::string_view text) {

@@ -6,19 +6,17 @@
 namespace zant::program {
 namespace {
 
-// What package managers and their scripts create on the host is for everybody to read.
+// What package managers and their scripts create on the host must be world-readable.
 constexpr mode_t USUAL_MASK = 022;
 
 }  // namespace
 
 void set_up_process() {
   ::umask(USUAL_MASK);
-  // A reader of the log that goes away must not take the program with it.
+  // A log that nobody reads any more must not end the program.
   ::signal(SIGPIPE, SIG_IGN);
   // Inherited as ignored, it would lose the exit status of every command.
   ::signal(SIGCHLD, SIG_DFL);
 }
-
-Arguments::Arguments(int argc, const char* const* argv) : values_(argv, argv + argc) {}
 
 }  // namespace zant::program

@@ -1,12 +1,12 @@
 #include <program/platform/log_output.hpp>
 
-#include <zant/velmora_host/services/windows/unicode.hpp>
+#include <boost/nowide/convert.hpp>
 
 #include <windows.h>
 
 #include <io.h>
 
-#include <system_error>
+#include <string>
 
 namespace zant::program::log_output {
 namespace {
@@ -20,27 +20,22 @@ bool write_to_console(HANDLE console, std::string_view text) {
   if (::GetConsoleMode(console, &mode) == FALSE) {
     return false;
   }
-  try {
-    // Whatever code page the console is set to.
-    const std::wstring wide = velmora_host::unicode::to_wide(text);
-    return ::WriteConsoleW(console, wide.data(), static_cast<DWORD>(wide.size()), nullptr, nullptr) != FALSE;
-  } catch (const std::system_error&) {
-    return false;
-  }
+  // Whatever code page the console is set to.
+  const std::wstring wide = boost::nowide::widen(text.data(), text.size());
+  return ::WriteConsoleW(console, wide.data(), static_cast<DWORD>(wide.size()), nullptr, nullptr) != FALSE;
 }
 
-}  // namespace
-
-bool is_terminal(int descriptor) {
+// A console that does not know the sequences for colours would show them as text.
+bool is_terminal(HANDLE handle) {
   DWORD mode = 0;
-  const HANDLE handle = handle_of(descriptor);
-  // One that does not know the sequences for colours would show them as they are.
   return ::GetConsoleMode(handle, &mode) != FALSE &&
          ::SetConsoleMode(handle, mode | ENABLE_VIRTUAL_TERMINAL_PROCESSING) != FALSE;
 }
 
-bool is_journal(int /*descriptor*/) {
-  return false;
+}  // namespace
+
+Reader reader_of(int descriptor) {
+  return is_terminal(handle_of(descriptor)) ? Reader::TERMINAL : Reader::OTHER;
 }
 
 void write(int descriptor, std::string_view text) {

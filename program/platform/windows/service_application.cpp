@@ -1,14 +1,24 @@
 #include <program/platform/windows/service_application.hpp>
 
+#include <program/platform/windows/service_log.hpp>
+
 #include <Poco/AutoPtr.h>
 #include <Poco/Util/OptionSet.h>
 #include <Poco/Util/ServerApplication.h>
+
+#include <windows.h>
 
 #include <string>
 #include <vector>
 
 namespace zant::program::service_application {
 namespace {
+
+// A process that the service manager starts has nowhere to write to.
+bool has_standard_error() {
+  const HANDLE handle = ::GetStdHandle(STD_ERROR_HANDLE);
+  return handle != nullptr && handle != INVALID_HANDLE_VALUE;
+}
 
 class Application : public Poco::Util::ServerApplication {
  public:
@@ -21,6 +31,9 @@ class Application : public Poco::Util::ServerApplication {
   void defineOptions(Poco::Util::OptionSet& /*options*/) override {}
 
   int main(const std::vector<std::string>& /*arguments*/) override {
+    if (!has_standard_error()) {
+      open_service_log();
+    }
     exit_status_ = work_();
     return exit_status_;
   }

@@ -1,7 +1,6 @@
 #include <program/platform/windows/service_commands.hpp>
 
 #include <program/exit_status.hpp>
-#include <zant/velmora_host/services/windows/unicode.hpp>
 #include <zant/velmora_host/services/windows/win32_error.hpp>
 #include <zant/velmora_host/settings/host_defaults.hpp>
 
@@ -11,6 +10,7 @@
 #include <Poco/Util/WinService.h>
 #include <fmt/format.h>
 #include <boost/filesystem/operations.hpp>
+#include <boost/nowide/convert.hpp>
 
 #include <windows.h>
 
@@ -65,7 +65,7 @@ int change_service(Change change, const std::string& success) {
 std::string program_path() {
   std::wstring path(32768, L'\0');
   path.resize(::GetModuleFileNameW(nullptr, path.data(), static_cast<DWORD>(path.size())));
-  return velmora_host::unicode::to_utf8(path);
+  return boost::nowide::narrow(path);
 }
 
 // As CommandLineToArgvW takes it apart again: backslashes count only before a quote.

@@ -2,8 +2,8 @@
 
 #include <zant/velmora_host/settings/settings.hpp>
 
-/// The program as a service of Windows, in the service manager's books. Each operation returns the exit
-/// status of the program and tells what it has done, or why not, through the log.
+/// Registers, starts and stops the program as a service of Windows. Each operation returns the exit status of
+/// the program and logs what it has done, or why not.
 namespace zant::program::service_commands {
 
 /// Registers the service with these settings, to be started with the system and again when it fails.

@@ -1,9 +1,14 @@
 #include <program/platform/stop_signals.hpp>
 
-#include <Poco/NamedEvent.h>
+#include <zant/velmora_host/services/windows/handle.hpp>
+#include <zant/velmora_host/services/windows/win32_error.hpp>
+
 #include <Poco/Process.h>
+#include <boost/nowide/convert.hpp>
+
 #include <windows.h>
 
+#include <algorithm>
 #include <atomic>
 
 namespace zant::program {
@@ -36,8 +41,15 @@ BOOL WINAPI on_console_event(DWORD event) {
 
 // Poco's own event of this process, which its service application sets when the service manager says so, and
 // which other processes can set by Poco::Process::requestTermination.
-Poco::NamedEvent& stop_request() {
-  static Poco::NamedEvent event(Poco::ProcessImpl::terminationEventName(Poco::Process::id()));
+const velmora_host::Handle& stop_request() {
+  constexpr BOOL RESETS_ITSELF = FALSE;
+  constexpr BOOL NOT_SET = FALSE;
+  static const velmora_host::Handle event(::CreateEventW(
+      nullptr, RESETS_ITSELF, NOT_SET,
+      boost::nowide::widen(Poco::ProcessImpl::terminationEventName(Poco::Process::id())).c_str()));
+  if (!event.is_open()) {
+    velmora_host::throw_win32_error("cannot listen to requests to stop");
+  }
   return event;
 }
 
@@ -49,13 +61,15 @@ Stop_Signals::Stop_Signals() {
 }
 
 const char* Stop_Signals::wait() {
-  stop_request().wait();
+  ::WaitForSingleObject(stop_request().get(), INFINITE);
   return reason;
 }
 
-// Only who has to show that it is alive waits like this, and Windows' service manager does not ask for it.
-const char* Stop_Signals::wait_for(std::chrono::milliseconds /*time*/) {
-  return wait();
+const char* Stop_Signals::wait_for(std::chrono::milliseconds time) {
+  using std::chrono::milliseconds;
+  const auto limit = std::clamp(time, milliseconds::zero(), milliseconds(INFINITE - 1));
+  const DWORD result = ::WaitForSingleObject(stop_request().get(), static_cast<DWORD>(limit.count()));
+  return result == WAIT_OBJECT_0 ? reason.load() : nullptr;
 }
 
 }  // namespace zant::program

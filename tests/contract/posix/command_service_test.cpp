@@ -1,10 +1,11 @@
-#include "process_surroundings.hpp"
-
 #include <zant/velmora_host/families/installation_command.hpp>
 #include <zant/velmora_host/services/command_service.hpp>
 #include <zant/velmora_host/services/temporary_directory.hpp>
 
 #include <support/captured_log.hpp>
+#include <support/host_side/denied_system_call.hpp>
+#include <support/host_side/environment_variable.hpp>
+#include <support/host_side/signal_disposition.hpp>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -17,6 +18,7 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <chrono>
 #include <cstdlib>
 #include <fstream>
@@ -29,6 +31,8 @@ namespace zant::velmora_host {
 namespace {
 
 using namespace std::chrono_literals;
+using test_support::Environment_Variable;
+using test_support::Signal_Disposition;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
@@ -36,8 +40,6 @@ using ::testing::SizeIs;
 using ::testing::StartsWith;
 using velmora::test_support::Captured_Log;
 using velmora::test_support::Captured_Record;
-using velmora::test_support::Environment_Variable;
-using velmora::test_support::Signal_Disposition;
 
 constexpr int ERROR = 5;
 constexpr int WARNING = 4;
@@ -521,7 +523,8 @@ TEST_F(CommandService, ACallerThatIgnoresSigchldGetsAFailureInsteadOfASuccessTha
 
 TEST_F(CommandService, WorksWhereTheKernelCannotAnnounceTheEndOfAProcess) {
   const auto run_without_process_descriptors = [] {
-    velmora::test_support::deny_process_descriptors();
+    constexpr unsigned int NO_FLAGS = 0;
+    test_support::deny_system_call(SYS_pidfd_open, NO_FLAGS, ENOSYS);
     const auto result = Command_Service(ample_options())
                             .run_command("echo text; sleep 0.1; exit 3", velmora::Run_Flag::WAIT_AND_CAPTURE);
     ::_exit(result.output == "text\n" ? result.exit_code : 1);

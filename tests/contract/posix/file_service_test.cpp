@@ -185,6 +185,32 @@ TEST_F(FileService, AFifoInAFilesPlaceReadsAsEmptyInsteadOfBlocking) {
               ElementsAre("Cannot read " + at("fifo").string() + ": not a regular file: Invalid argument"));
 }
 
+TEST_F(FileService, AFileThatCannotBeReadToItsEndReadsAsEmptyWithTheReasonInTheLog) {
+  // Nothing is mapped at address 0.
+  EXPECT_EQ(files_.read_file("/proc/self/mem", velmora::Read_Flag::WHOLE_TEXT), "");
+
+  EXPECT_THAT(warnings(), ElementsAre("Cannot read /proc/self/mem: cannot read: Input/output error"));
+}
+
+TEST_F(FileService, TypeOfFollowsLinks) {
+  given_file("target", "text");
+  boost::filesystem::create_symlink("target", at("link"));
+  boost::filesystem::create_symlink("nothing", at("dangling"));
+  ASSERT_EQ(::mkfifo(at("fifo").c_str(), 0600), 0);
+
+  EXPECT_EQ(files_.type_of(at("link")), File_Type::FILE);
+  EXPECT_EQ(files_.type_of(at("dangling")), File_Type::NONE);
+  EXPECT_EQ(files_.type_of(at("fifo")), File_Type::OTHER);
+  EXPECT_EQ(files_.type_of("/dev/null"), File_Type::OTHER);
+}
+
+TEST_F(FileService, ListEntriesNamesLinksThatLeadNowhere) {
+  boost::filesystem::create_symlink("nothing", at("dangling"));
+
+  EXPECT_THAT(files_.list_entries(directory_.path()), ElementsAre(at("dangling")));
+  EXPECT_FALSE(files_.is_empty(directory_.path()));
+}
+
 TEST_F(FileService, ListFilesIsSortedAndCountsLinksToFiles) {
   given_file("b.template", "");
   boost::filesystem::create_symlink("b.template", at("a.template"));

@@ -15,7 +15,8 @@ namespace zant::velmora_host::test_support {
 /// good: for the child process of a death test.
 ///
 /// @param second_argument only calls with this one are refused.
-inline void deny_system_call(std::uint32_t number, std::uint32_t second_argument, std::uint32_t error_number) {
+inline void deny_system_call(std::uint32_t number, std::uint32_t second_argument,
+                             std::uint32_t error_number) {
   std::array<sock_filter, 6> program = {
       sock_filter BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
       sock_filter BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, number, 0, 3),

@@ -2,6 +2,7 @@
 #include <program/log/log_sink.hpp>
 #include <program/platform/log_output.hpp>
 
+#include <support/host_side/environment_variable.hpp>
 #include <support/host_side/pseudo_terminal.hpp>
 
 #include <zant/logging/source.hpp>
@@ -18,6 +19,8 @@ namespace zant::program {
 namespace {
 
 using ::testing::EndsWith;
+using ::testing::HasSubstr;
+using velmora_host::test_support::Environment_Variable;
 using velmora_host::test_support::Pseudo_Terminal;
 using zant::logging::severity_level;
 
@@ -61,12 +64,14 @@ class LogOnATerminal : public ::testing::Test {
     ::setenv("JOURNAL_STREAM", stream.c_str(), 1);
   }
 
+  const Environment_Variable kind_{"TERM", "xterm"};
+  const Environment_Variable no_color_{"NO_COLOR", nullptr};
   Pseudo_Terminal terminal_;
   zant::logging::Source source_;
 };
 
 TEST_F(LogOnATerminal, HasColour) {
-  ASSERT_TRUE(log_output::is_terminal(terminal_.terminal()));
+  ASSERT_EQ(log_output::reader_of(terminal_.terminal()), log_output::Reader::TERMINAL);
 
   EXPECT_THAT(written_as(velmora_host::Log_Format::AUTO),
               EndsWith(" \x1b[31merror   Some_Class: Something failed\x1b[0m\r\n"));
@@ -83,7 +88,28 @@ TEST_F(LogOnATerminal, IsForTheJournalOfItselfOnlyWhenTheSettingsLeaveItOpen) {
 
   EXPECT_EQ(written_as(velmora_host::Log_Format::AUTO), "<3>Some_Class: Something failed\r\n");
   EXPECT_THAT(written_as(velmora_host::Log_Format::TERMINAL),
-              EndsWith(" \x1b[31merror   Some_Class: Something failed\x1b[0m\r\n"));
+              EndsWith(" error   Some_Class: Something failed\r\n"))
+      << "the journal shows sequences for colours as text";
+}
+
+TEST_F(LogOnATerminal, HasNoColourWhenTheUserWantsNone) {
+  const Environment_Variable no_color("NO_COLOR", "1");
+
+  EXPECT_THAT(written_as(velmora_host::Log_Format::AUTO),
+              EndsWith(" error   Some_Class: Something failed\r\n"));
+}
+
+TEST_F(LogOnATerminal, HasColourWhenTheVariableAgainstItIsEmpty) {
+  const Environment_Variable no_color("NO_COLOR", "");
+
+  EXPECT_THAT(written_as(velmora_host::Log_Format::AUTO), HasSubstr("\x1b[31m"));
+}
+
+TEST_F(LogOnATerminal, HasNoColourWhereTheTerminalHasNone) {
+  const Environment_Variable terminal("TERM", "dumb");
+
+  EXPECT_THAT(written_as(velmora_host::Log_Format::AUTO),
+              EndsWith(" error   Some_Class: Something failed\r\n"));
 }
 
 }  // namespace

@@ -4,8 +4,8 @@
 #include <zant/velmora_host/services/command_service.hpp>
 #include <zant/velmora_host/services/file_service.hpp>
 #include <zant/velmora_host/services/privileges.hpp>
+#include <zant/velmora_host/services/windows/code_page.hpp>
 #include <zant/velmora_host/services/windows/protected_directory.hpp>
-#include <zant/velmora_host/services/windows/unicode.hpp>
 
 #include <zant/velmora/choco/choco_constants.hpp>
 #include <zant/velmora/facilitators/windows_package_facilitator.hpp>
@@ -59,7 +59,7 @@ std::string find_base_directory_fault(const boost::filesystem::path& directory) 
   if (text.find_first_of("&^%") != std::string::npos) {
     return "cmd.exe would not take the characters &, ^ and % as they are";
   }
-  if (!unicode::is_in_code_page(text)) {
+  if (!code_page::has_all_of(text)) {
     return "has characters that are not in the code page of this system";
   }
   if (makes_too_long_a_command(directory)) {

@@ -1,7 +1,10 @@
 #include <zant/velmora_host/services/windows/command_environment.hpp>
 
-#include <zant/velmora_host/services/windows/unicode.hpp>
 #include <zant/velmora_host/services/windows/win32_error.hpp>
+
+#include <boost/nowide/convert.hpp>
+
+#include <windows.h>
 
 #include <memory>
 
@@ -39,7 +42,7 @@ Variables own_variables() {
 std::wstring make_command_environment(const std::map<std::string, std::string>& additional) {
   Variables variables = own_variables();
   for (const auto& [name, value] : additional) {
-    variables[unicode::to_wide(name)] = unicode::to_wide(value);
+    variables[boost::nowide::widen(name)] = boost::nowide::widen(value);
   }
   std::wstring block;
   for (const auto& [name, value] : variables) {

@@ -1,7 +1,8 @@
 #include <zant/velmora_host/services/windows/command_process.hpp>
 
-#include <zant/velmora_host/services/windows/unicode.hpp>
 #include <zant/velmora_host/services/windows/win32_error.hpp>
+
+#include <boost/nowide/convert.hpp>
 
 #include <algorithm>
 #include <atomic>
@@ -31,7 +32,7 @@ std::wstring working_directory() {
 // /d: no commands that the registry would run first. /s with quotes around the whole: cmd.exe takes exactly
 // these two away and leaves those inside alone, whatever blanks and parentheses there are.
 std::wstring command_line(const std::string& command) {
-  return L"cmd.exe /d /s /c \"" + unicode::to_wide(command) + L"\"";
+  return L"cmd.exe /d /s /c \"" + boost::nowide::widen(command) + L"\"";
 }
 
 SECURITY_ATTRIBUTES inheritable() {

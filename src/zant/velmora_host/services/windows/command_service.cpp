@@ -1,8 +1,8 @@
 #include <zant/velmora_host/services/command_service.hpp>
 
+#include <zant/velmora_host/services/windows/code_page.hpp>
 #include <zant/velmora_host/services/windows/command_environment.hpp>
 #include <zant/velmora_host/services/windows/command_process.hpp>
-#include <zant/velmora_host/services/windows/unicode.hpp>
 
 #include <zant/logging/source.hpp>
 
@@ -18,10 +18,13 @@ namespace {
 
 using zant::logging::severity_level;
 
-// cmd.exe would run the first line and say nothing of the others.
-void refuse_several_lines(const std::string& command) {
+void refuse_what_cmd_does_not_take(const std::string& command) {
+  // cmd.exe would run the first line and ignore the others without an error.
   if (command.find_first_of(std::string_view("\r\n\0", 3)) != std::string::npos) {
     throw std::runtime_error("a command is one line of text");
+  }
+  if (!code_page::is_utf8(command)) {
+    throw std::runtime_error("a command is UTF-8");
   }
 }
 
@@ -53,10 +56,10 @@ class Command_Service::Implementation {
 velmora::Command_Result Command_Service::Implementation::run(const std::string& command) {
   ZANT_LOG(log_, severity_level::trace) << "Running command: " << command;
   try {
-    refuse_several_lines(command);
+    refuse_what_cmd_does_not_take(command);
     Command_Process process(command, environment_, options_.output_limit);
     const int exit_code = supervise_(process, command);
-    velmora::Command_Result result = {unicode::console_text_to_utf8(process.output()), exit_code};
+    velmora::Command_Result result = {code_page::utf8_of_console(process.output()), exit_code};
     log_outcome_(process, command, result);
     return result;
   } catch (const std::runtime_error& error) {

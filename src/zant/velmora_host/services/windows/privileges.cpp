@@ -1,8 +1,9 @@
 #include <zant/velmora_host/services/privileges.hpp>
 
 #include <zant/velmora_host/services/windows/handle.hpp>
-#include <zant/velmora_host/services/windows/unicode.hpp>
 #include <zant/velmora_host/services/windows/win32_error.hpp>
+
+#include <boost/nowide/convert.hpp>
 
 #include <windows.h>
 
@@ -84,7 +85,7 @@ std::string name_of(PSID sid) {
       FALSE) {
     return "an unknown account";
   }
-  return "the account " + unicode::to_utf8(name.data());
+  return "the account " + boost::nowide::narrow(name.data());
 }
 
 // Null when the entry gives nobody else the right to change anything.

@@ -1,8 +1,7 @@
 #include <zant/velmora_host/services/windows/win32_error.hpp>
 
-#include <zant/velmora_host/services/windows/unicode.hpp>
-
 #include <boost/algorithm/string/trim.hpp>
+#include <boost/nowide/convert.hpp>
 
 #include <array>
 #include <system_error>
@@ -26,7 +25,7 @@ std::string win32_error_text(DWORD code) {
   std::array<wchar_t, 1024> text{};
   const DWORD size = ::FormatMessageW(FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS, nullptr,
                                       code, 0, text.data(), static_cast<DWORD>(text.size()), nullptr);
-  const std::string message = unicode::to_utf8(std::wstring_view(text.data(), size));
+  const std::string message = boost::nowide::narrow(text.data(), size);
   return boost::algorithm::trim_copy(message) + " (error " + std::to_string(code) + ")";
 }
 

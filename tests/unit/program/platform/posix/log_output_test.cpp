@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 #include <support/host_side/pipe.hpp>
+#include <support/host_side/pseudo_terminal.hpp>
 
 #include <sys/stat.h>
 
@@ -11,7 +12,9 @@
 namespace zant::program {
 namespace {
 
+using log_output::Reader;
 using velmora_host::test_support::Pipe;
+using velmora_host::test_support::Pseudo_Terminal;
 
 void set_journal_stream(int descriptor) {
   struct stat status {};
@@ -25,15 +28,23 @@ TEST(LogOutput, TheStreamThatTheServiceManagerNamesIsTheJournal) {
   const Pipe other;
   set_journal_stream(journal.writing_end());
 
-  EXPECT_TRUE(log_output::is_journal(journal.writing_end()));
-  EXPECT_FALSE(log_output::is_journal(other.writing_end())) << "a redirected log";
+  EXPECT_EQ(log_output::reader_of(journal.writing_end()), Reader::JOURNAL);
+  EXPECT_EQ(log_output::reader_of(other.writing_end()), Reader::OTHER) << "a redirected log";
 
   ::unsetenv("JOURNAL_STREAM");
-  EXPECT_FALSE(log_output::is_journal(journal.writing_end()));
+  EXPECT_EQ(log_output::reader_of(journal.writing_end()), Reader::OTHER);
 }
 
-TEST(LogOutput, APipeIsNoTerminal) {
-  EXPECT_FALSE(log_output::is_terminal(Pipe().writing_end()));
+TEST(LogOutput, KnowsATerminal) {
+  EXPECT_EQ(log_output::reader_of(Pseudo_Terminal().terminal()), Reader::TERMINAL);
+}
+
+TEST(LogOutput, WritesAll) {
+  const Pipe pipe;
+
+  log_output::write(pipe.writing_end(), "one text");
+
+  EXPECT_EQ(pipe.read(), "one text");
 }
 
 TEST(LogOutput, WhatCannotBeWrittenIsLost) {

@@ -1,11 +1,13 @@
-#include <program/platform/service_notification.hpp>
+#include <program/platform/platform.hpp>
 
 #include <gtest/gtest.h>
 #include <support/host_side/notification_socket.hpp>
 
 #include <unistd.h>
 
+#include <chrono>
 #include <cstdlib>
+#include <memory>
 #include <string>
 
 namespace zant::program {
@@ -20,38 +22,41 @@ class Watchdog : public ::testing::Test {
     ::unsetenv("WATCHDOG_PID");
   }
 
+  void SetUp() override { ASSERT_TRUE(manager_); }
+
   static void given_limit(const char* microseconds) { ::setenv("WATCHDOG_USEC", microseconds, 1); }
+
+  const velmora_host::test_support::Notification_Socket socket_;
+  const std::unique_ptr<Service_Manager> manager_ = find_service_manager();
 };
 
 TEST_F(Watchdog, IsToBeToldTwiceWithinItsLimit) {
   given_limit("60000000");
 
-  EXPECT_EQ(service_notification::watchdog_interval(), milliseconds(30000));
-  EXPECT_EQ(service_notification::watchdog_interval(), milliseconds(30000)) << "asked again";
+  EXPECT_EQ(manager_->watchdog_interval(), milliseconds(30000));
+  EXPECT_EQ(manager_->watchdog_interval(), milliseconds(30000)) << "asked again";
 }
 
 TEST_F(Watchdog, IsNotToBeToldWithoutALimit) {
-  EXPECT_EQ(service_notification::watchdog_interval(), milliseconds::zero());
+  EXPECT_EQ(manager_->watchdog_interval(), milliseconds::zero());
 
   given_limit("nonsense");
-  EXPECT_EQ(service_notification::watchdog_interval(), milliseconds::zero());
+  EXPECT_EQ(manager_->watchdog_interval(), milliseconds::zero());
 }
 
 TEST_F(Watchdog, OfAnotherProcessIsNotToBeTold) {
   given_limit("60000000");
   ::setenv("WATCHDOG_PID", std::to_string(::getppid()).c_str(), 1);
 
-  EXPECT_EQ(service_notification::watchdog_interval(), milliseconds::zero());
+  EXPECT_EQ(manager_->watchdog_interval(), milliseconds::zero());
 }
 
 TEST_F(Watchdog, HearsThatTheProgramIsAliveAndWhatItDoes) {
-  const velmora_host::test_support::Notification_Socket manager;
+  manager_->alive();
+  manager_->status("Waiting");
 
-  service_notification::alive();
-  service_notification::status("Waiting");
-
-  EXPECT_EQ(manager.next_message(), "WATCHDOG=1");
-  EXPECT_EQ(manager.next_message(), "STATUS=Waiting");
+  EXPECT_EQ(socket_.next_message(), "WATCHDOG=1");
+  EXPECT_EQ(socket_.next_message(), "STATUS=Waiting");
 }
 
 }  // namespace

@@ -17,9 +17,11 @@ using testing::IsEmpty;
 using testing::SizeIs;
 using testing::StartsWith;
 
+using namespace std::string_literals;
+
 namespace {
 
-class WindowsFilesystem : public testing::Test {
+class WindowsFileService : public testing::Test {
  protected:
   std::vector<std::string> names() const {
     std::vector<std::string> found;
@@ -40,8 +42,8 @@ class WindowsFilesystem : public testing::Test {
   File_Service filesystem;
 };
 
-TEST_F(WindowsFilesystem, StoresTextsWithoutATranslationOfLineEnds) {
-  const std::string text = "one\ntwo\r\nthree\x1a four\0five";
+TEST_F(WindowsFileService, StoresTextsWithoutATranslationOfLineEnds) {
+  const std::string text = "one\ntwo\r\nthree\x1a four\0five"s;
 
   ASSERT_TRUE(filesystem.write_file(file, text, velmora::Write_Flag::REPLACE));
 
@@ -49,13 +51,13 @@ TEST_F(WindowsFilesystem, StoresTextsWithoutATranslationOfLineEnds) {
   EXPECT_EQ(filesystem.read_file(file, velmora::Read_Flag::WHOLE_TEXT), text);
 }
 
-TEST_F(WindowsFilesystem, DropsALineEndOfWindowsWhenToldTo) {
+TEST_F(WindowsFileService, DropsALineEndOfWindowsWhenToldTo) {
   write(file, "systemd\r\n");
 
   EXPECT_EQ(filesystem.read_file(file, velmora::Read_Flag::WITHOUT_LINE_END), "systemd");
 }
 
-TEST_F(WindowsFilesystem, TakesNamesInUtf8) {
+TEST_F(WindowsFileService, TakesNamesInUtf8) {
   const auto named = directory / "tête ξ.txt";
 
   ASSERT_TRUE(filesystem.write_file(named, "x", velmora::Write_Flag::REPLACE));
@@ -64,7 +66,7 @@ TEST_F(WindowsFilesystem, TakesNamesInUtf8) {
   EXPECT_THAT(filesystem.list_files(directory.path(), ".txt"), ElementsAre(named));
 }
 
-TEST_F(WindowsFilesystem, LeavesAFileThatSomebodyHasOpenAsItIsAndNothingBesideIt) {
+TEST_F(WindowsFileService, LeavesAFileThatSomebodyHasOpenAsItIsAndNothingBesideIt) {
   write(file, "old");
   const Handle reader = open_alone(file);
 
@@ -74,7 +76,7 @@ TEST_F(WindowsFilesystem, LeavesAFileThatSomebodyHasOpenAsItIsAndNothingBesideIt
   EXPECT_THAT(log.messages(4), ElementsAre(StartsWith("Cannot write " + file.string() + ": ")));
 }
 
-TEST_F(WindowsFilesystem, CannotRemoveAFileThatSomebodyHasOpen) {
+TEST_F(WindowsFileService, CannotRemoveAFileThatSomebodyHasOpen) {
   write(file, "old");
   const Handle reader = open_alone(file);
 
@@ -85,7 +87,7 @@ TEST_F(WindowsFilesystem, CannotRemoveAFileThatSomebodyHasOpen) {
   EXPECT_THAT(log.messages(4), SizeIs(2));
 }
 
-TEST_F(WindowsFilesystem, DoesNotLogThatSomethingIsMissing) {
+TEST_F(WindowsFileService, DoesNotLogThatSomethingIsMissing) {
   const auto missing = directory / "no such directory" / "file";
 
   EXPECT_FALSE(filesystem.remove(missing));
@@ -100,7 +102,7 @@ TEST_F(WindowsFilesystem, DoesNotLogThatSomethingIsMissing) {
   EXPECT_THAT(log.records(), IsEmpty());
 }
 
-TEST_F(WindowsFilesystem, CreatesDirectoriesThatOnlyAdministratorsMayChange) {
+TEST_F(WindowsFileService, CreatesDirectoriesThatOnlyAdministratorsMayChange) {
   const auto created = directory / "a" / "b";
 
   ASSERT_TRUE(filesystem.create_directories(created));
@@ -110,7 +112,7 @@ TEST_F(WindowsFilesystem, CreatesDirectoriesThatOnlyAdministratorsMayChange) {
   EXPECT_EQ(privileges::who_else_may_write(created / "file"), "");
 }
 
-TEST_F(WindowsFilesystem, SaysSoWhenADirectoryCannotBeCreated) {
+TEST_F(WindowsFileService, SaysSoWhenADirectoryCannotBeCreated) {
   write(file, "in the way");
 
   EXPECT_FALSE(filesystem.create_directories(file / "a"));

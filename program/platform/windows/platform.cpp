@@ -1,0 +1,13 @@
+#include <program/platform/platform.hpp>
+
+#include <program/platform/windows/service_application.hpp>
+
+namespace zant::program {
+
+// The service manager of Windows takes states, which the service application reports, and no messages.
+constinit const Platform PLATFORM = {
+    .connect_to_service_manager = nullptr,
+    .run_as_service = service_application::run,
+};
+
+}  // namespace zant::program
