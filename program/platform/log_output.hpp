@@ -9,7 +9,7 @@ namespace zant::program::log_output {
 enum class Reader {
   TERMINAL,  ///< a terminal, which knows the sequences for colours
   JOURNAL,   ///< the service manager's journal
-  OTHER      ///< a file, another program, or nobody
+  OTHER      ///< a file or another program
 };
 
 Reader reader_of(int descriptor);

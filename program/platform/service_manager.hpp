@@ -17,7 +17,7 @@ class Service_Manager {
   /// What the service does now.
   virtual void status(const std::string& status) = 0;
 
-  /// How often `alive` must be called for the service not to be restarted; zero when nobody watches.
+  /// How often `alive` must be called for the service not to be restarted; zero when no watchdog is set.
   virtual std::chrono::milliseconds watchdog_interval() const = 0;
 
   /// The service works as it should.

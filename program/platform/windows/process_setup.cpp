@@ -10,7 +10,7 @@ void set_up_process() {
   // Paths become texts and texts paths in many places: all of them in UTF-8, whatever the system's code page
   // is.
   boost::nowide::nowide_filesystem();
-  // A service has nobody who could close a box with an error message, and neither have the commands it runs.
+  // An error message in a window would stop a service, or a command that it runs, until a user closes it.
   ::SetErrorMode(SEM_FAILCRITICALERRORS | SEM_NOGPFAULTERRORBOX | SEM_NOOPENFILEERRORBOX);
 }
 

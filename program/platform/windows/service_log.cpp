@@ -1,7 +1,7 @@
 #include <program/platform/windows/service_log.hpp>
 
-#include <zant/velmora_host/services/privileges.hpp>
 #include <zant/velmora_host/services/file_service.hpp>
+#include <zant/velmora_host/services/privileges.hpp>
 #include <zant/velmora_host/settings/windows/program_data.hpp>
 
 #include <boost/filesystem/operations.hpp>

@@ -44,7 +44,7 @@ std::size_t Observed_Filesystem::copy_files(const std::vector<Path>& sources, co
     recorder_->note_touched(directory / source.filename());
   }
   const std::size_t copied = real().copy_files(sources, directory, copy_option);
-  // Which ones they are, if not all, nobody says; the cycle fails then and takes them away again.
+  // The result does not tell which ones were copied if not all were; the cycle fails then and removes them.
   for (const auto& source : sources) {
     if (copied == sources.size() && is_staged_(source)) {
       recorder_->note_installed(directory / source.filename());

@@ -13,8 +13,8 @@ bool may_administer();
 /// What to do when it may not.
 extern const char* const HOW_TO_BE_ADMINISTRATOR;
 
-/// How somebody other than the administrator and this process's user could change the file or directory, as
-/// the end of a sentence about it; empty when nobody can. Links are followed.
+/// How an account other than the administrator and this process's user could change the file or directory, as
+/// the end of a sentence about it; empty when none can. Links are followed.
 std::string who_else_may_write(const boost::filesystem::path& path);
 
 }  // namespace zant::velmora_host::privileges

@@ -41,8 +41,7 @@ class Spawn_Actions {
     check_spawn_step(::posix_spawn_file_actions_addopen(&actions_, STDIN_FILENO, "/dev/null", O_RDONLY, 0));
     check_spawn_step(::posix_spawn_file_actions_adddup2(&actions_, output, STDOUT_FILENO));
     check_spawn_step(::posix_spawn_file_actions_adddup2(&actions_, error_output, STDERR_FILENO));
-    // Whatever else the calling process has open, sockets and locks among it, is none of the command's
-    // business.
+    // The command inherits nothing else that the calling process has open: no socket and no lock.
     check_spawn_step(::posix_spawn_file_actions_addclosefrom_np(&actions_, STDERR_FILENO + 1));
     check_spawn_step(::posix_spawn_file_actions_addchdir_np(&actions_, WORKING_DIRECTORY));
   }

@@ -15,7 +15,7 @@ namespace zant::velmora_host {
 
 /// One command line under bash, from its start until its exit status has been collected.
 ///
-/// Used by one thread. The object does not end the child: whoever makes it sees it to its end.
+/// Used by one thread. The object does not end the child: its owner waits for the end or calls `end_group`.
 class Child_Process {
  public:
   using Clock = std::chrono::steady_clock;

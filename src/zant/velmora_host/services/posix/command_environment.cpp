@@ -10,7 +10,7 @@ namespace zant::velmora_host {
 namespace {
 
 // Built from scratch instead of inherited: a preloaded library, a translated locale, shell options or a
-// function exported by whoever started the program would change what the commands do and print.
+// function exported by the calling process would change what the commands do and print.
 const std::map<std::string, std::string> FIXED_VARIABLES = {
     {"PATH", "/usr/local/sbin:/usr/local/bin:/usr/sbin:/usr/bin:/sbin:/bin"},
     {"LANG", "C.UTF-8"},

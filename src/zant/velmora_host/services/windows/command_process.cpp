@@ -21,8 +21,7 @@ std::wstring system_directory() {
   return path;
 }
 
-// Its own directory is where cmd.exe looks for programs first: one that nobody but the administrator writes
-// to.
+// cmd.exe looks for programs in its working directory first: one that only the administrator can write to.
 std::wstring working_directory() {
   std::wstring path(MAX_PATH, L'\0');
   path.resize(::GetSystemWindowsDirectoryW(path.data(), MAX_PATH));

@@ -11,7 +11,7 @@ namespace zant::velmora_host {
 
 /// One command line under cmd.exe, from its start to its end.
 ///
-/// Used by one thread. The object does not end the command: whoever makes it sees it to its end.
+/// Used by one thread. The object does not end the command: its owner waits for the end or calls `end_tree`.
 class Command_Process {
  public:
   using Clock = std::chrono::steady_clock;

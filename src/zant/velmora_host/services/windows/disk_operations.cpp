@@ -49,7 +49,8 @@ void remove_file(const Path& path) {
 }
 
 void remove(const Path& path) {
-  const BOOL is_removed = directory_exists(path) ? ::RemoveDirectoryW(path.c_str()) : ::DeleteFileW(path.c_str());
+  const BOOL is_removed =
+      directory_exists(path) ? ::RemoveDirectoryW(path.c_str()) : ::DeleteFileW(path.c_str());
   if (is_removed == FALSE) {
     throw_win32_error("cannot delete it");
   }

@@ -26,7 +26,7 @@ class Handle {
   HANDLE get() const noexcept { return handle_; }
   bool is_open() const noexcept { return handle_ != nullptr; }
 
-  /// Hands it over; whoever calls closes it.
+  /// Hands the handle over to the caller.
   HANDLE release() noexcept { return std::exchange(handle_, nullptr); }
 
   void close() noexcept {

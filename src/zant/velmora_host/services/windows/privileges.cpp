@@ -66,7 +66,7 @@ bool is_this_user(PSID sid) {
 }
 
 bool is_trusted(PSID sid) {
-  // Creator owner stands for whoever creates something later, not for anybody now.
+  // Creator owner stands for the user who creates an entry later, and for no user now.
   for (const auto type : {WinLocalSystemSid, WinBuiltinAdministratorsSid, WinCreatorOwnerSid}) {
     if (::IsWellKnownSid(sid, type) != FALSE) {
       return true;
@@ -88,7 +88,7 @@ std::string name_of(PSID sid) {
   return "the account " + boost::nowide::narrow(name.data());
 }
 
-// Null when the entry gives nobody else the right to change anything.
+// Null when the entry gives no other account the right to change anything.
 PSID who_is_let_in(const void* entry) {
   const auto* const header = static_cast<const ACE_HEADER*>(entry);
   if (header->AceType != ACCESS_ALLOWED_ACE_TYPE || (header->AceFlags & INHERIT_ONLY_ACE) != 0) {

@@ -19,7 +19,7 @@ Handle open_as_holder(const path& file) {
                               OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
 }
 
-// In nobody's way: this neither locks nor keeps the file from being opened, written and deleted.
+// Does not lock the file, nor keep others from opening, writing and deleting it.
 Handle open_as_reader(const path& file) {
   return Handle(::CreateFileW(file.c_str(), GENERIC_READ,
                               FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr, OPEN_EXISTING,
