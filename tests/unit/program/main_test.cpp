@@ -1,0 +1,54 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <sys/wait.h>
+
+#include <array>
+#include <cstdio>
+#include <string>
+
+namespace zant::program {
+namespace {
+
+using ::testing::HasSubstr;
+using ::testing::StartsWith;
+
+struct Ended_Program {
+  int exit_status;
+  std::string output;
+};
+
+// The program as it is built.
+Ended_Program call(const std::string& arguments) {
+  FILE* const stream = ::popen((PACKAGE_MINDER_PROGRAM " " + arguments).c_str(), "r");
+  std::array<char, 4096> piece{};
+  std::string output;
+  while (const std::size_t size = std::fread(piece.data(), 1, piece.size(), stream)) {
+    output.append(piece.data(), size);
+  }
+  return {WEXITSTATUS(::pclose(stream)), output};
+}
+
+TEST(TheProgram, SaysWhichVersionItIs) {
+  const auto ended = call("--version");
+
+  EXPECT_EQ(ended.exit_status, 0);
+  EXPECT_THAT(ended.output, StartsWith("package-minder "));
+}
+
+TEST(TheProgram, ExitsWithWhatACommandLineDeserves) {
+  const auto ended = call("twice --json 2> /dev/null");
+
+  EXPECT_EQ(ended.exit_status, 64);
+  EXPECT_THAT(ended.output, HasSubstr("\"wrong_usage\""));
+}
+
+TEST(TheProgram, ExitsWithWhatItsWorkCameTo) {
+  EXPECT_EQ(call("status --settings /nowhere/settings 2> /dev/null").exit_status, 78);
+  EXPECT_EQ(call("run --settings /nowhere/settings 2> /dev/null").exit_status, 78);
+  EXPECT_THAT(call("check --json --settings /nowhere/settings 2> /dev/null").output,
+              HasSubstr("\"bad_settings\""));
+}
+
+}  // namespace
+}  // namespace zant::program

@@ -1,0 +1,47 @@
+#include <program/platform/process_setup.hpp>
+
+#include <gtest/gtest.h>
+
+#include <signal.h>
+#include <sys/stat.h>
+
+namespace zant::program {
+namespace {
+
+using Handler = void (*)(int);
+
+// What the caller of a program leaves to it.
+class ProcessSetup : public ::testing::Test {
+ protected:
+  ProcessSetup()
+      : mask_(::umask(0077)),
+        on_closed_pipe_(::signal(SIGPIPE, SIG_DFL)),
+        on_child_(::signal(SIGCHLD, SIG_IGN)) {}
+  ~ProcessSetup() override {
+    ::umask(mask_);
+    ::signal(SIGPIPE, on_closed_pipe_);
+    ::signal(SIGCHLD, on_child_);
+  }
+
+  static Handler handler_of(int signal_number) {
+    struct sigaction action {};
+    ::sigaction(signal_number, nullptr, &action);
+    return action.sa_handler;
+  }
+
+ private:
+  mode_t mask_;
+  Handler on_closed_pipe_;
+  Handler on_child_;
+};
+
+TEST_F(ProcessSetup, DoesAwayWithWhatTheCallerLeft) {
+  set_up_process();
+
+  EXPECT_EQ(::umask(0), 0022U) << "what package managers create is for everybody to read";
+  EXPECT_EQ(handler_of(SIGPIPE), SIG_IGN) << "a reader of the log may go away";
+  EXPECT_EQ(handler_of(SIGCHLD), SIG_DFL) << "or every command would lose its exit status";
+}
+
+}  // namespace
+}  // namespace zant::program
