@@ -1,9 +1,11 @@
 #pragma once
 
+#include <program/commands/command.hpp>
 #include <program/platform/service_manager.hpp>
 
 #include <functional>
 #include <memory>
+#include <vector>
 
 namespace zant::program {
 
@@ -16,6 +18,9 @@ struct Platform {
   /// through the operating system, and returns what the work returns. In a process that was started in
   /// another way it only does the work. Null where a service is a process like any other.
   int (*run_as_service)(const std::function<int()>& work);
+
+  /// Makes the commands of the program that only this operating system has. Null where there are none.
+  std::vector<Command> (*make_commands)();
 };
 
 /// The operating system that the program is built for.

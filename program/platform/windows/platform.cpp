@@ -1,6 +1,7 @@
 #include <program/platform/platform.hpp>
 
 #include <program/platform/windows/service_application.hpp>
+#include <program/platform/windows/service_commands.hpp>
 
 namespace zant::program {
 
@@ -8,6 +9,7 @@ namespace zant::program {
 constinit const Platform PLATFORM = {
     .connect_to_service_manager = nullptr,
     .run_as_service = service_application::run,
+    .make_commands = service_commands::make_commands,
 };
 
 }  // namespace zant::program

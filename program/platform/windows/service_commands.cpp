@@ -95,6 +95,14 @@ void stop_if_running(WinService& service) {
   wait_for_stop(service);
 }
 
+Command service_command(const char* name, const char* description,
+                        int (*work)(const velmora_host::Settings_Sources& settings)) {
+  Command command{name, description};
+  command.work =
+      Work_Without_Settings([work](const Invocation& invocation) { return work(invocation.settings); });
+  return command;
+}
+
 }  // namespace
 
 std::string make_command_line(const std::string& program, const velmora_host::Settings_Sources& settings) {
@@ -135,6 +143,17 @@ int start(const velmora_host::Settings_Sources& /*settings*/) {
 
 int stop(const velmora_host::Settings_Sources& /*settings*/) {
   return change_service(stop_if_running, "The service has stopped");
+}
+
+std::vector<Command> make_commands() {
+  Command service{"service", "The program as a service of this system"};
+  service.subcommands = {
+      service_command("install", "Register the service, with the settings of this line", install),
+      service_command("remove", "Stop the service if it runs, and unregister it", remove),
+      service_command("start", "Start the service", start),
+      service_command("stop", "Stop the service, after the cycle under way", stop),
+  };
+  return {service};
 }
 
 }  // namespace zant::program::service_commands

@@ -1,9 +1,12 @@
 #pragma once
 
+#include <program/commands/command.hpp>
 #include <zant/velmora_host/settings/settings.hpp>
 
 /// Registers, starts and stops the program as a service of Windows. Each operation returns the exit status of
 /// the program and logs what it has done, or why not.
+#include <vector>
+
 namespace zant::program::service_commands {
 
 /// Registers the service with these settings, to be started with the system and again when it fails.
@@ -19,5 +22,8 @@ int stop(const velmora_host::Settings_Sources& settings);
 
 /// The command line that the service is started with.
 std::string make_command_line(const std::string& program, const velmora_host::Settings_Sources& settings);
+
+/// The command "service" with its subcommands.
+std::vector<Command> make_commands();
 
 }  // namespace zant::program::service_commands

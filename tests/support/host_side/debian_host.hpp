@@ -58,8 +58,9 @@ class Debian_Host : public Host_In_Directory {
     system->on("systemctl is-active package-minder.service 2> /dev/null", 0, "active\n");
     system->on("systemctl is-active --quiet apt-daily-upgrade.timer", 0);
     system->on(
-        "systemctl show --property=NextElapseUSecRealtime --value apt-daily-upgrade.timer 2> /dev/null", 0,
-        "Sat 2026-11-21 03:00:00 UTC\n");
+        "TZ=UTC systemctl show --property=NextElapseUSecRealtime --value apt-daily-upgrade.timer 2> "
+        "/dev/null",
+        0, "Sat 2026-11-21 03:00:00 UTC\n");
   }
 
   /// What the checks ask: nothing is missing, masked or read-only, and the keyring holds one good key.

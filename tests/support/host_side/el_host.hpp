@@ -54,7 +54,8 @@ class El_Host : public Host_In_Directory {
     system->on("systemctl is-active package-minder.service 2> /dev/null", 0, "active\n");
     system->on("systemctl is-active --quiet dnf-automatic-install.timer", 0);
     system->on(
-        "systemctl show --property=NextElapseUSecRealtime --value dnf-automatic-install.timer 2> /dev/null",
+        "TZ=UTC systemctl show --property=NextElapseUSecRealtime --value dnf-automatic-install.timer 2> "
+        "/dev/null",
         0, "Sat 2026-11-21 06:00:00 UTC\n");
   }
 

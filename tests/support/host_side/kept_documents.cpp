@@ -1,7 +1,6 @@
 // Keeps every JSON document that a test makes as a file in the directory $DOCUMENTS_DIRECTORY, for
-// tests/docs/schemas.py. The linker puts these between the tests and the functions that make documents: the
-// reports' to_json, and json_document::text_of for the record and for failures. The names of the compiler's
-// come from tests/unit/CMakeLists.txt.
+// tests/docs/schemas.py. The linker puts this in the place of json_document::text_of, by which every document
+// becomes text; the compiler's name for it comes from tests/unit/CMakeLists.txt.
 
 #include <zant/velmora_host/base/json_document.hpp>
 
@@ -14,10 +13,6 @@
 #include <string>
 
 namespace zant::velmora_host {
-
-struct Status;
-struct Plan;
-struct Check_Report;
 
 namespace {
 
@@ -34,40 +29,11 @@ void keep(const std::string& text) {
 
 std::string real_text_of(const Json& document) asm("__real_" TEXT_OF);
 std::string keep_text_of(const Json& document) asm("__wrap_" TEXT_OF);
-[[gnu::weak]] Json real_to_json(const Status& report) asm("__real_" STATUS_TO_JSON);
-Json keep_to_json(const Status& report) asm("__wrap_" STATUS_TO_JSON);
-[[gnu::weak]] Json real_to_json(const Plan& report) asm("__real_" PLAN_TO_JSON);
-Json keep_to_json(const Plan& report) asm("__wrap_" PLAN_TO_JSON);
-[[gnu::weak]] Json real_to_json(const Check_Report& report) asm("__real_" CHECK_TO_JSON);
-Json keep_to_json(const Check_Report& report) asm("__wrap_" CHECK_TO_JSON);
 
 std::string keep_text_of(const Json& document) {
   const std::string text = real_text_of(document);
   keep(text);
   return text;
-}
-
-namespace {
-
-template <typename Report>
-Json make_and_keep(const Report& report) {
-  Json document = real_to_json(report);
-  keep(real_text_of(document));
-  return document;
-}
-
-}  // namespace
-
-Json keep_to_json(const Status& report) {
-  return make_and_keep(report);
-}
-
-Json keep_to_json(const Plan& report) {
-  return make_and_keep(report);
-}
-
-Json keep_to_json(const Check_Report& report) {
-  return make_and_keep(report);
 }
 
 }  // namespace zant::velmora_host

@@ -34,32 +34,32 @@ class CommandLine : public ::testing::Test {
 };
 
 TEST_F(CommandLine, NamesTheCommand) {
-  EXPECT_EQ(parsed({"run"}).command, Command::RUN);
-  EXPECT_EQ(parsed({"once"}).command, Command::ONCE);
-  EXPECT_EQ(parsed({"hold"}).command, Command::HOLD);
-  EXPECT_EQ(parsed({"release"}).command, Command::RELEASE);
-  EXPECT_EQ(parsed({"purge"}).command, Command::PURGE);
+  EXPECT_EQ(parsed({"run"}).command->name, "run");
+  EXPECT_EQ(parsed({"once"}).command->name, "once");
+  EXPECT_EQ(parsed({"hold"}).command->name, "hold");
+  EXPECT_EQ(parsed({"release"}).command->name, "release");
+  EXPECT_EQ(parsed({"purge"}).command->name, "purge");
 }
 
 TEST_F(CommandLine, PurgesAllUnlessToldOtherwise) {
-  EXPECT_FALSE(parsed({"purge"}).upgrades_only);
-  EXPECT_TRUE(parsed({"purge", "--upgrades-only"}).upgrades_only);
+  EXPECT_FALSE(parsed({"purge"}).invocation.upgrades_only);
+  EXPECT_TRUE(parsed({"purge", "--upgrades-only"}).invocation.upgrades_only);
 }
 
 TEST_F(CommandLine, PurgesOnRemovalOnlyWhenToldSo) {
-  EXPECT_FALSE(parsed({"purge"}).on_removal);
-  EXPECT_TRUE(parsed({"purge", "--on-removal"}).on_removal);
+  EXPECT_FALSE(parsed({"purge"}).invocation.on_removal);
+  EXPECT_TRUE(parsed({"purge", "--on-removal"}).invocation.on_removal);
 }
 
 TEST_F(CommandLine, ReadsTheUsualSettingsFileIfItIsThere) {
-  const auto settings = parsed({"once"}).settings;
+  const auto settings = parsed({"once"}).invocation.settings;
 
   EXPECT_THAT(settings.file.string(), ::testing::EndsWith("/package-minder/package-minder.properties"));
   EXPECT_FALSE(settings.file_is_required);
 }
 
 TEST_F(CommandLine, ReadsTheNamedSettingsFileWhichMustBeThere) {
-  const auto settings = parsed({"--settings", "/srv/my.properties", "once"}).settings;
+  const auto settings = parsed({"--settings", "/srv/my.properties", "once"}).invocation.settings;
 
   EXPECT_EQ(settings.file, "/srv/my.properties");
   EXPECT_TRUE(settings.file_is_required);
@@ -67,24 +67,26 @@ TEST_F(CommandLine, ReadsTheNamedSettingsFileWhichMustBeThere) {
 
 TEST_F(CommandLine, CollectsSettingsInTheirOrder) {
   const auto settings =
-      parsed({"--set", "a.b=c", "--set=minder.log.level=info", "--log-level", "debug", "once"}).settings;
+      parsed({"--set", "a.b=c", "--set=minder.log.level=info", "--log-level", "debug", "once"})
+          .invocation.settings;
 
   EXPECT_THAT(settings.overrides, ElementsAre(Pair("a.b", "c"), Pair("minder.log.level", "info"),
                                               Pair("minder.log.level", "debug")));
 }
 
 TEST_F(CommandLine, SplitsASettingAtTheFirstEqualsSign) {
-  EXPECT_THAT(parsed({"--set", "package.apt.repo.origins_pattern=o=A;l=B", "once"}).settings.overrides,
-              ElementsAre(Pair("package.apt.repo.origins_pattern", "o=A;l=B")));
-  EXPECT_THAT(parsed({"--set", "package.apt.repo.origins_pattern=", "once"}).settings.overrides,
+  EXPECT_THAT(
+      parsed({"--set", "package.apt.repo.origins_pattern=o=A;l=B", "once"}).invocation.settings.overrides,
+      ElementsAre(Pair("package.apt.repo.origins_pattern", "o=A;l=B")));
+  EXPECT_THAT(parsed({"--set", "package.apt.repo.origins_pattern=", "once"}).invocation.settings.overrides,
               ElementsAre(Pair("package.apt.repo.origins_pattern", "")));
 }
 
 TEST_F(CommandLine, TakesOptionsBehindTheCommandToo) {
   const auto line = parsed({"purge", "--set", "a=b", "--upgrades-only"});
 
-  EXPECT_TRUE(line.upgrades_only);
-  EXPECT_THAT(line.settings.overrides, ElementsAre(Pair("a", "b")));
+  EXPECT_TRUE(line.invocation.upgrades_only);
+  EXPECT_THAT(line.invocation.settings.overrides, ElementsAre(Pair("a", "b")));
 }
 
 class WrongUsage : public CommandLine, public ::testing::WithParamInterface<std::vector<const char*>> {};
@@ -114,6 +116,27 @@ TEST_F(CommandLine, SaysWhatIsWrong) {
   parse({"once", "--set", "minder.interval"});
 
   EXPECT_THAT(err_.str(), HasSubstr("\"minder.interval\" is not of the form KEY=VALUE"));
+}
+
+TEST_F(CommandLine, NamesTheCommandsToWhoGivesNoneOrAnother) {
+  parse({});
+  EXPECT_THAT(err_.str(), ::testing::StartsWith(
+                              "package-minder: no command is given; the commands are run, once, hold, "));
+
+  parse({"--set", "a=b", "dance", "once"});
+  EXPECT_THAT(err_.str(), HasSubstr("package-minder: \"dance\" is no command; the commands are run, once, "));
+}
+
+TEST_F(CommandLine, HelpFitsOnATerminal) {
+  for (const char* command : {"run", "purge", "status"}) {
+    parse({command, "--help"});
+  }
+  parse({"--help"});
+
+  std::istringstream lines(out_.str());
+  for (std::string line; std::getline(lines, line);) {
+    EXPECT_LE(line.size(), 80U) << line;
+  }
 }
 
 TEST_F(CommandLine, HelpNamesCommandsOptionsAndExitStatuses) {

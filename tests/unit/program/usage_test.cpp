@@ -26,19 +26,19 @@ class ReportUsage : public ::testing::Test {
 };
 
 TEST_F(ReportUsage, ReadsTheReports) {
-  EXPECT_EQ(parse({"status"}).command_line.value().command, Command::STATUS);
-  EXPECT_EQ(parse({"plan"}).command_line.value().command, Command::PLAN);
-  EXPECT_EQ(parse({"check"}).command_line.value().command, Command::CHECK);
-  EXPECT_FALSE(parse({"status"}).command_line.value().json);
-  EXPECT_TRUE(parse({"status", "--json"}).command_line.value().json);
+  EXPECT_EQ(parse({"status"}).command_line.value().command->name, "status");
+  EXPECT_EQ(parse({"plan"}).command_line.value().command->name, "plan");
+  EXPECT_EQ(parse({"check"}).command_line.value().command->name, "check");
+  EXPECT_FALSE(parse({"status"}).command_line.value().invocation.json);
+  EXPECT_TRUE(parse({"status", "--json"}).command_line.value().invocation.json);
 }
 
 TEST_F(ReportUsage, ReadsThePlanOfAPurge) {
   const auto line = parse({"purge", "--plan", "--upgrades-only", "--json"}).command_line.value();
 
-  EXPECT_EQ(line.command, Command::PURGE);
-  EXPECT_TRUE(line.plan_only);
-  EXPECT_TRUE(line.upgrades_only);
+  EXPECT_EQ(line.command->name, "purge");
+  EXPECT_TRUE(line.invocation.plan_only);
+  EXPECT_TRUE(line.invocation.upgrades_only);
   EXPECT_TRUE(is_report(line));
   EXPECT_FALSE(is_report(parse({"purge"}).command_line.value()));
 }

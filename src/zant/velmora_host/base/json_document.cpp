@@ -15,13 +15,6 @@ Json make(const std::string& kind) {
   return {{"format", "package-minder/" + kind}, {"version", VERSION}};
 }
 
-Json make_failure(const std::string& kind, const std::string& code, int exit_status,
-                  const std::vector<std::string>& messages) {
-  Json document = make(kind);
-  document["error"] = {{"code", code}, {"exit_status", exit_status}, {"messages", messages}};
-  return document;
-}
-
 std::string text_of(const Json& document) {
   return document.dump(INDENT, ' ', false, Json::error_handler_t::replace) + "\n";
 }

@@ -3,7 +3,6 @@
 #include <nlohmann/json_fwd.hpp>
 
 #include <string>
-#include <vector>
 
 /// The JSON documents: objects that name their format and version.
 namespace zant::velmora_host::json_document {
@@ -13,13 +12,6 @@ using Json = nlohmann::ordered_json;
 
 /// A document of this kind ("status", "plan", "check"), with "format" and "version" only.
 Json make(const std::string& kind);
-
-/// The document that takes a report's place when there is none: the reason.
-///
-/// @param code        stable, such as "bad_settings".
-/// @param exit_status what the program exits with.
-Json make_failure(const std::string& kind, const std::string& code, int exit_status,
-                  const std::vector<std::string>& messages);
 
 /// The text to print. Bytes that are not UTF-8 are replaced: the text is valid JSON whatever a command line
 /// printed.

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <zant/velmora_host/base/finding.hpp>
+#include <zant/velmora_host/export.hpp>
 
 #include <stdexcept>
 #include <string>
@@ -17,7 +18,7 @@ enum class Refusal_Reason {
 };
 
 /// Thrown before anything on the host is changed.
-class Refusal : public std::runtime_error {
+class PACKAGE_MINDER_HOST_EXPORT Refusal : public std::runtime_error {
  public:
   Refusal(Refusal_Reason reason, const std::string& message)
       : std::runtime_error(message), reason_(reason), messages_{message} {}

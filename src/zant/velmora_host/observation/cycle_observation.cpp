@@ -1,17 +1,10 @@
 #include <zant/velmora_host/observation/cycle_observation.hpp>
 
-#include <zant/velmora_host/base/printable.hpp>
-#include <zant/velmora_host/observation/logged_failure.hpp>
 #include <zant/velmora_host/observation/metrics.hpp>
 #include <zant/velmora_host/observation/observed_filesystem.hpp>
 #include <zant/velmora_host/observation/observed_package.hpp>
 #include <zant/velmora_host/observation/observed_system.hpp>
 
-#include <zant/velmora/apt/apt_constants.hpp>
-
-#include <fmt/format.h>
-
-#include <algorithm>
 #include <utility>
 
 namespace zant::velmora_host {
@@ -20,42 +13,55 @@ namespace {
 using boost::filesystem::path;
 using zant::logging::severity_level;
 
-// The keyring does not change while the program runs: it works on a copy.
-std::vector<Signing_Key> read_keys(const Host_Services& services, const path& staging_directory) {
-  const path keyring = staging_directory / "keyrings" / velmora::APT_Constants::APT_REPO_KEYRING_FILE;
-  if (!services.filesystem->exists(keyring)) {
-    return {};
-  }
-  return read_keyring(*services.system, keyring).value_or(std::vector<Signing_Key>{});
-}
+// Tells the watch what the worker is doing, and the recorder what changes the host.
+class Cycle_Command_Observer : public Command_Observer {
+ public:
+  Cycle_Command_Observer(std::shared_ptr<Cycle_Recorder> recorder, std::shared_ptr<Cycle_Watch> watch)
+      : recorder_(std::move(recorder)), watch_(std::move(watch)) {}
 
-Cycle_Recorder::Listener metrics_writer(const Settings& settings, const Host_Services& services,
-                                        const path& staging_directory) {
-  return [file = settings.metrics_file(), filesystem = services.filesystem,
-          keys = read_keys(services, staging_directory)](const Cycle_State& state) {
-    filesystem->write_file(file, metrics_text(state, keys), velmora::Write_Flag::REPLACE);
-  };
+  void note_begin(Command_Kind kind) override { watch_->note_command_begin(kind); }
+
+  void note_end(const Ended_Command& command, Command_Kind kind, double seconds) override {
+    watch_->note_command_end();
+    if (kind != Command_Kind::QUERY) {
+      recorder_->note_command(command.line, command.exit_code, seconds);
+    }
+  }
+
+  void note_failure(const Cycle_Failure& failure) override { recorder_->note_failure(failure); }
+
+ private:
+  std::shared_ptr<Cycle_Recorder> recorder_;
+  std::shared_ptr<Cycle_Watch> watch_;
+};
+
+// The keyring does not change while the process runs: it works on a copy.
+Cycle_Recorder::Listener metrics_writer(const Minded_Host& host, const path& staging_directory) {
+  return
+      [file = host.settings.metrics_file(), filesystem = host.services.filesystem,
+       keys = host.family.read_keys(host.services, staging_directory).value_or(std::vector<Signing_Key>{})](
+          const Cycle_State& state) {
+        filesystem->write_file(file, metrics_text(state, keys), velmora::Write_Flag::REPLACE);
+      };
 }
 
 }  // namespace
 
-Cycle_Observation::Cycle_Observation(const std::string& program, const Settings& settings,
-                                     const Host_Services& services, const path& staging_directory)
-    : watch_(std::make_shared<Cycle_Watch>(settings.interval(),
-                                           settings.command_time_limit() + settings.command_kill_delay())),
-      recorder_(std::make_shared<Cycle_Recorder>(program, services.filesystem,
-                                                 cycle_store::file_in(settings.state_directory()))),
+Cycle_Observation::Cycle_Observation(const std::string& program, const Minded_Host& host,
+                                     const path& staging_directory)
+    : watch_(std::make_shared<Cycle_Watch>(
+          host.settings.interval(), host.settings.command_time_limit() + host.settings.command_kill_delay())),
+      recorder_(std::make_shared<Cycle_Recorder>(program, host.services.filesystem, host.family,
+                                                 cycle_store::file_in(host.settings.state_directory()))),
       observed_services_{
-          std::make_shared<Observed_System>(services.system, recorder_, watch_),
-          std::make_shared<Observed_Filesystem>(services.filesystem, recorder_, staging_directory)},
+          std::make_shared<Observed_System>(host.services, host.family, Occasion::CYCLE,
+                                            std::make_shared<Cycle_Command_Observer>(recorder_, watch_)),
+          std::make_shared<Observed_Filesystem>(host.services.filesystem, recorder_, staging_directory)},
       log_observer_(severity_level::notice, [recorder = recorder_](const Log_Record& record) {
         recorder->note_log(record.severity, record.message);
-        if (const auto failure = find_logged_failure(record)) {
-          recorder->note_failure(*failure);
-        }
       }) {
-  if (!settings.metrics_file().empty()) {
-    recorder_->add_listener(metrics_writer(settings, services, staging_directory));
+  if (!host.settings.metrics_file().empty()) {
+    recorder_->add_listener(metrics_writer(host, staging_directory));
   }
 }
 
@@ -64,25 +70,16 @@ std::shared_ptr<velmora::Package> Cycle_Observation::observe(
   return std::make_shared<Observed_Package>(std::move(package), recorder_, watch_);
 }
 
+void Cycle_Observation::record_failed_start(const std::string& reason) const {
+  recorder_->begin_cycle();
+  recorder_->end_cycle(Cycle_Failure{Cycle_Step::REPOSITORY, reason});
+}
+
 void remove_observations(const Settings& settings, velmora::Filesystem& filesystem) {
   filesystem.remove(cycle_store::file_in(settings.state_directory()));
   if (!settings.metrics_file().empty()) {
     filesystem.remove(settings.metrics_file());
   }
-}
-
-std::string describe(const Cycle_Record& record) {
-  const std::string when =
-      fmt::format("Last cycle {}, {:.1f} s: ", to_iso_time(record.started), record.seconds);
-  if (record.failure) {
-    return when + "failed, " + printable(record.failure->message);
-  }
-  const std::size_t changes = std::max(record.actions.size(), record.files.size());
-  if (changes == 0) {
-    return when + "everything in step";
-  }
-  const std::string& first = record.actions.empty() ? record.files.front().path : record.actions.front();
-  return when + fmt::format("{} change{}, first: {}", changes, changes == 1 ? "" : "s", printable(first));
 }
 
 }  // namespace zant::velmora_host

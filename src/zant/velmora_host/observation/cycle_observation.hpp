@@ -1,10 +1,9 @@
 #pragma once
 
+#include <zant/velmora_host/families/minded_host.hpp>
 #include <zant/velmora_host/observation/cycle_recorder.hpp>
 #include <zant/velmora_host/observation/cycle_watch.hpp>
 #include <zant/velmora_host/observation/log_observer.hpp>
-#include <zant/velmora_host/services/host_services.hpp>
-#include <zant/velmora_host/settings/settings.hpp>
 
 #include <zant/velmora/package_minder/package.hpp>
 
@@ -16,13 +15,12 @@
 
 namespace zant::velmora_host {
 
-/// What is kept and told of the cycles of one command: the record of the last one, the metrics if the
-/// settings want them, and one line for the service manager.
+/// The record of the last cycle, the metrics if the settings want them, and the watch on the worker.
 class Cycle_Observation {
  public:
-  /// @param program           "run" or "once".
+  /// @param program           who runs the cycles: "run", "once", or the name of the server.
   /// @param staging_directory the working copy that the library renders into.
-  Cycle_Observation(const std::string& program, const Settings& settings, const Host_Services& services,
+  Cycle_Observation(const std::string& program, const Minded_Host& host,
                     const boost::filesystem::path& staging_directory);
 
   /// Through which the library is to work.
@@ -30,6 +28,9 @@ class Cycle_Observation {
 
   /// The package that the minder is to work on.
   std::shared_ptr<velmora::Package> observe(std::shared_ptr<velmora::Package> package) const;
+
+  /// Records a cycle that failed before its first step.
+  void record_failed_start(const std::string& reason) const;
 
   /// Called after each cycle, on the thread that ran it. To be added before the first one.
   void add_listener(Cycle_Recorder::Listener listener) { recorder_->add_listener(std::move(listener)); }
@@ -43,10 +44,7 @@ class Cycle_Observation {
   Log_Observer log_observer_;
 };
 
-/// Takes away what the observation of cycles has left on the host.
+/// Removes what the observation of cycles has left on the host.
 void remove_observations(const Settings& settings, velmora::Filesystem& filesystem);
-
-/// One line about a cycle.
-std::string describe(const Cycle_Record& record);
 
 }  // namespace zant::velmora_host

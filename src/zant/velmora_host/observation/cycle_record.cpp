@@ -1,19 +1,26 @@
 #include <zant/velmora_host/observation/cycle_record.hpp>
 
-#include <zant/velmora/apt/apt_constants.hpp>
-#include <zant/velmora/dnf/dnf_constants.hpp>
+#include <zant/velmora_host/base/enum_names.hpp>
+#include <zant/velmora_host/base/printable.hpp>
 
 #include <fmt/chrono.h>
 #include <fmt/format.h>
-#include <boost/algorithm/string/predicate.hpp>
 
 #include <algorithm>
 
 namespace zant::velmora_host {
 namespace {
 
+constexpr Enum_Names<File_Outcome, 5> OUTCOME_NAMES = {{
+    {File_Outcome::INSTALLED, "installed"},
+    {File_Outcome::REPLACED, "replaced"},
+    {File_Outcome::UPDATED, "updated"},
+    {File_Outcome::REPAIRED, "repaired"},
+    {File_Outcome::REMOVED, "removed"},
+}};
+
 // Two repairs can be one mistake and its undo; three mean a conflict.
-constexpr std::ptrdiff_t CONFLICT_REPAIRS = 3;
+constexpr std::ptrdiff_t CONFLICTING_REPAIRS = 3;
 constexpr std::uint64_t RECENT_CYCLES = 10;
 
 bool is_recent(std::uint64_t cycle, const Cycle_History& history) {
@@ -22,12 +29,20 @@ bool is_recent(std::uint64_t cycle, const Cycle_History& history) {
 
 }  // namespace
 
+const char* to_string(File_Outcome outcome) {
+  return name_of(OUTCOME_NAMES, outcome);
+}
+
+std::optional<File_Outcome> file_outcome_from(std::string_view name) {
+  return value_of(OUTCOME_NAMES, name);
+}
+
 std::vector<std::string> conflicts(const Cycle_History& history) {
   std::vector<std::string> subjects;
   for (const auto& [subject, cycles] : history.recent_repairs) {
     const auto recent = std::count_if(cycles.begin(), cycles.end(),
                                       [&history](std::uint64_t cycle) { return is_recent(cycle, history); });
-    if (recent >= CONFLICT_REPAIRS) {
+    if (recent >= CONFLICTING_REPAIRS) {
       subjects.push_back(subject);
     }
   }
@@ -40,27 +55,22 @@ void note_repair(Cycle_History& history, const std::string& subject) {
   cycles.push_back(history.cycles);
 }
 
-std::string kind_of_file(const std::string& path) {
-  using boost::algorithm::starts_with;
-  if (path == velmora::APT_Constants::REPO_KEYRING_PATH) {
-    return "keyring";
-  }
-  if (path == velmora::APT_Constants::SOURCE_LIST_PATH) {
-    return "source_list";
-  }
-  if (path == velmora::DNF_Constants::REPO_FILE_PATH) {
-    return "repository_file";
-  }
-  if (starts_with(path, std::string(velmora::APT_Constants::APT_GLOBAL_CONFIG_DIR) + "/")) {
-    return "upgrade_configuration";
-  }
-  const bool is_drop_in = starts_with(path, velmora::APT_Constants::TIMER_OVERRIDE_DIR + "/") ||
-                          starts_with(path, velmora::DNF_Constants::TIMER_OVERRIDE_DIR + "/");
-  return is_drop_in ? "timer" : "other";
-}
-
 std::string to_iso_time(std::chrono::system_clock::time_point time) {
   return fmt::format("{:%Y-%m-%dT%H:%M:%SZ}", fmt::gmtime(std::chrono::system_clock::to_time_t(time)));
+}
+
+std::string describe(const Cycle_Record& record) {
+  const std::string when =
+      fmt::format("Last cycle {}, {:.1f} s: ", to_iso_time(record.started), record.seconds);
+  if (!record.succeeded()) {
+    return when + "failed, " + printable(record.failures.front().message);
+  }
+  const std::size_t changes = std::max(record.actions.size(), record.files.size());
+  if (changes == 0) {
+    return when + "everything in step";
+  }
+  const std::string& first = record.actions.empty() ? record.files.front().path : record.actions.front();
+  return when + fmt::format("{} change{}, first: {}", changes, changes == 1 ? "" : "s", printable(first));
 }
 
 }  // namespace zant::velmora_host

@@ -1,29 +1,33 @@
 #pragma once
 
+#include <zant/velmora_host/export.hpp>
+#include <zant/velmora_host/families/cycle_failure.hpp>
+#include <zant/velmora_host/families/file_kind.hpp>
+
 #include <chrono>
 #include <cstdint>
 #include <map>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace zant::velmora_host {
 
 /// What became of a file in a cycle.
-namespace File_Outcome {
-inline constexpr const char* INSTALLED = "installed";  ///< there was none
-inline constexpr const char* REPLACED = "replaced";    ///< there was one that is not from here
-inline constexpr const char* UPDATED = "updated";      ///< the one installed from here was out of date
-inline constexpr const char* REPAIRED = "repaired";    ///< somebody had changed or removed the one from here
-inline constexpr const char* REMOVED = "removed";
-}  // namespace File_Outcome
+enum class File_Outcome {
+  INSTALLED,  ///< there was none
+  REPLACED,   ///< there was one that is not from here
+  UPDATED,    ///< the one installed from here was out of date
+  REPAIRED,   ///< somebody had changed or removed the one from here
+  REMOVED,
+};
 
-/// Which part of a cycle failed.
-namespace Failure_Kind {
-inline constexpr const char* REPOSITORY = "repository";
-inline constexpr const char* HOLD = "hold";
-inline constexpr const char* UPGRADES = "automatic_upgrades";
-}  // namespace Failure_Kind
+/// "installed", "replaced", "updated", "repaired" or "removed".
+const char* to_string(File_Outcome outcome);
+
+/// The outcome of that name; nothing for any other text.
+std::optional<File_Outcome> file_outcome_from(std::string_view name);
 
 /// One cycle, from its first step to its last.
 struct Cycle_Record {
@@ -34,28 +38,26 @@ struct Cycle_Record {
   };
   struct File {
     std::string path;
-    std::string outcome;  ///< one of File_Outcome
-  };
-  struct Failure {
-    std::string kind;  ///< one of Failure_Kind
-    std::string message;
+    File_Outcome outcome;
   };
 
-  std::string program;  ///< the command that ran it: "run" or "once"
+  std::string program;  ///< who ran it: "run", "once", or the name of the server
   std::chrono::system_clock::time_point started;
   double seconds = 0;
-  std::vector<Command> commands;      ///< those that change the host
-  std::vector<File> files;            ///< those that are not what they were
-  std::vector<std::string> actions;   ///< what was logged as done
-  std::vector<std::string> problems;  ///< warnings and errors that were logged
-  std::optional<Failure> failure;
+  std::vector<Command> commands;        ///< those that change the host
+  std::vector<File> files;              ///< those that are not what they were
+  std::vector<std::string> actions;     ///< what was logged as done
+  std::vector<std::string> problems;    ///< warnings and errors that were logged
+  std::vector<Cycle_Failure> failures;  ///< one at most of each step; empty when the cycle succeeded
+
+  bool succeeded() const { return failures.empty(); }
 };
 
-/// What is kept from cycle to cycle, across restarts of the program.
+/// What is kept from cycle to cycle, across restarts.
 struct Cycle_History {
   std::uint64_t cycles = 0;
-  std::map<std::string, std::uint64_t> failures;  ///< by Failure_Kind
-  std::map<std::string, std::uint64_t> repairs;   ///< of drift, by kind_of_file
+  std::map<Cycle_Step, std::uint64_t> failures;
+  std::map<File_Kind, std::uint64_t> repairs;  ///< of drift
   std::uint64_t holds_released = 0;
   std::optional<std::chrono::system_clock::time_point> last_success;
 
@@ -64,6 +66,12 @@ struct Cycle_History {
 
   /// The numbers of the recent cycles in which a file, or the hold, had to be put right.
   std::map<std::string, std::vector<std::uint64_t>> recent_repairs;
+};
+
+/// What is known after a cycle.
+struct Cycle_State {
+  Cycle_Record last_cycle;
+  Cycle_History history;
 };
 
 /// The name under which the hold stands among what was put right.
@@ -75,11 +83,10 @@ std::vector<std::string> conflicts(const Cycle_History& history);
 /// Notes that a file, or the hold, was put right in the cycle that was counted last.
 void note_repair(Cycle_History& history, const std::string& subject);
 
-/// What a file on the host is for: "keyring", "source_list", "upgrade_configuration", "timer",
-/// "repository_file" or "other".
-std::string kind_of_file(const std::string& path);
-
 /// "2026-01-31T03:00:00Z".
 std::string to_iso_time(std::chrono::system_clock::time_point time);
+
+/// One line about a cycle.
+PACKAGE_MINDER_HOST_EXPORT std::string describe(const Cycle_Record& record);
 
 }  // namespace zant::velmora_host

@@ -3,6 +3,7 @@
 #include <Poco/SHA2Engine.h>
 #include <boost/algorithm/string/predicate.hpp>
 
+#include <algorithm>
 #include <utility>
 
 namespace zant::velmora_host {
@@ -15,8 +16,6 @@ using zant::logging::severity_level;
 constexpr std::size_t MOST_ENTRIES = 100;
 constexpr std::size_t LONGEST_TEXT = 2000;
 
-constexpr const char* RELEASE_FAILED = "The package's hold could not be released";
-
 template <typename Entry>
 void add_bounded(std::vector<Entry>& entries, Entry entry) {
   if (entries.size() < MOST_ENTRIES) {
@@ -28,12 +27,19 @@ std::string shortened(const std::string& text) {
   return text.size() <= LONGEST_TEXT ? text : text.substr(0, LONGEST_TEXT) + "[...]";
 }
 
+auto find_failure(const Cycle_Record& record, Cycle_Step step) {
+  return std::find_if(record.failures.begin(), record.failures.end(),
+                      [step](const Cycle_Failure& failure) { return failure.step == step; });
+}
+
 }  // namespace
 
 Cycle_Recorder::Cycle_Recorder(std::string program, std::shared_ptr<velmora::Filesystem> filesystem,
-                               const path& record_file, std::function<Clock::time_point()> now)
+                               const Family& family, const path& record_file,
+                               std::function<Clock::time_point()> now)
     : program_(std::move(program)),
       filesystem_(std::move(filesystem)),
+      family_(family),
       record_file_(record_file),
       now_(std::move(now)) {
   if (auto state = cycle_store::read(*filesystem_, record_file_)) {
@@ -45,8 +51,6 @@ void Cycle_Recorder::begin_cycle() {
   const std::lock_guard lock(mutex_);
   in_cycle_ = true;
   ++history_.cycles;
-  release_failed_ = false;
-  noted_failure_.reset();
   touched_.clear();
   installed_.clear();
   record_ = {};
@@ -54,7 +58,7 @@ void Cycle_Recorder::begin_cycle() {
   record_.started = now_();
 }
 
-void Cycle_Recorder::end_cycle(const std::optional<Cycle_Record::Failure>& failure) {
+void Cycle_Recorder::end_cycle(const std::optional<Cycle_Failure>& thrown) {
   Cycle_State state;
   {
     const std::lock_guard lock(mutex_);
@@ -65,7 +69,7 @@ void Cycle_Recorder::end_cycle(const std::optional<Cycle_Record::Failure>& failu
     for (const auto& [file, before] : touched_) {
       settle_file_(file, before);
     }
-    settle_outcome_(failure);
+    settle_outcome_(thrown);
     state = {record_, history_};
   }
   cycle_store::write(*filesystem_, record_file_, state);
@@ -81,13 +85,9 @@ void Cycle_Recorder::note_command(const std::string& line, int exit_code, double
   }
 }
 
-void Cycle_Recorder::note_release(bool succeeded) {
+void Cycle_Recorder::note_release() {
   const std::lock_guard lock(mutex_);
-  if (!in_cycle_) {
-    return;
-  }
-  release_failed_ = !succeeded;
-  if (succeeded) {
+  if (in_cycle_) {
     ++history_.holds_released;
     note_repair(history_, HOLD_SUBJECT);
   }
@@ -100,10 +100,10 @@ void Cycle_Recorder::note_log(severity_level severity, const std::string& messag
   }
 }
 
-void Cycle_Recorder::note_failure(const Cycle_Record::Failure& failure) {
+void Cycle_Recorder::note_failure(const Cycle_Failure& failure) {
   const std::lock_guard lock(mutex_);
-  if (in_cycle_ && !noted_failure_) {
-    noted_failure_ = failure;
+  if (in_cycle_ && find_failure(record_, failure.step) == record_.failures.end()) {
+    record_.failures.push_back({failure.step, shortened(failure.message)});
   }
 }
 
@@ -166,32 +166,30 @@ void Cycle_Recorder::settle_installed_file_(const std::string& file, const std::
     return;
   }
   const auto known = history_.known_files.find(file);
-  const char* outcome = File_Outcome::REPAIRED;
+  File_Outcome outcome = File_Outcome::REPAIRED;
   if (known == history_.known_files.end()) {
     outcome = before.empty() ? File_Outcome::INSTALLED : File_Outcome::REPLACED;
   } else if (known->second == before) {
     outcome = File_Outcome::UPDATED;
   } else {
-    ++history_.repairs[kind_of_file(file)];
+    ++history_.repairs[family_.kind_of(file)];
     note_repair(history_, file);
   }
   add_bounded(record_.files, Cycle_Record::File{file, outcome});
 }
 
-void Cycle_Recorder::settle_outcome_(std::optional<Cycle_Record::Failure> failure) {
-  if (!failure && release_failed_) {
-    failure = {Failure_Kind::HOLD, RELEASE_FAILED};
+void Cycle_Recorder::settle_outcome_(const std::optional<Cycle_Failure>& thrown) {
+  if (thrown) {
+    // It says more than what was noted of the same step.
+    std::erase_if(record_.failures, [&thrown](const auto& noted) { return noted.step == thrown->step; });
+    record_.failures.push_back({thrown->step, shortened(thrown->message)});
   }
-  if (!failure) {
-    failure = noted_failure_;
+  for (const auto& failure : record_.failures) {
+    ++history_.failures[failure.step];
   }
-  if (failure) {
-    failure->message = shortened(failure->message);
-    ++history_.failures[failure->kind];
-  } else {
+  if (record_.succeeded()) {
     history_.last_success = now_();
   }
-  record_.failure = std::move(failure);
 }
 
 }  // namespace zant::velmora_host

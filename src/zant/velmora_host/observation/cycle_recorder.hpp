@@ -1,5 +1,6 @@
 #pragma once
 
+#include <zant/velmora_host/families/family.hpp>
 #include <zant/velmora_host/observation/cycle_store.hpp>
 
 #include <zant/logging/severity_level.hpp>
@@ -30,8 +31,9 @@ class Cycle_Recorder {
   using Listener = std::function<void(const Cycle_State& state)>;
 
   /// @param filesystem the real one, which the file of records and the files of the host are read by.
+  /// @param family of the host; outlives this object.
   /// @param now tells the time.
-  Cycle_Recorder(std::string program, std::shared_ptr<velmora::Filesystem> filesystem,
+  Cycle_Recorder(std::string program, std::shared_ptr<velmora::Filesystem> filesystem, const Family& family,
                  const boost::filesystem::path& record_file,
                  std::function<Clock::time_point()> now = Clock::now);
 
@@ -39,14 +41,17 @@ class Cycle_Recorder {
   void add_listener(Listener listener) { listeners_.push_back(std::move(listener)); }
 
   void begin_cycle();
-  void end_cycle(const std::optional<Cycle_Record::Failure>& failure);
+  /// @param thrown the failure of the step that ended the cycle with an exception; nothing when all steps
+  /// ran.
+  void end_cycle(const std::optional<Cycle_Failure>& thrown);
 
   void note_command(const std::string& line, int exit_code, double seconds);
-  void note_release(bool succeeded);
+  /// A hold was released.
+  void note_release();
   void note_log(zant::logging::severity_level severity, const std::string& message);
 
-  /// For a failure that does not end the cycle; the first one counts.
-  void note_failure(const Cycle_Record::Failure& failure);
+  /// For a failure that does not end the cycle; the first one of each step counts.
+  void note_failure(const Cycle_Failure& failure);
 
   /// To be called before the file, or the directory with everything in it, is changed.
   void note_touched(const boost::filesystem::path& file);
@@ -62,10 +67,11 @@ class Cycle_Recorder {
   std::string digest_of_(const std::string& file);
   void settle_file_(const std::string& file, const std::string& before);
   void settle_installed_file_(const std::string& file, const std::string& before, const std::string& after);
-  void settle_outcome_(std::optional<Cycle_Record::Failure> failure);
+  void settle_outcome_(const std::optional<Cycle_Failure>& thrown);
 
   std::string program_;
   std::shared_ptr<velmora::Filesystem> filesystem_;
+  const Family& family_;
   boost::filesystem::path record_file_;
   std::function<Clock::time_point()> now_;
   std::vector<Listener> listeners_;
@@ -75,8 +81,6 @@ class Cycle_Recorder {
   bool in_cycle_ = false;
   Cycle_History history_;
   Cycle_Record record_;
-  bool release_failed_ = false;
-  std::optional<Cycle_Record::Failure> noted_failure_;
   std::map<std::string, std::string> touched_;  // and the digest before; empty when there was no file
   std::set<std::string> installed_;
 };

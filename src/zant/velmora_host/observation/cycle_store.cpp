@@ -8,6 +8,7 @@
 #include <nlohmann/json.hpp>
 
 #include <cstdlib>
+#include <map>
 #include <string>
 
 namespace zant::velmora_host::cycle_store {
@@ -26,28 +27,52 @@ system_clock::time_point parse_iso_time(const std::string& text) {
   return system_clock::from_time_t(time);
 }
 
+// What the file holds is somebody else's once it is read: an unknown name makes it no record.
+template <typename Value>
+Value known(const std::optional<Value>& value) {
+  if (!value) {
+    throw Poco::DataFormatException("unknown name");
+  }
+  return *value;
+}
+
+template <typename Kind>
+Json counts_to_json(const std::map<Kind, std::uint64_t>& counts) {
+  Json json = Json::object();
+  for (const auto& [kind, count] : counts) {
+    json[to_string(kind)] = count;
+  }
+  return json;
+}
+
+template <typename Kind, typename Parse>
+std::map<Kind, std::uint64_t> counts_from(const Json& json, Parse parse) {
+  std::map<Kind, std::uint64_t> counts;
+  for (const auto& [name, count] : json.get<std::map<std::string, std::uint64_t>>()) {
+    counts[known(parse(name))] = count;
+  }
+  return counts;
+}
+
 Json to_json(const Cycle_Record& record) {
   Json json = {{"program", record.program}, {"started", to_iso_time(record.started)},
-               {"seconds", record.seconds}, {"failure", nullptr},
+               {"seconds", record.seconds}, {"failures", failures_to_json(record)},
                {"actions", record.actions}, {"problems", record.problems},
                {"commands", Json::array()}, {"files", Json::array()}};
-  if (record.failure) {
-    json["failure"] = {{"kind", record.failure->kind}, {"message", record.failure->message}};
-  }
   for (const auto& command : record.commands) {
     json["commands"].push_back(
         {{"line", command.line}, {"exit_code", command.exit_code}, {"seconds", command.seconds}});
   }
   for (const auto& file : record.files) {
-    json["files"].push_back({{"path", file.path}, {"outcome", file.outcome}});
+    json["files"].push_back({{"path", file.path}, {"outcome", to_string(file.outcome)}});
   }
   return json;
 }
 
 Json to_json(const Cycle_History& history) {
   return {{"cycles", history.cycles},
-          {"failures", history.failures},
-          {"repairs", history.repairs},
+          {"failures", counts_to_json(history.failures)},
+          {"repairs", counts_to_json(history.repairs)},
           {"holds_released", history.holds_released},
           {"last_success", history.last_success ? Json(to_iso_time(*history.last_success)) : Json()},
           {"known_files", history.known_files},
@@ -66,11 +91,12 @@ Cycle_Record record_from(const Json& json) {
                                command.at("seconds").get<double>()});
   }
   for (const auto& file : json.at("files")) {
-    record.files.push_back({file.at("path").get<std::string>(), file.at("outcome").get<std::string>()});
+    record.files.push_back({file.at("path").get<std::string>(),
+                            known(file_outcome_from(file.at("outcome").get<std::string>()))});
   }
-  if (const auto& failure = json.at("failure"); !failure.is_null()) {
-    record.failure = Cycle_Record::Failure{failure.at("kind").get<std::string>(),
-                                           failure.at("message").get<std::string>()};
+  for (const auto& failure : json.at("failures")) {
+    record.failures.push_back({known(cycle_step_from(failure.at("kind").get<std::string>())),
+                               failure.at("message").get<std::string>()});
   }
   return record;
 }
@@ -78,8 +104,8 @@ Cycle_Record record_from(const Json& json) {
 Cycle_History history_from(const Json& json) {
   Cycle_History history;
   json.at("cycles").get_to(history.cycles);
-  json.at("failures").get_to(history.failures);
-  json.at("repairs").get_to(history.repairs);
+  history.failures = counts_from<Cycle_Step>(json.at("failures"), cycle_step_from);
+  history.repairs = counts_from<File_Kind>(json.at("repairs"), file_kind_from);
   json.at("holds_released").get_to(history.holds_released);
   if (const auto& last_success = json.at("last_success"); !last_success.is_null()) {
     history.last_success = parse_iso_time(last_success.get<std::string>());
@@ -90,6 +116,14 @@ Cycle_History history_from(const Json& json) {
 }
 
 }  // namespace
+
+Json failures_to_json(const Cycle_Record& record) {
+  Json json = Json::array();
+  for (const auto& failure : record.failures) {
+    json.push_back({{"kind", to_string(failure.step)}, {"message", failure.message}});
+  }
+  return json;
+}
 
 boost::filesystem::path file_in(const boost::filesystem::path& state_directory) {
   return state_directory / "last-cycle.json";

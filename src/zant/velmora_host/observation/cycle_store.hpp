@@ -1,5 +1,6 @@
 #pragma once
 
+#include <zant/velmora_host/base/json_document.hpp>
 #include <zant/velmora_host/observation/cycle_record.hpp>
 
 #include <zant/velmora/host/filesystem.hpp>
@@ -10,14 +11,11 @@
 
 namespace zant::velmora_host {
 
-/// What is known after a cycle.
-struct Cycle_State {
-  Cycle_Record last_cycle;
-  Cycle_History history;
-};
-
 /// The file in the state directory that holds it, which is whole or not there.
 namespace cycle_store {
+
+/// The failures of a cycle, as documents show them.
+json_document::Json failures_to_json(const Cycle_Record& record);
 
 boost::filesystem::path file_in(const boost::filesystem::path& state_directory);
 

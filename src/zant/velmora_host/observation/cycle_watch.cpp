@@ -1,7 +1,5 @@
 #include <zant/velmora_host/observation/cycle_watch.hpp>
 
-#include <zant/velmora_host/families/installation_command.hpp>
-
 namespace zant::velmora_host {
 namespace {
 
@@ -15,8 +13,8 @@ Cycle_Watch::Cycle_Watch(std::chrono::seconds interval, std::chrono::seconds com
                          Clock::time_point now)
     : interval_(interval), command_limit_(command_limit), since_(now) {}
 
-void Cycle_Watch::note_command_begin(const std::string& line, Clock::time_point now) {
-  note_(changes_packages(line) ? Doing::INSTALLATION : Doing::COMMAND, now);
+void Cycle_Watch::note_command_begin(Command_Kind kind, Clock::time_point now) {
+  note_(kind == Command_Kind::INSTALLS_PACKAGES ? Doing::INSTALLATION : Doing::COMMAND, now);
 }
 
 bool Cycle_Watch::is_alive(Clock::time_point now) const {

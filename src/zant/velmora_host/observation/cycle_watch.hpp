@@ -1,13 +1,14 @@
 #pragma once
 
+#include <zant/velmora_host/families/command_traits.hpp>
+
 #include <chrono>
 #include <mutex>
-#include <string>
 
 namespace zant::velmora_host {
 
-/// Says whether the worker makes progress: it may wait for an interval, and run a command for its time limit;
-/// an installation has no limit. Safe to call from several threads.
+/// Knows whether the worker is getting on: it may wait as long as its interval is, and a command may take as
+/// long as its time limit allows, an installation as long as it likes. Safe to call from several threads.
 class Cycle_Watch {
  public:
   using Clock = std::chrono::steady_clock;
@@ -19,10 +20,10 @@ class Cycle_Watch {
 
   void note_cycle_begin(Clock::time_point now = Clock::now()) { note_(Doing::WORKING, now); }
   void note_cycle_end(Clock::time_point now = Clock::now()) { note_(Doing::WAITING, now); }
-  void note_command_begin(const std::string& line, Clock::time_point now = Clock::now());
+  void note_command_begin(Command_Kind kind, Clock::time_point now = Clock::now());
   void note_command_end(Clock::time_point now = Clock::now()) { note_(Doing::WORKING, now); }
 
-  /// False when the worker has been in the same state longer than that state can last.
+  /// False when the worker has been at the same thing for longer than it can be.
   bool is_alive(Clock::time_point now = Clock::now()) const;
 
  private:

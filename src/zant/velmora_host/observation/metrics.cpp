@@ -8,11 +8,6 @@
 namespace zant::velmora_host {
 namespace {
 
-// A series that only appears with its first event would hide that event from a rate.
-constexpr std::array FAILURE_KINDS = {Failure_Kind::REPOSITORY, Failure_Kind::HOLD, Failure_Kind::UPGRADES};
-constexpr std::array FILE_KINDS = {"keyring", "source_list", "repository_file", "upgrade_configuration",
-                                   "timer"};
-
 std::string head(const char* name, const char* type, const char* help) {
   return fmt::format("# HELP package_minder_{0} {2}\n# TYPE package_minder_{0} {1}\n", name, type, help);
 }
@@ -22,13 +17,14 @@ std::string single(const char* name, const char* type, const char* help, Value v
   return head(name, type, help) + fmt::format("package_minder_{} {}\n", name, value);
 }
 
-template <typename Kinds>
-std::string by_kind(const char* name, const char* help, const Kinds& kinds,
-                    const std::map<std::string, std::uint64_t>& counts) {
+// A series that only appears with its first event would hide that event from a rate.
+template <typename Kind, std::size_t Size>
+std::string by_kind(const char* name, const char* help, const std::array<Kind, Size>& kinds,
+                    const std::map<Kind, std::uint64_t>& counts) {
   std::string text = head(name, "counter", help);
-  for (const char* const kind : kinds) {
+  for (const Kind kind : kinds) {
     const auto count = counts.find(kind);
-    text += fmt::format("package_minder_{}{{kind=\"{}\"}} {}\n", name, kind,
+    text += fmt::format("package_minder_{}{{kind=\"{}\"}} {}\n", name, to_string(kind),
                         count == counts.end() ? 0 : count->second);
   }
   return text;
@@ -55,8 +51,7 @@ std::string key_expiry(const std::vector<Signing_Key>& keys) {
 std::string metrics_text(const Cycle_State& state, const std::vector<Signing_Key>& keys) {
   const auto& history = state.history;
   std::string text = single("cycles_total", "counter", "Cycles that were begun.", history.cycles);
-  text +=
-      by_kind("failures_total", "Cycles that failed, by the part that did.", FAILURE_KINDS, history.failures);
+  text += by_kind("failures_total", "Failed steps of cycles, by step.", CYCLE_STEPS, history.failures);
   text += by_kind("drift_repaired_total", "Files that somebody had changed and that were put back, by kind.",
                   FILE_KINDS, history.repairs);
   text += single("holds_released_total", "counter", "Holds on the package that were released.",

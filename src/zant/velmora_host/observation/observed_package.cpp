@@ -11,7 +11,7 @@ Observed_Package::Observed_Package(std::shared_ptr<velmora::Package> real,
     : real_(std::move(real)), recorder_(std::move(recorder)), watch_(std::move(watch)) {}
 
 bool Observed_Package::locked() const {
-  return run_step_(Failure_Kind::HOLD, [this] { return real_->locked(); });
+  return run_step_(Cycle_Step::HOLD, [this] { return real_->locked(); });
 }
 
 bool Observed_Package::lock() {
@@ -19,23 +19,25 @@ bool Observed_Package::lock() {
 }
 
 bool Observed_Package::unlock() {
-  const bool released = run_step_(Failure_Kind::HOLD, [this] { return real_->unlock(); });
-  recorder_->note_release(released);
+  const bool released = run_step_(Cycle_Step::HOLD, [this] { return real_->unlock(); });
+  if (released) {
+    recorder_->note_release();
+  }
   return released;
 }
 
 void Observed_Package::initialize_repo_if_necessary() {
   watch_->note_cycle_begin();
   recorder_->begin_cycle();
-  run_step_(Failure_Kind::REPOSITORY, [this] { real_->initialize_repo_if_necessary(); });
+  run_step_(Cycle_Step::REPOSITORY, [this] { real_->initialize_repo_if_necessary(); });
 }
 
 void Observed_Package::initialize_unattended_upgrades_if_necessary() {
-  run_step_(Failure_Kind::UPGRADES, [this] { real_->initialize_unattended_upgrades_if_necessary(); });
+  run_step_(Cycle_Step::UPGRADES, [this] { real_->initialize_unattended_upgrades_if_necessary(); });
   end_cycle_(std::nullopt);
 }
 
-void Observed_Package::end_cycle_(const std::optional<Cycle_Record::Failure>& failure) const {
+void Observed_Package::end_cycle_(const std::optional<Cycle_Failure>& failure) const {
   recorder_->end_cycle(failure);
   watch_->note_cycle_end();
 }

@@ -24,18 +24,18 @@ class Observed_Package : public velmora::Package {
   void initialize_unattended_upgrades_if_necessary() override;
 
  private:
-  void end_cycle_(const std::optional<Cycle_Record::Failure>& failure) const;
+  void end_cycle_(const std::optional<Cycle_Failure>& failure) const;
 
   // What the step returns; when it throws, the cycle ends with it.
   template <typename Step>
-  auto run_step_(const char* failure_kind, Step step) const {
+  auto run_step_(Cycle_Step name, Step step) const {
     try {
       return step();
     } catch (const std::exception& error) {
-      end_cycle_(Cycle_Record::Failure{failure_kind, error.what()});
+      end_cycle_(Cycle_Failure{name, error.what()});
       throw;
     } catch (...) {
-      end_cycle_(Cycle_Record::Failure{failure_kind, "Unknown error"});
+      end_cycle_(Cycle_Failure{name, "Unknown error"});
       throw;
     }
   }

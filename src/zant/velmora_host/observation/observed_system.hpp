@@ -1,7 +1,7 @@
 #pragma once
 
-#include <zant/velmora_host/observation/cycle_recorder.hpp>
-#include <zant/velmora_host/observation/cycle_watch.hpp>
+#include <zant/velmora_host/families/family.hpp>
+#include <zant/velmora_host/services/host_services.hpp>
 
 #include <zant/velmora/host/system.hpp>
 
@@ -10,18 +10,34 @@
 
 namespace zant::velmora_host {
 
-/// A command service that tells the recorder what changes the host, and the watch what the worker is at.
+/// Who wants to know of the commands that the library runs. Called on the thread that runs them.
+class Command_Observer {
+ public:
+  virtual ~Command_Observer() = default;
+
+  virtual void note_begin(Command_Kind kind) = 0;
+  virtual void note_end(const Ended_Command& command, Command_Kind kind, double seconds) = 0;
+
+  /// A step failed and the library goes on.
+  virtual void note_failure(const Cycle_Failure& failure) = 0;
+};
+
+/// A command service that tells an observer what the library's commands do, and which of them failed in a way
+/// that the library does not report itself.
 class Observed_System : public velmora::System {
  public:
-  Observed_System(std::shared_ptr<velmora::System> real, std::shared_ptr<Cycle_Recorder> recorder,
-                  std::shared_ptr<Cycle_Watch> watch);
+  /// @param services the real ones.
+  /// @param family   of the host; outlives this object.
+  Observed_System(const Host_Services& services, const Family& family, Occasion occasion,
+                  std::shared_ptr<Command_Observer> observer);
 
   velmora::Command_Result run_command(const std::string& command, bool flag) override;
 
  private:
-  std::shared_ptr<velmora::System> real_;
-  std::shared_ptr<Cycle_Recorder> recorder_;
-  std::shared_ptr<Cycle_Watch> watch_;
+  Host_Services services_;
+  const Family& family_;
+  Occasion occasion_;
+  std::shared_ptr<Command_Observer> observer_;
 };
 
 }  // namespace zant::velmora_host

@@ -1,7 +1,7 @@
 #pragma once
 
-#include <zant/velmora_host/base/json_document.hpp>
-#include <zant/velmora_host/reports/check_report.hpp>
+#include <zant/velmora_host/base/check_report.hpp>
+#include <zant/velmora_host/export.hpp>
 #include <zant/velmora_host/services/host_services.hpp>
 #include <zant/velmora_host/settings/settings.hpp>
 
@@ -9,12 +9,14 @@
 
 namespace zant::velmora_host {
 
-/// Runs preflight checks on the staging tree and the host; changes nothing.
-Check_Report make_check_report(const Settings& settings, const Host_Services& services);
+/// Runs preflight checks on the staging tree and the host. Changes nothing.
+PACKAGE_MINDER_HOST_EXPORT Check_Report make_check_report(const Settings& settings,
+                                                          const Host_Services& services);
 
-json_document::Json to_json(const Check_Report& report);
+/// The document for programs, as JSON text.
+PACKAGE_MINDER_HOST_EXPORT std::string to_json_text(const Check_Report& report);
 
 /// For a person.
-std::string to_text(const Check_Report& report);
+PACKAGE_MINDER_HOST_EXPORT std::string to_text(const Check_Report& report);
 
 }  // namespace zant::velmora_host

@@ -1,7 +1,5 @@
 #include <zant/velmora_host/reports/host_check.hpp>
 
-#include <zant/velmora/apt/apt_constants.hpp>
-#include <zant/velmora/dnf/dnf_constants.hpp>
 #include <zant/velmora/host/command_success.hpp>
 
 #include <fmt/format.h>
@@ -22,62 +20,13 @@ constexpr const char* CALENDAR_CHECK = "systemd-analyze calendar '{}' &> /dev/nu
 constexpr const char* TIME_SPAN_CHECK = "systemd-analyze timespan '{}' &> /dev/null";
 // On a read-only file system not even root may write.
 constexpr const char* WRITABLE = "test -w {}";
-constexpr const char* CONFIG_MANAGER_PRESENCE =
-    "dnf config-manager --help &> /dev/null || command -v yum-config-manager > /dev/null";
-constexpr const char* DNF5_QUERY = "dnf --version 2> /dev/null | head -n 1 | grep -q dnf5";
 
-struct Tool {
-  const char* name;
-  const char* package;
-};
-
-std::vector<Tool> tools_of(const Host_Kind& kind) {
-  std::vector<Tool> tools = {{"bash", "bash"}, {"grep", "grep"}};
-  if (kind.family == velmora::Package_Config_Type::APT) {
-    tools.insert(tools.end(), {{"apt-get", "apt"},
-                               {"apt-mark", "apt"},
-                               {"apt-cache", "apt"},
-                               {"dpkg-query", "dpkg"},
-                               {"which", "debianutils"},
-                               {"service", "init-system-helpers"}});
-  } else {
-    tools.insert(tools.end(), {{"dnf", "dnf"}, {"rpm", "rpm"}, {"which", "which"}});
-  }
-  if (kind.init == velmora::Init::systemd) {
+std::vector<Required_Tool> required_tools(const Family& family, velmora::Init init) {
+  auto tools = family.required_tools();
+  if (init == velmora::Init::systemd) {
     tools.push_back({"systemctl", "systemd"});
   }
   return tools;
-}
-
-std::vector<std::string> units_of(const Host_Kind& kind) {
-  if (kind.family == velmora::Package_Config_Type::APT) {
-    return {velmora::APT_Constants::APT_UPGRADE_TIMER, "apt-daily-upgrade.service", "apt-daily.timer",
-            "apt-daily.service", "unattended-upgrades.service"};
-  }
-  return {velmora::DNF_Constants::DNF_AUTOMATIC_TIMER, "dnf-automatic-install.service"};
-}
-
-std::vector<path> directories_of(const Host_Kind& kind) {
-  if (kind.family == velmora::Package_Config_Type::APT) {
-    return {path(velmora::APT_Constants::REPO_KEYRING_PATH).parent_path(),
-            path(velmora::APT_Constants::SOURCE_LIST_PATH).parent_path(),
-            velmora::APT_Constants::APT_GLOBAL_CONFIG_DIR};
-  }
-  return {path(velmora::DNF_Constants::REPO_FILE_PATH).parent_path()};
-}
-
-void check_dnf(velmora::System& system, Check_Report& report) {
-  if (velmora::command_succeeds(system, DNF5_QUERY)) {
-    report.findings.push_back({"dnf", "dnf5 is not supported: holds cannot be released",
-                               "a hold on the package stays until you release it with \"dnf config-manager "
-                               "setopt quorvane.exclude=\"",
-                               "host.dnf5"});
-    return;
-  }
-  if (!velmora::command_succeeds(system, CONFIG_MANAGER_PRESENCE)) {
-    report.findings.push_back({"dnf config-manager", "is missing: a hold cannot be released",
-                               "install the package dnf-plugins-core", "tools.missing"});
-  }
 }
 
 std::string setting(const Settings& settings, const std::string& key) {
@@ -92,13 +41,12 @@ void judge(velmora::System& system, const char* check, const std::string& key, c
   }
 }
 
-void check_directory(velmora::System& system, velmora::Filesystem& filesystem, const path& directory,
-                     Check_Report& report) {
-  if (!filesystem.exists(directory)) {
+void check_directory(const Host_Services& services, const path& directory, Check_Report& report) {
+  if (!services.filesystem->exists(directory)) {
     report.findings.push_back({directory.string(), "this directory of the package manager's is missing",
                                "install the package manager again, or create the directory",
                                "host.directory_missing"});
-  } else if (!velmora::command_succeeds(system, fmt::format(WRITABLE, directory.string()))) {
+  } else if (!velmora::command_succeeds(*services.system, fmt::format(WRITABLE, directory.string()))) {
     report.findings.push_back({directory.string(), "cannot be written to: the file system is read-only",
                                "mount it writable; a host whose /etc cannot be changed cannot be minded",
                                "host.read_only"});
@@ -107,23 +55,20 @@ void check_directory(velmora::System& system, velmora::Filesystem& filesystem, c
 
 }  // namespace
 
-void check_tools(velmora::System& system, const Host_Kind& kind, Check_Report& report) {
-  for (const auto& tool : tools_of(kind)) {
+void check_tools(velmora::System& system, const Family& family, velmora::Init init, Check_Report& report) {
+  for (const auto& tool : required_tools(family, init)) {
     if (!velmora::command_succeeds(system, fmt::format(PRESENCE, tool.name))) {
       report.findings.push_back({tool.name, "this command is missing",
                                  fmt::format("install the package {}", tool.package), "tools.missing"});
     }
   }
-  if (kind.family == velmora::Package_Config_Type::DNF) {
-    check_dnf(system, report);
-  }
 }
 
-void check_units(velmora::System& system, const Host_Kind& kind, Check_Report& report) {
-  if (kind.init != velmora::Init::systemd) {
+void check_units(velmora::System& system, const Family& family, velmora::Init init, Check_Report& report) {
+  if (init != velmora::Init::systemd) {
     return;
   }
-  for (const auto& unit : units_of(kind)) {
+  for (const auto& unit : family.units()) {
     const auto state =
         system.run_command(fmt::format(ENABLED_QUERY, unit), velmora::Run_Flag::WAIT_AND_CAPTURE).output;
     if (boost::algorithm::starts_with(state, "masked")) {
@@ -135,17 +80,19 @@ void check_units(velmora::System& system, const Host_Kind& kind, Check_Report& r
   }
 }
 
-void check_schedule(velmora::System& system, const Settings& settings, const Host_Kind& kind,
-                    Check_Report& report) {
-  const std::string prefix = kind.family == velmora::Package_Config_Type::APT ? "package.apt" : "package.dnf";
-  const std::string calendar_key = prefix + ".upgrade_timer.on_calendar";
-  const std::string delay_key = prefix + ".upgrade_timer.randomized_delay";
+void check_schedule(velmora::System& system, const Settings& settings, const Family& family,
+                    velmora::Init init, Check_Report& report) {
+  if (family.schedule_settings().empty()) {
+    return;
+  }
+  const std::string calendar_key = family.schedule_settings() + ".on_calendar";
+  const std::string delay_key = family.schedule_settings() + ".randomized_delay";
   const std::string calendar = setting(settings, calendar_key);
   const std::string delay = setting(settings, delay_key);
   if (calendar.empty() && delay.empty()) {
     return;
   }
-  if (kind.init != velmora::Init::systemd) {
+  if (init != velmora::Init::systemd) {
     report.findings.push_back({calendar.empty() ? delay_key : calendar_key,
                                "this host has no systemd, so its upgrades have no timer to set",
                                "remove the upgrade_timer settings", "schedule.no_systemd"});
@@ -162,16 +109,16 @@ void check_schedule(velmora::System& system, const Settings& settings, const Hos
   }
 }
 
-void check_directories(velmora::System& system, velmora::Filesystem& filesystem, const Settings& settings,
-                       const Host_Kind& kind, Check_Report& report) {
-  for (const auto& directory : directories_of(kind)) {
-    check_directory(system, filesystem, directory, report);
+void check_directories(const Host_Services& services, const Settings& settings, const Family& family,
+                       velmora::Init init, Check_Report& report) {
+  for (const auto& directory : family.directories()) {
+    check_directory(services, directory, report);
   }
-  if (kind.init == velmora::Init::systemd) {
-    check_directory(system, filesystem, "/etc/systemd/system", report);
+  if (init == velmora::Init::systemd) {
+    check_directory(services, "/etc/systemd/system", report);
   }
   const path metrics = settings.metrics_file().parent_path();
-  if (!metrics.empty() && !filesystem.exists(metrics)) {
+  if (!metrics.empty() && !services.filesystem->exists(metrics)) {
     report.findings.push_back({metrics.string(), "the directory of minder.metrics_file is missing",
                                "create it, or name the directory that the node exporter reads",
                                "metrics.directory_missing"});

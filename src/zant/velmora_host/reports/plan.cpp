@@ -1,12 +1,15 @@
 #include <zant/velmora_host/reports/plan.hpp>
 
-#include <zant/velmora_host/minding/minding.hpp>
+#include <zant/velmora_host/base/json_document.hpp>
+#include <zant/velmora_host/base/refusal.hpp>
+#include <zant/velmora_host/families/minded_host.hpp>
+#include <zant/velmora_host/reports/planning_filesystem.hpp>
+#include <zant/velmora_host/reports/planning_system.hpp>
+#include <zant/velmora_host/reports/reports_of_families.hpp>
 #include <zant/velmora_host/reports/unified_diff.hpp>
 #include <zant/velmora_host/services/temporary_directory.hpp>
 #include <zant/velmora_host/staging/staging_tree.hpp>
 
-#include <zant/velmora/apt/apt_constants.hpp>
-#include <zant/velmora/dnf/dnf_constants.hpp>
 #include <zant/velmora/package_minder/package_minder.hpp>
 
 #include <fmt/format.h>
@@ -19,32 +22,27 @@ namespace {
 
 using boost::filesystem::path;
 
-void carry_out(Plan::Operation operation, const Minding& minding) {
+void carry_out(Plan::Operation operation, const Package_Factory& factory, bool automatic_upgrades) {
+  const auto config = factory.create_package_config(automatic_upgrades);
   switch (operation) {
     case Plan::Operation::CYCLE: {
-      velmora::Package_Minder minder(minding.create_package());
+      velmora::Package_Minder minder(factory.create_package(config));
       minder.update_package_lock_if_necessary();
       minder.initialize_unattended_upgrades_if_necessary();
       break;
     }
     case Plan::Operation::PURGE:
-      minding.config().purge_all_configurations();
+      config->purge_all_configurations();
       break;
     case Plan::Operation::PURGE_UPGRADES:
-      minding.config().purge_unattended_upgrade_configuration();
+      config->purge_unattended_upgrade_configuration();
       break;
   }
 }
 
-std::optional<bool> find_hold(const Planning_System& system) {
-  if (const auto exit_code = system.exit_code_of(velmora::APT_Constants::HOLD_QUERY)) {
-    return *exit_code == 0;
-  }
-  // Not found also means that the repository cannot be reached.
-  if (system.exit_code_of(velmora::DNF_Constants::LOCK_QUERY) == 0) {
-    return false;
-  }
-  return std::nullopt;
+Hold_State find_hold(const Minded_Host& host, const Planning_System& system) {
+  const auto answer = system.answer_to(host.family.hold_query(host.settings));
+  return answer ? host.family.hold_state_of(*answer, host.services) : Hold_State::UNKNOWN;
 }
 
 const char* operation_name(Plan::Operation operation) {
@@ -66,13 +64,17 @@ const char* change_name(const File_Change& change) {
 }
 
 std::string headline(const Plan& plan) {
-  const std::string subject = plan.operation == Plan::Operation::CYCLE ? "The next cycle" : "A purge";
-  if (plan.has_changes()) {
-    return subject + " would change this host.\n";
+  const bool is_cycle = plan.operation == Plan::Operation::CYCLE;
+  switch (plan.outcome()) {
+    case Plan::Outcome::FAILS:
+      return is_cycle ? "The next cycle would fail.\n" : "A purge would fail.\n";
+    case Plan::Outcome::CHANGES:
+      return is_cycle ? "The next cycle would change this host.\n" : "A purge would change this host.\n";
+    case Plan::Outcome::IN_STEP:
+      break;
   }
-  return plan.operation == Plan::Operation::CYCLE
-             ? "This host is in step: the next cycle would change nothing.\n"
-             : "There is nothing to undo: a purge would change nothing.\n";
+  return is_cycle ? "This host is in step: the next cycle would change nothing.\n"
+                  : "There is nothing to undo: a purge would change nothing.\n";
 }
 
 std::string list_commands(const Plan& plan, bool is_noop, const char* title) {
@@ -100,30 +102,39 @@ Plan::Outcome Plan::outcome() const {
 }
 
 Plan make_plan(Plan::Operation operation, const Settings& settings, const Host_Services& services) {
+  return make_plan(operation, settings, services, Family_Registry::built_in());
+}
+
+Plan make_plan(Plan::Operation operation, const Settings& settings, const Host_Services& services,
+               const Family_Registry& registry) {
+  const Minded_Host host = find_minded_host(settings, services, registry);
+  const Staging_Layout layout = host.family.staging_layout();
+  if (operation == Plan::Operation::CYCLE) {
+    refuse_if_any(find_keyring_faults(settings.staging_directory(), layout));
+  }
   const Temporary_Directory directory;
   const path staging_directory = directory.path() / "staging";
-  copy_staging_tree(settings.staging_directory(), staging_directory);
-
-  const auto system = std::make_shared<Planning_System>(services.system);
+  make_staging_directory(settings.staging_directory(), layout, staging_directory, *services.filesystem);
   const auto filesystem = std::make_shared<Planning_Filesystem>(services.filesystem, directory.path());
-  const Minding minding({system, filesystem}, settings, staging_directory);
+  const auto system = std::make_shared<Planning_System>(services, host.family, filesystem);
+  const auto factory = host.family.create_package_factory({system, filesystem}, settings, staging_directory);
 
   Plan plan;
   plan.operation = operation;
   try {
-    carry_out(operation, minding);
+    carry_out(operation, *factory, settings.automatic_upgrades());
   } catch (const std::exception& error) {
     plan.failure = error.what();
   }
   plan.commands = system->planned();
   plan.files = filesystem->changes();
-  plan.is_held = find_hold(*system);
+  plan.hold = find_hold(host, *system);
   plan.removes_own_files =
       operation == Plan::Operation::PURGE && services.filesystem->exists(settings.state_directory());
   return plan;
 }
 
-json_document::Json to_json(const Plan& plan) {
+std::string to_json_text(const Plan& plan) {
   auto document = json_document::make("plan");
   document["operation"] = operation_name(plan.operation);
   document["has_changes"] = plan.has_changes();
@@ -138,7 +149,7 @@ json_document::Json to_json(const Plan& plan) {
         {{"path", file.path.string()}, {"change", change_name(file)}, {"diff", unified_diff(file)}});
   }
   document["removes_own_files"] = plan.removes_own_files;
-  return document;
+  return json_document::text_of(document);
 }
 
 std::string to_text(const Plan& plan) {

@@ -1,9 +1,9 @@
 #pragma once
 
-#include <zant/velmora_host/base/json_document.hpp>
-#include <zant/velmora_host/families/host_kind.hpp>
-#include <zant/velmora_host/reports/planning_filesystem.hpp>
-#include <zant/velmora_host/reports/planning_system.hpp>
+#include <zant/velmora_host/export.hpp>
+#include <zant/velmora_host/families/command_traits.hpp>
+#include <zant/velmora_host/families/package_state.hpp>
+#include <zant/velmora_host/reports/file_change.hpp>
 #include <zant/velmora_host/services/host_services.hpp>
 #include <zant/velmora_host/settings/settings.hpp>
 
@@ -13,9 +13,15 @@
 
 namespace zant::velmora_host {
 
-/// What a command of the program would do to the host, found out by letting the library work on services that
-/// change nothing.
-struct Plan {
+/// A command that was asked for and not run.
+struct Planned_Command {
+  std::string line;
+  Command_Kind kind;
+  bool is_noop;  ///< the library repeats it in every cycle, and this time it would change nothing
+};
+
+/// What would be done to the host, found out by letting the library work on services that change nothing.
+struct PACKAGE_MINDER_HOST_EXPORT Plan {
   enum class Operation { CYCLE, PURGE, PURGE_UPGRADES };
   enum class Outcome {
     IN_STEP,  ///< nothing would be changed
@@ -28,7 +34,7 @@ struct Plan {
   std::vector<File_Change> files;
   bool removes_own_files = false;      ///< the state directory's contents go too
   std::optional<std::string> failure;  ///< why it would not come to its end
-  std::optional<bool> is_held;         ///< the package; empty when nobody asked or nobody can tell
+  Hold_State hold = Hold_State::UNKNOWN;
 
   bool has_changes() const;
   Outcome outcome() const;
@@ -37,11 +43,13 @@ struct Plan {
 /// Works the plan out. Needs as much of the network as the library's queries: none on an APT host.
 ///
 /// @throws Refusal on a host that cannot be minded.
-Plan make_plan(Plan::Operation operation, const Settings& settings, const Host_Services& services);
+PACKAGE_MINDER_HOST_EXPORT Plan make_plan(Plan::Operation operation, const Settings& settings,
+                                          const Host_Services& services);
 
-json_document::Json to_json(const Plan& plan);
+/// The document for programs, as JSON text.
+PACKAGE_MINDER_HOST_EXPORT std::string to_json_text(const Plan& plan);
 
 /// For a person.
-std::string to_text(const Plan& plan);
+PACKAGE_MINDER_HOST_EXPORT std::string to_text(const Plan& plan);
 
 }  // namespace zant::velmora_host

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <zant/velmora_host/reports/file_change.hpp>
 #include <zant/velmora_host/services/forwarding_filesystem.hpp>
 
 #include <boost/filesystem/path.hpp>
@@ -11,13 +12,6 @@
 #include <vector>
 
 namespace zant::velmora_host {
-
-/// A file that would be created, replaced or removed.
-struct File_Change {
-  boost::filesystem::path path;
-  std::optional<std::string> before;  ///< empty when it does not exist yet
-  std::optional<std::string> after;   ///< empty when it would be removed
-};
 
 /// A file service that keeps its changes in memory, over the files of another one: its callers see what they
 /// have changed, and the host stays as it is. Below one directory, the scratch directory, it really writes.

@@ -1,11 +1,12 @@
 #pragma once
 
-#include <zant/velmora_host/base/json_document.hpp>
-#include <zant/velmora_host/families/host_kind.hpp>
-#include <zant/velmora_host/observation/cycle_store.hpp>
-#include <zant/velmora_host/reports/plan.hpp>
+#include <zant/velmora_host/export.hpp>
+#include <zant/velmora_host/families/package_state.hpp>
+#include <zant/velmora_host/observation/cycle_record.hpp>
 #include <zant/velmora_host/services/host_services.hpp>
 #include <zant/velmora_host/settings/settings.hpp>
+
+#include <zant/velmora/package_minder/init.hpp>
 
 #include <optional>
 #include <string>
@@ -15,45 +16,56 @@ namespace zant::velmora_host {
 
 /// How things stand on a host.
 struct Status {
-  enum class Hold { NOT_HELD, HELD, UNKNOWN };
+  /// How a file differs from what the next cycle would make of it.
+  enum class Drift {
+    MISSING,
+    DIFFERS,
+    NOT_WANTED,  ///< it would be removed
+  };
 
   /// A file that the next cycle would change.
   struct Drifted_File {
     std::string path;
-    std::string code;  ///< "missing", "differs" or "not_wanted"
+    Drift drift;
   };
 
-  /// Something that wants attention.
+  /// Something that needs attention.
   struct Reason {
     std::string code;  ///< for programs, "TOPIC.STATE"
     std::string message;
   };
 
-  Host_Kind host{};
-  std::string service_state;      ///< as systemd names it; "unknown" without systemd
-  std::string installed_version;  ///< empty when the package is not installed
-  std::string offered_version;    ///< empty when no repository offers it
+  std::string family;  ///< the package manager's, as reports name it
+  velmora::Init init{};
+  std::string service_state;  ///< as systemd names it; "unknown" without systemd
+  Package_Versions versions;
   bool repository_is_registered = false;
   std::vector<Drifted_File> drifted_repository_files;
-  Hold hold = Hold::UNKNOWN;
+  Hold_State hold = Hold_State::UNKNOWN;
   bool upgrades_are_wanted = false;
   std::vector<Drifted_File> drifted_upgrade_files;
   std::vector<std::string> upgrade_commands;  ///< that the next cycle would run for them
-  std::string timer;
+  std::string timer;                          ///< empty where no systemd timer starts upgrades
   bool timer_is_running = false;
-  std::string next_run;  ///< of the timer, as systemd writes it; empty when it has none
+  std::string next_run;  ///< of the timer, in UTC, "2026-01-31T03:00:00Z"; empty when it has none
   std::optional<Cycle_State> cycles;
   std::vector<Reason> reasons;
 };
 
+/// The systemd service of the program package-minder.
+inline constexpr const char* PROGRAM_SERVICE = "package-minder";
+
 /// Looks at the host. Changes nothing; needs no network on an APT host.
 ///
+/// @param service the systemd service that minds on this host.
 /// @throws Refusal on a host that cannot be minded.
-Status make_status(const Settings& settings, const Host_Services& services);
+PACKAGE_MINDER_HOST_EXPORT Status make_status(const Settings& settings, const Host_Services& services,
+                                              const std::string& service = PROGRAM_SERVICE);
 
-json_document::Json to_json(const Status& status);
+/// The document for programs, as JSON text.
+PACKAGE_MINDER_HOST_EXPORT std::string to_json_text(const Status& status);
 
 /// One page for a person.
-std::string to_text(const Status& status);
+PACKAGE_MINDER_HOST_EXPORT std::string to_text(const Status& status);
 
 }  // namespace zant::velmora_host

@@ -1,4 +1,8 @@
+#include <zant/velmora_host/base/enum_names.hpp>
+#include <zant/velmora_host/base/json_document.hpp>
 #include <zant/velmora_host/base/printable.hpp>
+#include <zant/velmora_host/families/minded_host.hpp>
+#include <zant/velmora_host/observation/cycle_store.hpp>
 #include <zant/velmora_host/reports/status.hpp>
 
 #include <zant/velmora/package_minder/package_constants.hpp>
@@ -12,27 +16,37 @@ namespace {
 using json_document::Json;
 using velmora::Package_Constants::PACKAGE_NAME;
 
+constexpr Enum_Names<Status::Drift, 3> DRIFT_CODES = {{
+    {Status::Drift::MISSING, "missing"},
+    {Status::Drift::DIFFERS, "differs"},
+    {Status::Drift::NOT_WANTED, "not_wanted"},
+}};
+constexpr Enum_Names<Status::Drift, 3> DRIFT_WORDS = {{
+    {Status::Drift::MISSING, "is missing"},
+    {Status::Drift::DIFFERS, "differs"},
+    {Status::Drift::NOT_WANTED, "should not exist"},
+}};
+constexpr Enum_Names<Hold_State, 3> HOLD_CODES = {{
+    {Hold_State::HELD, "held"},
+    {Hold_State::NOT_HELD, "not_held"},
+    {Hold_State::UNKNOWN, "unknown"},
+}};
+constexpr Enum_Names<Hold_State, 3> HOLD_WORDS = {{
+    {Hold_State::HELD, "held"},
+    {Hold_State::NOT_HELD, "not held"},
+    {Hold_State::UNKNOWN, "unknown"},
+}};
+
 Json text_or_null(const std::string& text) {
   return text.empty() ? Json() : Json(text);
 }
 
-Json drifted_files_to_json(const std::vector<Status::Drifted_File>& files) {
+Json drift_to_json(const std::vector<Status::Drifted_File>& files) {
   Json json = Json::array();
   for (const auto& file : files) {
-    json.push_back({{"path", file.path}, {"code", file.code}});
+    json.push_back({{"path", file.path}, {"code", name_of(DRIFT_CODES, file.drift)}});
   }
   return json;
-}
-
-const char* hold_code(Status::Hold hold) {
-  switch (hold) {
-    case Status::Hold::HELD:
-      return "held";
-    case Status::Hold::NOT_HELD:
-      return "not_held";
-    default:
-      return "unknown";
-  }
 }
 
 Json last_cycle_to_json(const std::optional<Cycle_State>& cycles) {
@@ -40,19 +54,15 @@ Json last_cycle_to_json(const std::optional<Cycle_State>& cycles) {
     return nullptr;
   }
   const Cycle_Record& record = cycles->last_cycle;
-  Json json = {{"started", to_iso_time(record.started)},
-               {"seconds", record.seconds},
-               {"program", record.program},
-               {"succeeded", !record.failure.has_value()},
-               {"failure", nullptr},
-               {"actions", record.actions},
-               {"problems", record.problems}};
-  if (record.failure) {
-    json["failure"] = {{"kind", record.failure->kind}, {"message", record.failure->message}};
-  }
   const auto& last_success = cycles->history.last_success;
-  json["last_success"] = last_success ? Json(to_iso_time(*last_success)) : Json();
-  return json;
+  return {{"started", to_iso_time(record.started)},
+          {"seconds", record.seconds},
+          {"program", record.program},
+          {"succeeded", record.succeeded()},
+          {"failures", cycle_store::failures_to_json(record)},
+          {"actions", record.actions},
+          {"problems", record.problems},
+          {"last_success", last_success ? Json(to_iso_time(*last_success)) : Json()}};
 }
 
 std::string row(const char* name, const std::string& value) {
@@ -63,26 +73,24 @@ std::string item(const std::string& text) {
   return "    " + printable(text) + "\n";
 }
 
-std::string describe_drifted_files(const std::vector<Status::Drifted_File>& files) {
+std::string describe_drift(const std::vector<Status::Drifted_File>& files) {
   std::string text;
   for (const auto& file : files) {
-    text += item(fmt::format(
-        "{} {}", file.path,
-        file.code == "differs" ? file.code : (file.code == "missing" ? "is missing" : "should not exist")));
+    text += item(fmt::format("{} {}", file.path, name_of(DRIFT_WORDS, file.drift)));
   }
   return text;
 }
 
-std::string describe_package(const Status& status) {
+std::string describe_package(const Package_Versions& versions) {
   const std::string installed =
-      status.installed_version.empty() ? "not installed" : status.installed_version + " installed";
-  if (status.offered_version.empty()) {
+      versions.installed.empty() ? "not installed" : versions.installed + " installed";
+  if (versions.offered.empty()) {
     return fmt::format("{} {}, none offered", PACKAGE_NAME, installed);
   }
-  if (status.offered_version == status.installed_version) {
+  if (versions.offered == versions.installed) {
     return fmt::format("{} {}, up to date", PACKAGE_NAME, installed);
   }
-  return fmt::format("{} {}, {} offered", PACKAGE_NAME, installed, status.offered_version);
+  return fmt::format("{} {}, {} offered", PACKAGE_NAME, installed, versions.offered);
 }
 
 std::string describe_repository(const Status& status) {
@@ -90,17 +98,6 @@ std::string describe_repository(const Status& status) {
     return "not registered";
   }
   return status.drifted_repository_files.empty() ? "registered, in step" : "registered, out of step";
-}
-
-std::string describe_hold(Status::Hold hold) {
-  switch (hold) {
-    case Status::Hold::HELD:
-      return "held";
-    case Status::Hold::NOT_HELD:
-      return "not held";
-    default:
-      return "held, or the repository cannot be reached";
-  }
 }
 
 std::string describe_upgrades(const Status& status) {
@@ -112,8 +109,8 @@ std::string describe_upgrades(const Status& status) {
 }
 
 std::string describe_timer(const Status& status) {
-  if (status.host.init != velmora::Init::systemd) {
-    return "none: this host has no systemd";
+  if (status.timer.empty() || status.init != velmora::Init::systemd) {
+    return "none: systemd does not start upgrades on this host";
   }
   if (!status.timer_is_running) {
     return status.timer + ", is not running";
@@ -121,18 +118,24 @@ std::string describe_timer(const Status& status) {
   return status.timer + (status.next_run.empty() ? ", no next run is set" : ", next run " + status.next_run);
 }
 
-std::string describe_last_cycle(const Status& status) {
-  if (!status.cycles) {
+std::string describe_last_cycle(const std::optional<Cycle_State>& cycles) {
+  if (!cycles) {
     return row("Last cycle", "none is recorded");
   }
-  const auto& record = status.cycles->last_cycle;
+  const auto& record = cycles->last_cycle;
   std::string text =
       row("Last cycle", fmt::format("{} by \"{}\", {:.1f} s, {}", to_iso_time(record.started), record.program,
-                                    record.seconds, record.failure ? "failed" : "succeeded"));
+                                    record.seconds, record.succeeded() ? "succeeded" : "failed"));
   for (const auto& action : record.actions) {
     text += item(action);
   }
-  return record.failure ? text + item("Failure: " + record.failure->message) : text;
+  for (const auto& problem : record.problems) {
+    text += item("Problem: " + problem);
+  }
+  for (const auto& failure : record.failures) {
+    text += item("Failure: " + failure.message);
+  }
+  return text;
 }
 
 std::string describe_reasons(const std::vector<Status::Reason>& reasons) {
@@ -148,21 +151,20 @@ std::string describe_reasons(const std::vector<Status::Reason>& reasons) {
 
 }  // namespace
 
-Json to_json(const Status& status) {
+std::string to_json_text(const Status& status) {
   Json document = json_document::make("status");
-  document["host"] = {{"package_manager", to_string(status.host.family)},
-                      {"init", to_string(status.host.init)}};
+  document["host"] = {{"package_manager", status.family}, {"init", to_string(status.init)}};
   document["service"] = status.service_state;
   document["package"] = {{"name", PACKAGE_NAME},
-                         {"installed", text_or_null(status.installed_version)},
-                         {"offered", text_or_null(status.offered_version)}};
+                         {"installed", text_or_null(status.versions.installed)},
+                         {"offered", text_or_null(status.versions.offered)}};
   document["repository"] = {{"registered", status.repository_is_registered},
-                            {"out_of_step", drifted_files_to_json(status.drifted_repository_files)}};
-  document["hold"] = hold_code(status.hold);
+                            {"out_of_step", drift_to_json(status.drifted_repository_files)}};
+  document["hold"] = name_of(HOLD_CODES, status.hold);
   document["automatic_upgrades"] = {{"wanted", status.upgrades_are_wanted},
-                                    {"out_of_step", drifted_files_to_json(status.drifted_upgrade_files)},
+                                    {"out_of_step", drift_to_json(status.drifted_upgrade_files)},
                                     {"pending_commands", status.upgrade_commands}};
-  document["timer"] = {{"unit", status.timer},
+  document["timer"] = {{"unit", text_or_null(status.timer)},
                        {"running", status.timer_is_running},
                        {"next_run", text_or_null(status.next_run)}};
   document["last_cycle"] = last_cycle_to_json(status.cycles);
@@ -171,24 +173,22 @@ Json to_json(const Status& status) {
   for (const auto& reason : status.reasons) {
     document["reasons"].push_back({{"code", reason.code}, {"message", reason.message}});
   }
-  return document;
+  return json_document::text_of(document);
 }
 
 std::string to_text(const Status& status) {
-  std::string text = row("Host", fmt::format("package manager {}, init {}", to_string(status.host.family),
-                                             to_string(status.host.init)));
+  std::string text =
+      row("Host", fmt::format("package manager {}, init {}", status.family, to_string(status.init)));
   text += row("Service", status.service_state);
-  text += row("Package", describe_package(status));
-  text += row("Repository", describe_repository(status)) +
-          describe_drifted_files(status.drifted_repository_files);
-  text += row("Hold", describe_hold(status.hold));
-  text += row("Automatic upgrades", describe_upgrades(status)) +
-          describe_drifted_files(status.drifted_upgrade_files);
+  text += row("Package", describe_package(status.versions));
+  text += row("Repository", describe_repository(status)) + describe_drift(status.drifted_repository_files);
+  text += row("Hold", name_of(HOLD_WORDS, status.hold));
+  text += row("Automatic upgrades", describe_upgrades(status)) + describe_drift(status.drifted_upgrade_files);
   for (const auto& command : status.upgrade_commands) {
     text += item("to be run: " + command);
   }
   text += row("Timer", describe_timer(status));
-  return text + describe_last_cycle(status) + describe_reasons(status.reasons);
+  return text + describe_last_cycle(status.cycles) + describe_reasons(status.reasons);
 }
 
 }  // namespace zant::velmora_host

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <zant/velmora_host/reports/planning_filesystem.hpp>
+#include <zant/velmora_host/reports/file_change.hpp>
 
 #include <string>
 

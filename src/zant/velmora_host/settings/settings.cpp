@@ -181,7 +181,7 @@ bool Settings::purge_on_removal() const {
 }
 
 boost::filesystem::path Settings::staging_directory() const {
-  return configuration().getString("minder.staging_directory");
+  return configuration().getString("minder.staging_directory", "");
 }
 
 boost::filesystem::path Settings::state_directory() const {

@@ -2,16 +2,11 @@
 
 #include <zant/velmora_host/services/privileges.hpp>
 
-#include <zant/velmora/apt/apt_constants.hpp>
-#include <zant/velmora/dnf/dnf_constants.hpp>
-#include <zant/velmora/upgrade_timer/upgrade_timer_constants.hpp>
-
 #include <fmt/format.h>
 #include <boost/filesystem/directory.hpp>
 #include <boost/filesystem/operations.hpp>
 
 #include <fstream>
-#include <functional>
 #include <set>
 #include <sstream>
 #include <stdexcept>
@@ -24,42 +19,6 @@ namespace {
 using boost::filesystem::path;
 
 constexpr const char* REINSTALL = "install the package-minder's staging tree again, or correct it";
-
-// A template, with the number and types of the values that the library renders it with.
-struct Template {
-  const char* family;
-  std::string name;
-  std::function<void(const std::string& text)> render;
-
-  path file() const { return path("config-files") / family / "templates" / (name + ".template"); }
-};
-
-template <typename... Values>
-std::function<void(const std::string&)> filled_with(Values... values) {
-  return [=](const std::string& text) { static_cast<void>(fmt::format(fmt::runtime(text), values...)); };
-}
-
-const std::vector<Template>& templates() {
-  static const std::string text = "value";
-  static const int number = 1;
-  using velmora::Upgrade_Timer_Constants::STAGED_ON_CALENDAR_FILE;
-  using velmora::Upgrade_Timer_Constants::STAGED_RANDOMIZED_DELAY_FILE;
-  static const std::vector<Template> all = {
-      {"apt", velmora::APT_Constants::APT_SOURCE_LIST_FILE, filled_with(text, text, text)},
-      {"apt", velmora::APT_Constants::APT_UNATTENDED_UPGRADES_FILE, filled_with(text)},
-      {"apt", velmora::APT_Constants::APT_LOWERSPEED_FILE, filled_with(number)},
-      {"apt", STAGED_ON_CALENDAR_FILE, filled_with(text)},
-      {"apt", STAGED_RANDOMIZED_DELAY_FILE, filled_with(text)},
-      {"dnf", velmora::DNF_Constants::DNF_REPO_FILE, filled_with(text, text, text, text, text)},
-      {"dnf", STAGED_ON_CALENDAR_FILE, filled_with(text)},
-      {"dnf", STAGED_RANDOMIZED_DELAY_FILE, filled_with(text)},
-  };
-  return all;
-}
-
-path keyring_in(const path& tree) {
-  return tree / "keyrings" / velmora::APT_Constants::APT_REPO_KEYRING_FILE;
-}
 
 bool is_file(const path& file) {
   boost::system::error_code ignored;
@@ -76,16 +35,16 @@ std::string read(const path& file) {
   return contents.str();
 }
 
-Findings find_template_faults(const path& tree) {
+Findings find_template_faults(const path& tree, const Staging_Layout& layout) {
   Findings findings;
-  for (const auto& candidate : templates()) {
-    const path file = tree / candidate.file();
+  for (const auto& candidate : layout.templates) {
+    const path file = tree / candidate.file;
     if (!is_file(file)) {
       findings.push_back({file.string(), "this template is missing", REINSTALL, "staging.file_missing"});
       continue;
     }
     try {
-      candidate.render(read(file));
+      candidate.fill(read(file));
     } catch (const fmt::format_error& error) {
       findings.push_back({file.string(), fmt::format("this template cannot be filled: {}", error.what()),
                           "write literal braces twice, and no more placeholders than the file has values",
@@ -95,10 +54,15 @@ Findings find_template_faults(const path& tree) {
   return findings;
 }
 
-Findings find_static_file_faults(const path& tree) {
-  const path file = tree / "config-files" / "apt" / velmora::APT_Constants::APT_AUTO_UPGRADES_FILE;
-  return is_file(file) ? Findings{}
-                       : Findings{{file.string(), "this file is missing", REINSTALL, "staging.file_missing"}};
+Findings find_missing_files(const path& tree, const std::vector<path>& files, const char* fault,
+                            const char* remedy, const char* code) {
+  Findings findings;
+  for (const auto& file : files) {
+    if (!is_file(tree / file)) {
+      findings.push_back({(tree / file).string(), fault, remedy, code});
+    }
+  }
+  return findings;
 }
 
 // Copying and checking stay inside the tree: links to directories are not followed.
@@ -144,23 +108,28 @@ Findings find_first_entry_fault(const path& tree) {
 
 }  // namespace
 
-Findings find_staging_tree_faults(const path& tree) {
+Findings find_staging_tree_faults(const path& tree, const Staging_Layout& layout) {
   boost::system::error_code ignored;
   if (!boost::filesystem::is_directory(tree, ignored)) {
     return {{tree.string(), "this directory, the staging tree, is missing",
              "install it, or name another one with minder.staging_directory", "staging.missing"}};
   }
-  Findings findings = find_template_faults(tree);
-  append(findings, find_static_file_faults(tree));
+  Findings findings = find_template_faults(tree, layout);
+  append(findings, find_missing_files(tree, layout.static_files, "this file is missing", REINSTALL,
+                                      "staging.file_missing"));
   append(findings, find_first_entry_fault(tree));
   return findings;
 }
 
-Findings find_foreign_files(const path& tree) {
-  std::set<path> known = {keyring_in(tree), tree / "keyrings" / "README",
-                          tree / "config-files" / "apt" / velmora::APT_Constants::APT_AUTO_UPGRADES_FILE};
-  for (const auto& known_template : templates()) {
-    known.insert(tree / known_template.file());
+Findings find_foreign_files(const path& tree, const Staging_Layout& layout) {
+  std::set<path> known = {tree / "keyrings" / "README"};
+  for (const auto& known_template : layout.templates) {
+    known.insert(tree / known_template.file);
+  }
+  for (const auto* files : {&layout.static_files, &layout.keyrings}) {
+    for (const auto& file : *files) {
+      known.insert(tree / file);
+    }
   }
   Findings findings;
   boost::system::error_code error;
@@ -174,14 +143,10 @@ Findings find_foreign_files(const path& tree) {
   return findings;
 }
 
-Findings find_keyring_faults(const path& tree) {
-  const path keyring = keyring_in(tree);
-  if (is_file(keyring)) {
-    return {};
-  }
-  return {{keyring.string(), "the keyring of the APT repository is missing",
-           "put the repository's public keys there, binary, as \"gpg --export\" writes them",
-           "keyring.missing"}};
+Findings find_keyring_faults(const path& tree, const Staging_Layout& layout) {
+  return find_missing_files(tree, layout.keyrings, "the keyring of the repository is missing",
+                            "put the repository's public keys there, binary, as \"gpg --export\" writes them",
+                            "keyring.missing");
 }
 
 void copy_staging_tree(const path& tree, const path& destination) {
@@ -193,6 +158,15 @@ void copy_staging_tree(const path& tree, const path& destination) {
     } else {
       copy_text(entry.path(), target);
     }
+  }
+}
+
+void make_staging_directory(const path& tree, const Staging_Layout& layout, const path& directory,
+                            velmora::Filesystem& filesystem) {
+  if (!layout.templates.empty()) {
+    copy_staging_tree(tree, directory);
+  } else if (!filesystem.create_directories(directory)) {
+    throw std::runtime_error(fmt::format("cannot create the directory {}", directory.string()));
   }
 }
 

@@ -1,8 +1,8 @@
 #include <zant/velmora_host/staging/work_area.hpp>
 
 #include <zant/velmora_host/base/refusal.hpp>
-#include <zant/velmora_host/families/package_factory.hpp>
 #include <zant/velmora_host/services/privileges.hpp>
+#include <zant/velmora_host/staging/staging_tree.hpp>
 
 #include <boost/filesystem/operations.hpp>
 
@@ -42,11 +42,12 @@ path lock_file_in(const path& directory) {
 
 }  // namespace
 
-Work_Area::Work_Area(const Settings& settings, std::shared_ptr<velmora::Filesystem> filesystem) try
+Work_Area::Work_Area(const Settings& settings, const Staging_Layout& layout,
+                     std::shared_ptr<velmora::Filesystem> filesystem) try
     : filesystem_(std::move(filesystem)),
       directory_(prepare_directory(settings.state_directory(), *filesystem_)),
       lock_(lock_file_in(directory_)) {
-  make_staging_directory_(settings);
+  make_staging_directory_(settings, layout);
 } catch (const std::system_error& error) {
   refuse(settings.state_directory(), error.what());
 }
@@ -62,10 +63,10 @@ void Work_Area::remove() {
   boost::filesystem::remove(directory_, not_empty);
 }
 
-void Work_Area::make_staging_directory_(const Settings& settings) {
+void Work_Area::make_staging_directory_(const Settings& settings, const Staging_Layout& layout) {
   const path unfinished = directory_ / UNFINISHED_STAGING_DIRECTORY;
   filesystem_->remove_all(unfinished);
-  make_staging_directory(settings, unfinished);
+  make_staging_directory(settings.staging_directory(), layout, unfinished, *filesystem_);
   // Files rendered by an earlier run must not be used by this one.
   filesystem_->remove_all(staging_directory());
   boost::filesystem::rename(unfinished, staging_directory());

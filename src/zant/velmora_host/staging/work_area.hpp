@@ -2,6 +2,7 @@
 
 #include <zant/velmora_host/settings/settings.hpp>
 #include <zant/velmora_host/staging/instance_lock.hpp>
+#include <zant/velmora_host/staging/staging_layout.hpp>
 
 #include <zant/velmora/host/filesystem.hpp>
 
@@ -15,18 +16,20 @@ namespace zant::velmora_host {
 /// into.
 class Work_Area {
  public:
+  /// @param layout of the host's family; empty when nothing is staged.
   /// @throws Refusal when the state directory cannot be used or another process has locked it; nothing in it
   ///         is changed then.
-  Work_Area(const Settings& settings, std::shared_ptr<velmora::Filesystem> filesystem);
+  Work_Area(const Settings& settings, const Staging_Layout& layout,
+            std::shared_ptr<velmora::Filesystem> filesystem);
 
   /// The staging directory.
   boost::filesystem::path staging_directory() const;
 
-  /// Removes everything that the program keeps in the state directory, and the directory if it is empty then.
+  /// Removes everything that is kept in the state directory, and the directory if it is empty then.
   void remove();
 
  private:
-  void make_staging_directory_(const Settings& settings);
+  void make_staging_directory_(const Settings& settings, const Staging_Layout& layout);
 
   std::shared_ptr<velmora::Filesystem> filesystem_;
   boost::filesystem::path directory_;

@@ -17,13 +17,5 @@ TEST(JsonDocument, StaysValidWhateverBytesItHolds) {
   EXPECT_TRUE(Json::accept(text_of(document)));
 }
 
-TEST(JsonDocument, NamesTheReasonOfAFailureForPrograms) {
-  const auto error = make_failure("check", "no_rights", 77, {"run it as root"}).at("error");
-
-  EXPECT_EQ(error.at("code"), "no_rights");
-  EXPECT_EQ(error.at("exit_status"), 77);
-  EXPECT_EQ(error.at("messages"), Json({"run it as root"}));
-}
-
 }  // namespace
 }  // namespace zant::velmora_host::json_document

@@ -1,11 +1,10 @@
 #include <zant/velmora_host/observation/cycle_recorder.hpp>
 
+#include <zant/velmora_host/families/apt/apt_family.hpp>
 #include <zant/velmora_host/observation/observed_filesystem.hpp>
 #include <zant/velmora_host/observation/observed_package.hpp>
-#include <zant/velmora_host/observation/observed_system.hpp>
 
 #include <support/fake_filesystem.hpp>
-#include <support/fake_system.hpp>
 #include <support/host_side/fake_host_filesystem.hpp>
 
 #include <zant/velmora/package_minder/package_minder.hpp>
@@ -58,10 +57,9 @@ class CycleRecorder : public ::testing::Test {
 
   // As the program does when it is started, again too.
   void start() {
-    recorder_ = std::make_shared<Cycle_Recorder>("run", files_, RECORD, [this] { return now_; });
+    recorder_ = std::make_shared<Cycle_Recorder>("run", files_, family_, RECORD, [this] { return now_; });
     observed_files_ = std::make_shared<Observed_Filesystem>(
         std::make_shared<test_support::Fake_Host_Filesystem>(files_), recorder_, "/state/staging");
-    observed_system_ = std::make_shared<Observed_System>(system_, recorder_, watch_);
     observed_package_ = std::make_shared<Observed_Package>(package_, recorder_, watch_);
     recorder_->add_listener([this](const Cycle_State& state) { heard_.push_back(state); });
   }
@@ -84,10 +82,18 @@ class CycleRecorder : public ::testing::Test {
 
   Cycle_State state() const { return cycle_store::read(*files_, RECORD).value(); }
 
+  std::vector<std::string> failures() const {
+    std::vector<std::string> texts;
+    for (const auto& failure : state().last_cycle.failures) {
+      texts.push_back(std::string(to_string(failure.step)) + ": " + failure.message);
+    }
+    return texts;
+  }
+
   std::vector<std::string> outcomes() const {
     std::vector<std::string> texts;
     for (const auto& file : state().last_cycle.files) {
-      texts.push_back(file.outcome + " " + file.path);
+      texts.push_back(std::string(to_string(file.outcome)) + " " + file.path);
     }
     return texts;
   }
@@ -95,13 +101,11 @@ class CycleRecorder : public ::testing::Test {
   std::chrono::system_clock::time_point now_ = std::chrono::system_clock::from_time_t(1800000000);
   std::shared_ptr<velmora::test_support::Fake_Filesystem> files_ =
       std::make_shared<velmora::test_support::Fake_Filesystem>();
-  std::shared_ptr<velmora::test_support::Fake_System> system_ =
-      std::make_shared<velmora::test_support::Fake_System>();
   std::shared_ptr<Stub_Package> package_ = std::make_shared<Stub_Package>();
   std::shared_ptr<Cycle_Watch> watch_ = std::make_shared<Cycle_Watch>(seconds(1), seconds(1));
+  const APT_Family family_;
   std::shared_ptr<Cycle_Recorder> recorder_;
   std::shared_ptr<Observed_Filesystem> observed_files_;
-  std::shared_ptr<Observed_System> observed_system_;
   std::shared_ptr<Observed_Package> observed_package_;
   std::vector<Cycle_State> heard_;
 };
@@ -115,19 +119,15 @@ TEST_F(CycleRecorder, RecordsAQuietCycle) {
   EXPECT_EQ(seen.last_cycle.program, "run");
   EXPECT_EQ(to_iso_time(seen.last_cycle.started), "2027-01-15T08:00:00Z");
   EXPECT_EQ(seen.last_cycle.seconds, 2.0);
-  EXPECT_FALSE(seen.last_cycle.failure);
+  EXPECT_TRUE(seen.last_cycle.succeeded());
   EXPECT_EQ(seen.history.cycles, 1U);
   EXPECT_EQ(to_iso_time(seen.history.last_success.value()), "2027-01-15T08:00:02Z");
   EXPECT_EQ(heard_.size(), 1U);
 }
 
-TEST_F(CycleRecorder, RecordsWhatChangedTheHostAndNotWhatOnlyLooked) {
-  system_->on("apt-get -qq update", 100);
-  system_->on("which unattended-upgrades > /dev/null", 0);
-  package_->on_repository = [this] {
-    observed_system_->run_command("which unattended-upgrades > /dev/null", true);
-    observed_system_->run_command("apt-get -qq update", true);
-  };
+TEST_F(CycleRecorder, RecordsTheCommandsItIsTold) {
+  recorder_->note_command("before the cycle", 0, 1);
+  package_->on_repository = [this] { recorder_->note_command("apt-get -qq update", 100, 0.5); };
 
   run_cycle();
 
@@ -135,6 +135,7 @@ TEST_F(CycleRecorder, RecordsWhatChangedTheHostAndNotWhatOnlyLooked) {
   ASSERT_EQ(commands.size(), 1U);
   EXPECT_EQ(commands[0].line, "apt-get -qq update");
   EXPECT_EQ(commands[0].exit_code, 100);
+  EXPECT_EQ(commands[0].seconds, 0.5);
 }
 
 TEST_F(CycleRecorder, RecordsWhatWasLogged) {
@@ -154,33 +155,48 @@ TEST_F(CycleRecorder, RecordsWhatWasLogged) {
 TEST_F(CycleRecorder, RecordsTheStepThatThrew) {
   package_->on_repository = [] { throw std::runtime_error("no network"); };
   EXPECT_THROW(run_cycle(), std::runtime_error);
-  EXPECT_EQ(state().last_cycle.failure.value().kind, "repository");
-  EXPECT_EQ(state().last_cycle.failure.value().message, "no network");
+  EXPECT_THAT(failures(), ElementsAre("repository: no network"));
 
   package_->on_repository = [] {};
   package_->on_upgrades = [] { throw 7; };
   EXPECT_THROW(run_cycle(), int);
-  EXPECT_EQ(state().last_cycle.failure.value().kind, "automatic_upgrades");
+  EXPECT_THAT(failures(), ElementsAre("automatic_upgrades: Unknown error"));
 
-  EXPECT_THAT(state().history.failures, ElementsAre(Pair("automatic_upgrades", 1), Pair("repository", 1)));
+  EXPECT_THAT(state().history.failures,
+              ElementsAre(Pair(Cycle_Step::REPOSITORY, 1), Pair(Cycle_Step::UPGRADES, 1)));
   EXPECT_FALSE(state().history.last_success);
 }
 
-TEST_F(CycleRecorder, RecordsTheFirstFailureThatEndedNoStep) {
-  recorder_->note_failure({"repository", "before the cycle"});
+TEST_F(CycleRecorder, RecordsTheFirstFailureOfEachStepThatThrewNothing) {
+  recorder_->note_failure({Cycle_Step::REPOSITORY, "before the cycle"});
   package_->on_upgrades = [this] {
-    recorder_->note_failure({"repository", "choco.exe command failed"});
-    recorder_->note_failure({"automatic_upgrades", "no task"});
+    recorder_->note_failure({Cycle_Step::REPOSITORY, "no key"});
+    recorder_->note_failure({Cycle_Step::REPOSITORY, "no list"});
+    recorder_->note_failure({Cycle_Step::UPGRADES, "no timer"});
   };
 
   run_cycle();
 
-  EXPECT_EQ(state().last_cycle.failure.value().message, "choco.exe command failed");
-  EXPECT_THAT(state().history.failures, ElementsAre(Pair("repository", 1)));
+  EXPECT_THAT(failures(), ElementsAre("repository: no key", "automatic_upgrades: no timer"));
+  EXPECT_THAT(state().history.failures,
+              ElementsAre(Pair(Cycle_Step::REPOSITORY, 1), Pair(Cycle_Step::UPGRADES, 1)));
+  EXPECT_FALSE(state().last_cycle.succeeded());
 
   package_->on_upgrades = [] {};
   run_cycle();
-  EXPECT_FALSE(state().last_cycle.failure);
+  EXPECT_TRUE(state().last_cycle.succeeded());
+}
+
+TEST_F(CycleRecorder, TakesWhatAStepThrewForItsFailureInPlaceOfWhatWasNoted) {
+  package_->on_upgrades = [this] {
+    recorder_->note_failure({Cycle_Step::UPGRADES, "the timer could not be started"});
+    throw std::runtime_error("Failed to start upgrade timer");
+  };
+
+  EXPECT_THROW(run_cycle(), std::runtime_error);
+
+  EXPECT_THAT(failures(), ElementsAre("automatic_upgrades: Failed to start upgrade timer"));
+  EXPECT_THAT(state().history.failures, ElementsAre(Pair(Cycle_Step::UPGRADES, 1)));
 }
 
 TEST_F(CycleRecorder, CountsAReleasedHold) {
@@ -189,16 +205,15 @@ TEST_F(CycleRecorder, CountsAReleasedHold) {
   run_cycle();
 
   EXPECT_EQ(state().history.holds_released, 1U);
-  EXPECT_FALSE(state().last_cycle.failure);
+  EXPECT_TRUE(state().last_cycle.succeeded());
 }
 
-TEST_F(CycleRecorder, TakesAHoldThatStaysForAFailure) {
+TEST_F(CycleRecorder, CountsNoHoldThatStays) {
   package_->is_locked = true;
   package_->unlocks = false;
 
   run_cycle();
 
-  EXPECT_EQ(state().last_cycle.failure.value().kind, "hold");
   EXPECT_EQ(state().history.holds_released, 0U);
 }
 
@@ -224,7 +239,7 @@ TEST_F(CycleRecorder, CallsAFileThatSomebodyChangedRepaired) {
   run_keeping_cycle();
 
   EXPECT_THAT(outcomes(), ElementsAre(std::string("repaired ") + LIST));
-  EXPECT_THAT(state().history.repairs, ElementsAre(Pair("source_list", 1)));
+  EXPECT_THAT(state().history.repairs, ElementsAre(Pair(File_Kind::SOURCE_LIST, 1)));
 }
 
 TEST_F(CycleRecorder, CallsARemovedFileRepairedToo) {
@@ -273,7 +288,7 @@ TEST_F(CycleRecorder, SeesDriftThroughTheReplacementOfAWholeDirectory) {
   run_cycle();
 
   EXPECT_THAT(outcomes(), ElementsAre("repaired " + drop_in));
-  EXPECT_THAT(state().history.repairs, ElementsAre(Pair("timer", 1)));
+  EXPECT_THAT(state().history.repairs, ElementsAre(Pair(File_Kind::TIMER, 1)));
 }
 
 TEST_F(CycleRecorder, RecordsAFileThatWasTakenOutAgain) {
@@ -310,7 +325,7 @@ TEST_F(CycleRecorder, GoesOnCountingAfterARestart) {
   run_keeping_cycle();
 
   EXPECT_EQ(state().history.cycles, 2U);
-  EXPECT_THAT(state().history.repairs, ElementsAre(Pair("source_list", 1)));
+  EXPECT_THAT(state().history.repairs, ElementsAre(Pair(File_Kind::SOURCE_LIST, 1)));
 }
 
 TEST_F(CycleRecorder, StartsAnewOverADamagedRecord) {

@@ -23,14 +23,14 @@ TEST_F(CycleWatch, LetsTheWorkerWaitForItsInterval) {
 }
 
 TEST_F(CycleWatch, LetsACommandTakeItsTime) {
-  watch_.note_command_begin("apt-get -qq update", start_);
+  watch_.note_command_begin(Command_Kind::REFRESHES_REPOSITORIES, start_);
 
   EXPECT_TRUE(watch_.is_alive(start_ + minutes(34)));
   EXPECT_FALSE(watch_.is_alive(start_ + minutes(36)));
 }
 
 TEST_F(CycleWatch, NeverGivesUpAnInstallation) {
-  watch_.note_command_begin("apt-get -qq install unattended-upgrades", start_);
+  watch_.note_command_begin(Command_Kind::INSTALLS_PACKAGES, start_);
 
   EXPECT_TRUE(watch_.is_alive(start_ + hours(100)));
 }
@@ -42,7 +42,7 @@ TEST_F(CycleWatch, GivesUpAWorkerThatNeverBegins) {
 
 TEST_F(CycleWatch, CountsFromTheLastStep) {
   watch_.note_cycle_begin(start_);
-  watch_.note_command_begin("apt-get -qq install unattended-upgrades", start_ + minutes(1));
+  watch_.note_command_begin(Command_Kind::INSTALLS_PACKAGES, start_ + minutes(1));
   watch_.note_command_end(start_ + minutes(90));
 
   EXPECT_TRUE(watch_.is_alive(start_ + minutes(94)));

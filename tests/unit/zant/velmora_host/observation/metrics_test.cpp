@@ -19,7 +19,7 @@ TEST(Metrics, AreThereFromTheFirstCycleOn) {
       "# HELP package_minder_cycles_total Cycles that were begun.\n"
       "# TYPE package_minder_cycles_total counter\n"
       "package_minder_cycles_total 1\n"
-      "# HELP package_minder_failures_total Cycles that failed, by the part that did.\n"
+      "# HELP package_minder_failures_total Failed steps of cycles, by step.\n"
       "# TYPE package_minder_failures_total counter\n"
       "package_minder_failures_total{kind=\"repository\"} 0\n"
       "package_minder_failures_total{kind=\"hold\"} 0\n"
@@ -31,7 +31,9 @@ TEST(Metrics, AreThereFromTheFirstCycleOn) {
       "package_minder_drift_repaired_total{kind=\"source_list\"} 0\n"
       "package_minder_drift_repaired_total{kind=\"repository_file\"} 0\n"
       "package_minder_drift_repaired_total{kind=\"upgrade_configuration\"} 0\n"
+      "package_minder_drift_repaired_total{kind=\"backup\"} 0\n"
       "package_minder_drift_repaired_total{kind=\"timer\"} 0\n"
+      "package_minder_drift_repaired_total{kind=\"other\"} 0\n"
       "# HELP package_minder_holds_released_total Holds on the package that were released.\n"
       "# TYPE package_minder_holds_released_total counter\n"
       "package_minder_holds_released_total 0\n"
@@ -42,14 +44,14 @@ TEST(Metrics, AreThereFromTheFirstCycleOn) {
 
 TEST(Metrics, CountByKind) {
   Cycle_State state;
-  state.history.failures = {{"hold", 3}};
-  state.history.repairs = {{"timer", 4}};
+  state.history.failures = {{Cycle_Step::HOLD, 3}};
+  state.history.repairs = {{File_Kind::OTHER, 4}};
   state.history.last_success = system_clock::from_time_t(1800000000);
 
   const auto text = metrics_text(state, {});
 
   EXPECT_THAT(text, HasSubstr("package_minder_failures_total{kind=\"hold\"} 3\n"));
-  EXPECT_THAT(text, HasSubstr("package_minder_drift_repaired_total{kind=\"timer\"} 4\n"));
+  EXPECT_THAT(text, HasSubstr("package_minder_drift_repaired_total{kind=\"other\"} 4\n"));
   EXPECT_THAT(text, HasSubstr("package_minder_last_success_timestamp_seconds 1800000000\n"));
 }
 

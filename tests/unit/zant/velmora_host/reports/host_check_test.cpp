@@ -1,5 +1,8 @@
 #include <zant/velmora_host/reports/host_check.hpp>
 
+#include <zant/velmora_host/families/apt/apt_family.hpp>
+#include <zant/velmora_host/families/dnf/dnf_family.hpp>
+
 #include <support/host_side/debian_host.hpp>
 #include <support/host_side/el_host.hpp>
 
@@ -30,17 +33,18 @@ class HostCheck : public ::testing::Test {
     return codes;
   }
 
-  static constexpr Host_Kind APT = {velmora::Package_Config_Type::APT, velmora::Init::systemd};
-  static constexpr Host_Kind APT_WITHOUT_SYSTEMD = {velmora::Package_Config_Type::APT, velmora::Init::other};
-  static constexpr Host_Kind DNF = {velmora::Package_Config_Type::DNF, velmora::Init::systemd};
+  static constexpr velmora::Init SYSTEMD = velmora::Init::systemd;
+  static constexpr velmora::Init NO_SYSTEMD = velmora::Init::other;
+  const APT_Family apt_;
+  const DNF_Family dnf_;
   test_support::Debian_Host debian_;
   test_support::El_Host el_;
   Check_Report report_;
 };
 
 TEST_F(HostCheck, IsContentWithAHostThatHasAllTools) {
-  check_tools(*debian_.system, APT, report_);
-  check_tools(*el_.system, DNF, report_);
+  check_tools(*debian_.system, apt_, SYSTEMD, report_);
+  check_tools(*el_.system, dnf_, SYSTEMD, report_);
 
   EXPECT_THAT(codes(), IsEmpty());
 }
@@ -48,33 +52,17 @@ TEST_F(HostCheck, IsContentWithAHostThatHasAllTools) {
 TEST_F(HostCheck, FindsAMissingToolAndNamesItsPackage) {
   debian_.system->on("command -v service > /dev/null", 1);
 
-  check_tools(*debian_.system, APT, report_);
+  check_tools(*debian_.system, apt_, SYSTEMD, report_);
 
   EXPECT_THAT(codes(), ElementsAre("tools.missing service"));
   EXPECT_EQ(report_.findings[0].remedy, "install the package init-system-helpers");
-}
-
-TEST_F(HostCheck, FindsDnf5) {
-  el_.system->on("dnf --version 2> /dev/null | head -n 1 | grep -q dnf5", 0);
-
-  check_tools(*el_.system, DNF, report_);
-
-  EXPECT_THAT(codes(), ElementsAre("host.dnf5 dnf"));
-}
-
-TEST_F(HostCheck, FindsADnfThatCannotBeConfigured) {
-  el_.system->on("dnf config-manager --help &> /dev/null || command -v yum-config-manager > /dev/null", 1);
-
-  check_tools(*el_.system, DNF, report_);
-
-  EXPECT_THAT(codes(), ElementsAre("tools.missing dnf config-manager"));
 }
 
 TEST_F(HostCheck, FindsMaskedUnits) {
   debian_.system->on("systemctl is-enabled apt-daily.timer 2> /dev/null", 1, "masked\n");
   debian_.system->on("systemctl is-enabled unattended-upgrades.service 2> /dev/null", 1, "disabled\n");
 
-  check_units(*debian_.system, APT, report_);
+  check_units(*debian_.system, apt_, SYSTEMD, report_);
 
   EXPECT_THAT(codes(), ElementsAre("units.masked apt-daily.timer"));
 }
@@ -82,7 +70,7 @@ TEST_F(HostCheck, FindsMaskedUnits) {
 TEST_F(HostCheck, AsksForNoUnitsWithoutSystemd) {
   debian_.system->on("systemctl is-enabled apt-daily.timer 2> /dev/null", 1, "masked\n");
 
-  check_units(*debian_.system, APT_WITHOUT_SYSTEMD, report_);
+  check_units(*debian_.system, apt_, NO_SYSTEMD, report_);
 
   EXPECT_THAT(codes(), IsEmpty());
 }
@@ -94,7 +82,7 @@ TEST_F(HostCheck, HasSystemdJudgeTheSchedule) {
   debian_.system->on("systemd-analyze calendar 'Mon 27:00' &> /dev/null", 1);
   debian_.system->on("systemd-analyze timespan 'a while' &> /dev/null", 1);
 
-  check_schedule(*debian_.system, debian_.settings(), APT, report_);
+  check_schedule(*debian_.system, debian_.settings(), apt_, SYSTEMD, report_);
 
   EXPECT_THAT(codes(), ElementsAre("schedule.bad_calendar package.apt.upgrade_timer.on_calendar",
                                    "schedule.bad_delay package.apt.upgrade_timer.randomized_delay"));
@@ -109,14 +97,14 @@ TEST_F(HostCheck, IsContentWithAScheduleThatSystemdReads) {
     el_.system->on(command, 0);
   }
 
-  check_schedule(*el_.system, el_.settings(), DNF, report_);
+  check_schedule(*el_.system, el_.settings(), dnf_, SYSTEMD, report_);
 
   EXPECT_THAT(codes(), IsEmpty());
   EXPECT_THAT(report_.unchecked, IsEmpty());
 }
 
 TEST_F(HostCheck, AsksNobodyWithoutASchedule) {
-  check_schedule(*debian_.system, debian_.settings(), APT, report_);
+  check_schedule(*debian_.system, debian_.settings(), apt_, SYSTEMD, report_);
 
   EXPECT_THAT(codes(), IsEmpty());
   EXPECT_THAT(debian_.system->commands(), IsEmpty());
@@ -126,7 +114,7 @@ TEST_F(HostCheck, SaysWhenNobodyCanJudgeTheSchedule) {
   debian_.set("package.apt.upgrade_timer.on_calendar", "daily");
   debian_.system->on("command -v systemd-analyze > /dev/null", 1);
 
-  check_schedule(*debian_.system, debian_.settings(), APT, report_);
+  check_schedule(*debian_.system, debian_.settings(), apt_, SYSTEMD, report_);
 
   EXPECT_THAT(codes(), IsEmpty());
   ASSERT_EQ(report_.unchecked.size(), 1U);
@@ -136,7 +124,7 @@ TEST_F(HostCheck, SaysWhenNobodyCanJudgeTheSchedule) {
 TEST_F(HostCheck, FindsAScheduleOnAHostWithoutSystemd) {
   debian_.set("package.apt.upgrade_timer.randomized_delay", "1h");
 
-  check_schedule(*debian_.system, debian_.settings(), APT_WITHOUT_SYSTEMD, report_);
+  check_schedule(*debian_.system, debian_.settings(), apt_, NO_SYSTEMD, report_);
 
   EXPECT_THAT(codes(), ElementsAre("schedule.no_systemd package.apt.upgrade_timer.randomized_delay"));
 }
@@ -145,15 +133,15 @@ TEST_F(HostCheck, FindsDirectoriesThatAreMissingOrReadOnly) {
   debian_.remove("/etc/apt/sources.list.d");
   debian_.system->on("test -w /etc/apt/apt.conf.d", 1);
 
-  check_directories(*debian_.system, *debian_.services.filesystem, debian_.settings(), APT, report_);
+  check_directories(debian_.services, debian_.settings(), apt_, SYSTEMD, report_);
 
   EXPECT_THAT(codes(), ElementsAre("host.directory_missing /etc/apt/sources.list.d",
                                    "host.read_only /etc/apt/apt.conf.d"));
 }
 
 TEST_F(HostCheck, IsContentWithDirectoriesThatCanBeWrittenTo) {
-  check_directories(*debian_.system, *debian_.services.filesystem, debian_.settings(), APT, report_);
-  check_directories(*el_.system, *el_.services.filesystem, el_.settings(), DNF, report_);
+  check_directories(debian_.services, debian_.settings(), apt_, SYSTEMD, report_);
+  check_directories(el_.services, el_.settings(), dnf_, SYSTEMD, report_);
 
   EXPECT_THAT(codes(), IsEmpty());
 }
@@ -161,7 +149,7 @@ TEST_F(HostCheck, IsContentWithDirectoriesThatCanBeWrittenTo) {
 TEST_F(HostCheck, FindsAMissingDirectoryForTheMetrics) {
   el_.set("minder.metrics_file", "/etc/nowhere/m.prom");
 
-  check_directories(*el_.system, *el_.services.filesystem, el_.settings(), DNF, report_);
+  check_directories(el_.services, el_.settings(), dnf_, SYSTEMD, report_);
 
   EXPECT_THAT(codes(), ElementsAre("metrics.directory_missing /etc/nowhere"));
 }

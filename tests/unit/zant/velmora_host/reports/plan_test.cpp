@@ -1,5 +1,7 @@
 #include <zant/velmora_host/reports/plan.hpp>
 
+#include <zant/velmora_host/base/json_document.hpp>
+
 #include <support/host_side/debian_host.hpp>
 
 #include <gmock/gmock.h>
@@ -51,7 +53,7 @@ TEST_F(PlanTest, SaysThatAHostInStepIsInStep) {
   EXPECT_FALSE(report.has_changes());
   EXPECT_EQ(report.outcome(), Plan::Outcome::IN_STEP);
   EXPECT_THAT(to_text(report), HasSubstr("This host is in step: the next cycle would change nothing.\n"));
-  EXPECT_EQ(to_json(report).at("has_changes"), false);
+  EXPECT_EQ(json_document::Json::parse(to_json_text(report)).at("has_changes"), false);
 }
 
 TEST_F(PlanTest, ListsAllThatANewHostNeedsAndDoesNoneOfIt) {
@@ -72,7 +74,7 @@ TEST_F(PlanTest, ShowsAChangedFileAsADiff) {
   host_.services.filesystem->create_directories("/etc/apt/apt.conf.d/.zant-backups");
   host_.write("/etc/apt/apt.conf.d/75lowerspeed", "Acquire::http::Dl-Limit \"9\";\n");
 
-  const auto files = to_json(plan()).at("files");
+  const auto files = json_document::Json::parse(to_json_text(plan())).at("files");
 
   ASSERT_EQ(files.size(), 1U);
   EXPECT_EQ(files[0].at("change"), "replace");
@@ -87,7 +89,7 @@ TEST_F(PlanTest, ListsTheReleaseOfAHold) {
   const auto report = plan();
 
   EXPECT_THAT(changing_commands(report), ElementsAre("apt-mark -qq unhold zant-velmora"));
-  EXPECT_EQ(report.is_held, true);
+  EXPECT_EQ(report.hold, Hold_State::HELD);
 }
 
 TEST_F(PlanTest, ListsAnInstallationThatIsNeeded) {
@@ -108,7 +110,7 @@ TEST_F(PlanTest, OfAPurgeListsWhatWouldBeTakenAway) {
                                          "/etc/apt/trusted.gpg.d/zant-velmora.gpg"));
   EXPECT_THAT(changing_commands(report), IsEmpty()) << "nothing is held";
   EXPECT_EQ(report.outcome(), Plan::Outcome::CHANGES);
-  EXPECT_EQ(to_json(report).at("operation"), "purge");
+  EXPECT_EQ(json_document::Json::parse(to_json_text(report)).at("operation"), "purge");
 }
 
 TEST_F(PlanTest, OfAPurgeWithoutAnythingToUndoSaysSo) {
@@ -145,7 +147,11 @@ TEST_F(PlanTest, TellsWhyACycleWouldFail) {
   const auto report = plan();
 
   EXPECT_EQ(report.outcome(), Plan::Outcome::FAILS);
-  EXPECT_EQ(to_json(report).at("failure"), "Failed to install APT repository keyring for zant-velmora");
+  EXPECT_EQ(to_text(report),
+            "The next cycle would fail.\n"
+            "\nIt would fail after that: Failed to install APT repository keyring for zant-velmora\n");
+  EXPECT_EQ(json_document::Json::parse(to_json_text(report)).at("failure"),
+            "Failed to install APT repository keyring for zant-velmora");
 }
 
 }  // namespace

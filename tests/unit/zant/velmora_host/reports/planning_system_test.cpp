@@ -1,6 +1,11 @@
 #include <zant/velmora_host/reports/planning_system.hpp>
 
+#include <zant/velmora_host/families/apt/apt_family.hpp>
+#include <zant/velmora_host/families/dnf/dnf_family.hpp>
+
+#include <support/fake_filesystem.hpp>
 #include <support/fake_system.hpp>
+#include <support/host_side/fake_host_filesystem.hpp>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -22,7 +27,14 @@ class PlanningSystem : public ::testing::Test {
  protected:
   std::shared_ptr<velmora::test_support::Fake_System> real_ =
       std::make_shared<velmora::test_support::Fake_System>();
-  Planning_System system_{real_};
+  std::shared_ptr<velmora::test_support::Fake_Filesystem> real_files_ =
+      std::make_shared<velmora::test_support::Fake_Filesystem>();
+  std::shared_ptr<velmora::test_support::Fake_Filesystem> planned_files_ =
+      std::make_shared<velmora::test_support::Fake_Filesystem>();
+  const APT_Family apt_;
+  const DNF_Family dnf_;
+  const Host_Services host_{real_, std::make_shared<test_support::Fake_Host_Filesystem>(real_files_)};
+  Planning_System system_{host_, apt_, planned_files_};
 };
 
 TEST_F(PlanningSystem, RunsQueries) {
@@ -33,7 +45,7 @@ TEST_F(PlanningSystem, RunsQueries) {
   EXPECT_EQ(result.exit_code, 1);
   EXPECT_EQ(result.output, "text");
   EXPECT_THAT(system_.planned(), IsEmpty());
-  EXPECT_EQ(system_.exit_code_of(IS_HELD), 1);
+  EXPECT_EQ(system_.answer_to(IS_HELD).value().exit_code, 1);
 }
 
 TEST_F(PlanningSystem, OnlyListsWhatChangesTheHost) {
@@ -63,7 +75,18 @@ TEST_F(PlanningSystem, KnowsWhatWouldChangeNothing) {
 }
 
 TEST_F(PlanningSystem, DoesNotKnowOfQueriesThatNobodyAsked) {
-  EXPECT_FALSE(system_.exit_code_of(IS_HELD));
+  EXPECT_FALSE(system_.answer_to(IS_HELD));
+}
+
+TEST_F(PlanningSystem, AnswersAQueryAsItWouldBeAnsweredAfterWhatIsPlanned) {
+  constexpr const char* IS_LISTED = "dnf repoquery --repoid quorvane -q | grep -q ^zant-velmora";
+  planned_files_->add_file("/etc/yum.repos.d/quorvane.repo", "[quorvane]\nbaseurl=https://repo.test/\n");
+  Planning_System system{host_, dnf_, planned_files_};
+
+  EXPECT_EQ(system.run_command(IS_LISTED, true).exit_code, 0);
+
+  EXPECT_THAT(real_->commands(), IsEmpty());
+  EXPECT_FALSE(system.answer_to(IS_LISTED)) << "the host was not asked";
 }
 
 }  // namespace

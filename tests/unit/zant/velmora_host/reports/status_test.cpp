@@ -1,5 +1,8 @@
 #include <zant/velmora_host/reports/status.hpp>
 
+#include <zant/velmora_host/base/json_document.hpp>
+#include <zant/velmora_host/observation/cycle_store.hpp>
+
 #include <support/host_side/debian_host.hpp>
 
 #include <gmock/gmock.h>
@@ -25,19 +28,19 @@ class StatusTest : public ::testing::Test {
     record(history_);
   }
 
-  void record(const Cycle_History& history,
-              const std::optional<Cycle_Record::Failure>& failure = std::nullopt) {
+  void record(const Cycle_History& history, const std::vector<Cycle_Failure>& failures = {}) {
     Cycle_Record last;
     last.program = "run";
     last.started = std::chrono::system_clock::from_time_t(1800000000);
     last.seconds = 0.25;
     last.actions = {"Set zant-velmora package to \"unhold\""};
-    last.failure = failure;
+    last.failures = failures;
     cycle_store::write(*host_.services.filesystem, cycle_store::file_in(host_.state_directory()),
                        {last, history});
   }
 
   Status status() { return make_status(host_.settings(), host_.services); }
+  json_document::Json json() { return json_document::Json::parse(to_json_text(status())); }
 
   std::vector<std::string> reasons() {
     std::vector<std::string> codes;
@@ -60,7 +63,7 @@ TEST_F(StatusTest, NeedsNoAttentionWhenAllIsInOrder) {
             "Repository          registered, in step\n"
             "Hold                not held\n"
             "Automatic upgrades  on, in step\n"
-            "Timer               apt-daily-upgrade.timer, next run Sat 2026-11-21 03:00:00 UTC\n"
+            "Timer               apt-daily-upgrade.timer, next run 2026-11-21T03:00:00Z\n"
             "Last cycle          2027-01-15T08:00:00Z by \"run\", 0.2 s, succeeded\n"
             "    Set zant-velmora package to \"unhold\"\n"
             "\n"
@@ -68,16 +71,16 @@ TEST_F(StatusTest, NeedsNoAttentionWhenAllIsInOrder) {
 }
 
 TEST_F(StatusTest, HasTheSameForPrograms) {
-  const auto json = to_json(status());
+  const auto document = json();
 
-  EXPECT_EQ(json.at("format"), "package-minder/status");
-  EXPECT_EQ(json.at("package"),
+  EXPECT_EQ(document.at("format"), "package-minder/status");
+  EXPECT_EQ(document.at("package"),
             json_document::Json({{"name", "zant-velmora"}, {"installed", "1.0"}, {"offered", "1.1"}}));
-  EXPECT_EQ(json.at("hold"), "not_held");
-  EXPECT_EQ(json.at("repository").at("registered"), true);
-  EXPECT_EQ(json.at("timer").at("running"), true);
-  EXPECT_EQ(json.at("last_cycle").at("succeeded"), true);
-  EXPECT_EQ(json.at("reasons"), json_document::Json::array());
+  EXPECT_EQ(document.at("hold"), "not_held");
+  EXPECT_EQ(document.at("repository").at("registered"), true);
+  EXPECT_EQ(document.at("timer").at("running"), true);
+  EXPECT_EQ(document.at("last_cycle").at("succeeded"), true);
+  EXPECT_EQ(document.at("reasons"), json_document::Json::array());
 }
 
 TEST_F(StatusTest, NamesTheFileThatIsOutOfStep) {
@@ -88,9 +91,9 @@ TEST_F(StatusTest, NamesTheFileThatIsOutOfStep) {
 
   ASSERT_EQ(seen.drifted_repository_files.size(), 1U);
   EXPECT_EQ(seen.drifted_repository_files[0].path, "/etc/apt/sources.list.d/zant-velmora.list");
-  EXPECT_EQ(seen.drifted_repository_files[0].code, "differs");
+  EXPECT_EQ(seen.drifted_repository_files[0].drift, Status::Drift::DIFFERS);
   ASSERT_EQ(seen.drifted_upgrade_files.size(), 1U);
-  EXPECT_EQ(seen.drifted_upgrade_files[0].code, "missing");
+  EXPECT_EQ(seen.drifted_upgrade_files[0].drift, Status::Drift::MISSING);
   EXPECT_THAT(reasons(), ElementsAre("repository.out_of_step", "upgrades.out_of_step"));
 }
 
@@ -113,10 +116,13 @@ TEST_F(StatusTest, TellsWhatIsNotThere) {
 }
 
 TEST_F(StatusTest, TellsWhyTheLastCycleFailed) {
-  record(history_, Cycle_Record::Failure{Failure_Kind::REPOSITORY, "no network"});
+  record(history_, {{Cycle_Step::REPOSITORY, "no network"}, {Cycle_Step::UPGRADES, "no timer"}});
 
-  EXPECT_THAT(reasons(), ElementsAre("cycle.failed"));
-  EXPECT_EQ(to_json(status()).at("last_cycle").at("failure").at("kind"), "repository");
+  EXPECT_THAT(reasons(), ElementsAre("cycle.failed", "cycle.failed"));
+  EXPECT_EQ(json().at("last_cycle").at("failures"),
+            json_document::Json({{{"kind", "repository"}, {"message", "no network"}},
+                                 {{"kind", "automatic_upgrades"}, {"message", "no timer"}}}));
+  EXPECT_THAT(to_text(status()), HasSubstr("    Failure: no network\n    Failure: no timer\n"));
 }
 
 TEST_F(StatusTest, TellsWhatSomebodyElseKeepsChanging) {
@@ -127,7 +133,7 @@ TEST_F(StatusTest, TellsWhatSomebodyElseKeepsChanging) {
   record(history_);
 
   EXPECT_THAT(reasons(), ElementsAre("conflict.file", "conflict.hold"));
-  EXPECT_EQ(to_json(status()).at("conflicts"),
+  EXPECT_EQ(json().at("conflicts"),
             json_document::Json({"/etc/apt/sources.list.d/zant-velmora.list", "hold"}));
 }
 

@@ -1,5 +1,6 @@
 #include <zant/velmora_host/staging/staging_tree.hpp>
 
+#include <zant/velmora_host/families/family_registry.hpp>
 #include <zant/velmora_host/services/file_service.hpp>
 #include <zant/velmora_host/services/temporary_directory.hpp>
 
@@ -34,12 +35,13 @@ class StagingTree : public ::testing::Test {
 
   std::vector<std::string> faults() const {
     std::vector<std::string> texts;
-    for (const auto& finding : find_staging_tree_faults(tree())) {
+    for (const auto& finding : find_staging_tree_faults(tree(), layout_)) {
       texts.push_back(to_string(finding));
     }
     return texts;
   }
 
+  const Staging_Layout layout_ = Family_Registry::built_in().staging_layout();
   Temporary_Directory directory_;
   velmora::test_support::Captured_Log log_;
 };
@@ -95,16 +97,16 @@ TEST_F(StagingTree, WithoutAKeyringHasAFaultOfItsOwn) {
   boost::filesystem::remove(at("keyrings/zant-velmora.gpg"));
 
   EXPECT_THAT(faults(), IsEmpty()) << "only APT hosts need it";
-  const Findings findings = find_keyring_faults(tree());
+  const Findings findings = find_keyring_faults(tree(), layout_);
   ASSERT_EQ(findings.size(), 1U);
   EXPECT_EQ(to_string(findings[0]),
             at("keyrings/zant-velmora.gpg").string() +
-                ": the keyring of the APT repository is missing; put the repository's public "
+                ": the keyring of the repository is missing; put the repository's public "
                 "keys there, binary, as \"gpg --export\" writes them");
 }
 
 TEST_F(StagingTree, WithAKeyringHasNoSuchFault) {
-  EXPECT_EQ(find_keyring_faults(tree()).size(), 0U);
+  EXPECT_EQ(find_keyring_faults(tree(), layout_).size(), 0U);
 }
 
 class BadTemplate : public StagingTree, public ::testing::WithParamInterface<const char*> {};

@@ -1,6 +1,7 @@
 #include <zant/velmora_host/staging/work_area.hpp>
 
 #include <zant/velmora_host/base/refusal.hpp>
+#include <zant/velmora_host/families/family_registry.hpp>
 #include <zant/velmora_host/services/file_service.hpp>
 #include <zant/velmora_host/services/temporary_directory.hpp>
 
@@ -37,7 +38,7 @@ class WorkArea : public ::testing::Test {
   }
   std::string refusal(Refusal_Reason reason) const {
     try {
-      const Work_Area area(settings(), files_);
+      const Work_Area area(settings(), layout_, files_);
     } catch (const Refusal& refusal) {
       EXPECT_EQ(refusal.reason(), reason);
       return refusal.what();
@@ -46,12 +47,13 @@ class WorkArea : public ::testing::Test {
   }
 
   velmora::test_support::Captured_Log log_;
+  const Staging_Layout layout_ = Family_Registry::built_in().staging_layout();
   Temporary_Directory directory_;
   std::shared_ptr<velmora::Filesystem> files_ = std::make_shared<File_Service>();
 };
 
 TEST_F(WorkArea, HasAFreshCopyOfTheStagingTree) {
-  const Work_Area area(settings(), files_);
+  const Work_Area area(settings(), layout_, files_);
 
   EXPECT_EQ(area.staging_directory(), state() / "staging");
   EXPECT_EQ(files_->read_file(area.staging_directory() / "keyrings/zant-velmora.gpg",
@@ -66,7 +68,7 @@ TEST_F(WorkArea, KeepsNothingOfAnEarlierRun) {
   files_->create_directories(state() / "staging.new");
   files_->write_file(state() / "staging.new/half", "half", velmora::Write_Flag::REPLACE);
 
-  const Work_Area area(settings(), files_);
+  const Work_Area area(settings(), layout_, files_);
 
   EXPECT_FALSE(exists(area.staging_directory() / "config-files/apt/zant-on-calendar.conf"));
   EXPECT_FALSE(exists(area.staging_directory() / "half"));
@@ -74,13 +76,13 @@ TEST_F(WorkArea, KeepsNothingOfAnEarlierRun) {
 }
 
 TEST_F(WorkArea, IsForOneProcessAtATime) {
-  const Work_Area area(settings(), files_);
+  const Work_Area area(settings(), layout_, files_);
 
   EXPECT_THAT(refusal(Refusal_Reason::BUSY), StartsWith("another package-minder (process "));
 }
 
 TEST_F(WorkArea, OfAnotherProcessIsLeftAlone) {
-  const Work_Area area(settings(), files_);
+  const Work_Area area(settings(), layout_, files_);
   files_->write_file(area.staging_directory() / "rendered", "text", velmora::Write_Flag::REPLACE);
 
   refusal(Refusal_Reason::BUSY);
@@ -114,7 +116,7 @@ TEST_F(WorkArea, IsRefusedWhereItCannotBeLocked) {
 }
 
 TEST_F(WorkArea, LeavesNothingAfterItsRemoval) {
-  Work_Area area(settings(), files_);
+  Work_Area area(settings(), layout_, files_);
 
   area.remove();
 
@@ -122,7 +124,7 @@ TEST_F(WorkArea, LeavesNothingAfterItsRemoval) {
 }
 
 TEST_F(WorkArea, LeavesWhatIsNotItsOwn) {
-  Work_Area area(settings(), files_);
+  Work_Area area(settings(), layout_, files_);
   files_->write_file(state() / "somebody-elses", "text", velmora::Write_Flag::REPLACE);
 
   area.remove();

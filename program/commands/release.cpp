@@ -1,0 +1,12 @@
+#include <program/commands/commands.hpp>
+#include <program/exit_status.hpp>
+#include <zant/velmora_host/minding/package_minding.hpp>
+
+namespace zant::program {
+
+int release(const Invocation& /*invocation*/, const velmora_host::Settings& settings,
+            const velmora_host::Host_Services& services) {
+  return velmora_host::release_package(settings, services) ? Exit_Status::DONE : Exit_Status::FAILED;
+}
+
+}  // namespace zant::program

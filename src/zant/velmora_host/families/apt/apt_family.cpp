@@ -1,0 +1,241 @@
+#include <zant/velmora_host/families/apt/apt_family.hpp>
+
+#include <zant/velmora_host/families/apt/source_lists.hpp>
+#include <zant/velmora_host/families/keyring_check.hpp>
+#include <zant/velmora_host/families/linux_package_factory.hpp>
+#include <zant/velmora_host/families/staged_template.hpp>
+#include <zant/velmora_host/families/systemd_commands.hpp>
+#include <zant/velmora_host/settings/build_config.hpp>
+
+#include <zant/velmora/apt/apt_constants.hpp>
+#include <zant/velmora/apt/apt_repo_config.hpp>
+#include <zant/velmora/package_minder/package_constants.hpp>
+#include <zant/velmora/upgrade_timer/upgrade_timer_constants.hpp>
+
+#include <fmt/format.h>
+#include <boost/algorithm/string/predicate.hpp>
+#include <boost/algorithm/string/trim.hpp>
+
+#include <sstream>
+
+namespace zant::velmora_host {
+namespace {
+
+using boost::filesystem::path;
+using velmora::Package_Constants::PACKAGE_NAME;
+namespace APT_Constants = velmora::APT_Constants;
+namespace Upgrade_Timer_Constants = velmora::Upgrade_Timer_Constants;
+
+constexpr const char* FOLDER = "apt";
+
+path keyring_in_tree() {
+  return path("keyrings") / APT_Constants::APT_REPO_KEYRING_FILE;
+}
+
+const std::map<std::string, Command_Traits>& command_table() {
+  using systemd_commands::noop_check_of_start;
+  static const std::map<std::string, Command_Traits> table = {
+      {APT_Constants::ARCHITECTURE_QUERY, {Command_Kind::QUERY}},
+      {APT_Constants::REPO_POLICY_QUERY, {Command_Kind::QUERY}},
+      {APT_Constants::HOLD_QUERY, {Command_Kind::QUERY}},
+      {APT_Constants::UNATTENDED_UPGRADES_PRESENCE, {Command_Kind::QUERY}},
+      {APT_Constants::TIMER_STATUS, {Command_Kind::QUERY}},
+      {APT_Constants::TIMER_NEEDS_RELOAD, {Command_Kind::QUERY}},
+      {APT_Constants::REFRESH_REPOS, {Command_Kind::REFRESHES_REPOSITORIES}},
+      {APT_Constants::HOLD_PACKAGE, {Command_Kind::HOLDS_PACKAGE}},
+      {APT_Constants::UNHOLD_PACKAGE, {Command_Kind::RELEASES_HOLD, "! " + APT_Constants::HOLD_QUERY}},
+      {APT_Constants::INSTALL_UNATTENDED_UPGRADES, {Command_Kind::INSTALLS_PACKAGES}},
+      {APT_Constants::START_UNATTENDED_UPGRADES,
+       {Command_Kind::STARTS_SERVICE, noop_check_of_start("unattended-upgrades.service")}},
+      {APT_Constants::START_TIMER,
+       {Command_Kind::STARTS_TIMER, noop_check_of_start(APT_Constants::APT_UPGRADE_TIMER)}},
+      {APT_Constants::RELOAD_TIMER, {Command_Kind::RELOADS_TIMER}},
+  };
+  return table;
+}
+
+// "  Installed: 1.0" and the like; "(none)" stands for nothing.
+std::string policy_field(const std::string& policy, const std::string& name) {
+  std::istringstream lines(policy);
+  for (std::string line; std::getline(lines, line);) {
+    boost::algorithm::trim(line);
+    if (boost::algorithm::starts_with(line, name)) {
+      const std::string value = boost::algorithm::trim_copy(line.substr(name.size()));
+      return value == "(none)" ? "" : value;
+    }
+  }
+  return "";
+}
+
+}  // namespace
+
+velmora::Package_Config_Type APT_Family::type() const {
+  return velmora::Package_Config_Type::APT;
+}
+
+std::string APT_Family::name() const {
+  return "APT";
+}
+
+bool APT_Family::matches(velmora::Filesystem& filesystem) const {
+  using boost::algorithm::icontains;
+  const std::string os_release = filesystem.read_file("/etc/os-release", velmora::Read_Flag::WHOLE_TEXT);
+  return icontains(os_release, "ubuntu") || icontains(os_release, "debian");
+}
+
+std::unique_ptr<Package_Factory> APT_Family::create_package_factory(const Host_Services& services,
+                                                                    const Settings& settings,
+                                                                    const path& staging_directory) const {
+  return std::make_unique<Linux_Package_Factory>(services, settings, staging_directory);
+}
+
+Findings APT_Family::find_setting_faults(const Settings& /*settings*/) const {
+  return {};
+}
+
+Command_Traits APT_Family::traits_of(const std::string& line) const {
+  const auto& table = command_table();
+  const auto found = table.find(line);
+  return found == table.end() ? Command_Traits{} : found->second;
+}
+
+std::optional<Cycle_Failure> APT_Family::failure_of(const Ended_Command& command, Occasion occasion,
+                                                    const Host_Services& services) const {
+  if (command.exit_code == 0) {
+    return std::nullopt;
+  }
+  const std::string timer = APT_Constants::APT_UPGRADE_TIMER;
+  switch (traits_of(command.line).kind) {
+    case Command_Kind::RELEASES_HOLD:
+      // A purge releases whatever hold there may be, also of a package that is not known any more.
+      if (occasion == Occasion::PURGE) {
+        return std::nullopt;
+      }
+      return Cycle_Failure{Cycle_Step::HOLD,
+                           fmt::format("{} is still held: apt-mark failed with exit code {}", PACKAGE_NAME,
+                                       command.exit_code)};
+    case Command_Kind::STARTS_TIMER:
+      if (!systemd_commands::runs_host(*services.filesystem)) {
+        return std::nullopt;
+      }
+      return Cycle_Failure{Cycle_Step::UPGRADES, timer + " could not be started"};
+    case Command_Kind::RELOADS_TIMER:
+      return Cycle_Failure{Cycle_Step::UPGRADES, timer + " could not be reloaded"};
+    default:
+      return std::nullopt;
+  }
+}
+
+std::optional<int> APT_Family::planned_exit_code_of(const std::string& /*query*/,
+                                                    velmora::Filesystem& /*planned*/,
+                                                    velmora::Filesystem& /*real*/) const {
+  return std::nullopt;
+}
+
+std::map<std::string, std::string> APT_Family::command_environment() const {
+  // By default "apt-get update" succeeds although a repository is unreachable.
+  return {{"APT_CONFIG", Build_Config::APT_CONFIG_FILE}};
+}
+
+File_Kind APT_Family::kind_of(const path& file) const {
+  if (file == APT_Constants::REPO_KEYRING_PATH) {
+    return File_Kind::KEYRING;
+  }
+  if (file == APT_Constants::SOURCE_LIST_PATH) {
+    return File_Kind::SOURCE_LIST;
+  }
+  const path directory = file.parent_path();
+  if (directory == APT_Constants::APT_CONFIG_BACKUP_DIR) {
+    return File_Kind::BACKUP;
+  }
+  if (directory == APT_Constants::APT_GLOBAL_CONFIG_DIR) {
+    return File_Kind::UPGRADE_CONFIGURATION;
+  }
+  return directory == APT_Constants::TIMER_OVERRIDE_DIR ? File_Kind::TIMER : File_Kind::OTHER;
+}
+
+Installed_Paths APT_Family::installed_paths() const {
+  const path drop_ins = APT_Constants::TIMER_OVERRIDE_DIR;
+  return {{APT_Constants::REPO_KEYRING_PATH, APT_Constants::SOURCE_LIST_PATH},
+          {APT_Constants::APT_CONFIG_BACKUP_DIR, drop_ins / APT_Constants::TIMER_ON_CALENDAR_FILE,
+           drop_ins / APT_Constants::TIMER_RANDOMIZED_DELAY_FILE}};
+}
+
+Staging_Layout APT_Family::staging_layout() const {
+  const std::string text = "value";
+  const int number = 1;
+  return {{staged_template(FOLDER, APT_Constants::APT_SOURCE_LIST_FILE, text, text, text),
+           staged_template(FOLDER, APT_Constants::APT_UNATTENDED_UPGRADES_FILE, text),
+           staged_template(FOLDER, APT_Constants::APT_LOWERSPEED_FILE, number),
+           staged_template(FOLDER, Upgrade_Timer_Constants::STAGED_ON_CALENDAR_FILE, text),
+           staged_template(FOLDER, Upgrade_Timer_Constants::STAGED_RANDOMIZED_DELAY_FILE, text)},
+          {path("config-files") / FOLDER / APT_Constants::APT_AUTO_UPGRADES_FILE},
+          {keyring_in_tree()}};
+}
+
+std::vector<path> APT_Family::directories() const {
+  return {path(APT_Constants::REPO_KEYRING_PATH).parent_path(),
+          path(APT_Constants::SOURCE_LIST_PATH).parent_path(), APT_Constants::APT_GLOBAL_CONFIG_DIR};
+}
+
+std::vector<Required_Tool> APT_Family::required_tools() const {
+  return {{"bash", "bash"},         {"grep", "grep"},
+          {"apt-get", "apt"},       {"apt-mark", "apt"},
+          {"apt-cache", "apt"},     {"dpkg-query", "dpkg"},
+          {"which", "debianutils"}, {"service", "init-system-helpers"}};
+}
+
+std::vector<std::string> APT_Family::units() const {
+  return {APT_Constants::APT_UPGRADE_TIMER, "apt-daily-upgrade.service", "apt-daily.timer",
+          "apt-daily.service", "unattended-upgrades.service"};
+}
+
+std::string APT_Family::upgrade_timer() const {
+  return APT_Constants::APT_UPGRADE_TIMER;
+}
+
+std::string APT_Family::schedule_settings() const {
+  return "package.apt.upgrade_timer";
+}
+
+bool APT_Family::is_repository_registered(const Host_Services& services, const Settings& /*settings*/) const {
+  return services.filesystem->exists(APT_Constants::SOURCE_LIST_PATH) &&
+         services.filesystem->exists(APT_Constants::REPO_KEYRING_PATH);
+}
+
+Package_Versions APT_Family::find_versions(const Host_Services& services,
+                                           const Settings& /*settings*/) const {
+  const auto policy =
+      services.system->run_command(APT_Constants::REPO_POLICY_QUERY, velmora::Run_Flag::WAIT_AND_CAPTURE);
+  return policy.exit_code == 0 ? Package_Versions{policy_field(policy.output, "Installed:"),
+                                                  policy_field(policy.output, "Candidate:")}
+                               : Package_Versions{};
+}
+
+std::string APT_Family::hold_query(const Settings& /*settings*/) const {
+  return APT_Constants::HOLD_QUERY;
+}
+
+Hold_State APT_Family::hold_state_of(const velmora::Command_Result& answer,
+                                     const Host_Services& /*services*/) const {
+  return answer.exit_code == 0 ? Hold_State::HELD : Hold_State::NOT_HELD;
+}
+
+std::optional<std::vector<Signing_Key>> APT_Family::read_keys(const Host_Services& services,
+                                                              const path& staging_tree) const {
+  const path keyring = staging_tree / keyring_in_tree();
+  return services.filesystem->exists(keyring) ? read_keyring(*services.system, keyring) : std::nullopt;
+}
+
+void APT_Family::check(const Settings& settings, const Host_Services& services, velmora::Init init,
+                       Check_Report& report) const {
+  const path tree = settings.staging_directory();
+  if (services.filesystem->exists(tree / keyring_in_tree())) {
+    check_keyring(*services.system, *services.filesystem, tree / keyring_in_tree(), report);
+  }
+  const velmora::APT_Repo_Config repo(services.system, settings.configuration(), tree, init);
+  append(report.findings,
+         find_other_source_lists(*services.filesystem, repo.source_list.url, repo.source_list.channel));
+}
+
+}  // namespace zant::velmora_host

@@ -1,0 +1,157 @@
+#include <zant/velmora_host/families/apt/source_lists.hpp>
+
+#include <zant/velmora/apt/apt_constants.hpp>
+
+#include <boost/algorithm/string/case_conv.hpp>
+#include <boost/algorithm/string/classification.hpp>
+#include <boost/algorithm/string/predicate.hpp>
+#include <boost/algorithm/string/split.hpp>
+#include <boost/algorithm/string/trim.hpp>
+#include <boost/filesystem/path.hpp>
+
+#include <algorithm>
+#include <array>
+#include <map>
+#include <sstream>
+#include <vector>
+
+namespace zant::velmora_host {
+namespace {
+
+using boost::filesystem::path;
+
+// What one entry of a source list says.
+struct Listing {
+  std::vector<std::string> urls;
+  std::vector<std::string> suites;
+  bool has_key_of_its_own = false;
+};
+
+std::vector<std::string> words_of(const std::string& text) {
+  std::istringstream stream(text);
+  return {std::istream_iterator<std::string>(stream), std::istream_iterator<std::string>()};
+}
+
+std::vector<std::string> lines_of(const std::string& text) {
+  std::vector<std::string> lines;
+  boost::algorithm::split(lines, text, boost::algorithm::is_any_of("\n"));
+  return lines;
+}
+
+// APT takes an address with and without the slash at its end for the same.
+std::string without_last_slash(const std::string& url) {
+  return boost::algorithm::trim_right_copy_if(url, [](char c) { return c == '/'; });
+}
+
+bool holds_url(const std::vector<std::string>& urls, const std::string& url) {
+  return std::any_of(urls.begin(), urls.end(), [&url](const std::string& candidate) {
+    return without_last_slash(candidate) == without_last_slash(url);
+  });
+}
+
+// "deb [OPTIONS] URL SUITE COMPONENT..."
+std::vector<Listing> listings_of_one_line_format(const std::string& text) {
+  std::vector<Listing> listings;
+  for (const auto& line : lines_of(text)) {
+    const auto words = words_of(line);
+    if (words.empty() || (words[0] != "deb" && words[0] != "deb-src")) {
+      continue;
+    }
+    const std::size_t options_end = line.find(']');
+    const bool has_options = words.size() > 1 && words[1].front() == '[' && options_end != std::string::npos;
+    const auto rest = has_options ? words_of(line.substr(options_end + 1))
+                                  : std::vector<std::string>(words.begin() + 1, words.end());
+    if (rest.size() >= 2) {
+      const bool has_key =
+          has_options && boost::algorithm::icontains(line.substr(0, options_end), "signed-by=");
+      listings.push_back({{rest[0]}, {rest[1]}, has_key});
+    }
+  }
+  return listings;
+}
+
+using Stanza = std::map<std::string, std::string>;
+
+// What APT takes for "no".
+bool is_off(const std::string& text) {
+  static const std::array<const char*, 6> words = {"no", "false", "without", "off", "disable", "0"};
+  const std::string word = boost::algorithm::to_lower_copy(boost::algorithm::trim_copy(text));
+  return std::find(words.begin(), words.end(), word) != words.end();
+}
+
+Listing listing_of(const Stanza& stanza) {
+  const auto field = [&stanza](const char* name) {
+    const auto found = stanza.find(name);
+    return found == stanza.end() ? std::string() : found->second;
+  };
+  if (is_off(field("enabled"))) {
+    return {};
+  }
+  return {words_of(field("uris")), words_of(field("suites")), stanza.contains("signed-by")};
+}
+
+// Stanzas of "Field: value", in which lines that start with a blank continue the one before.
+std::vector<Listing> listings_of_stanza_format(const std::string& text) {
+  std::vector<Listing> listings;
+  Stanza stanza;
+  std::string last_field;
+  auto lines = lines_of(text);
+  lines.emplace_back();
+  for (const auto& line : lines) {
+    const std::size_t separator = line.find(':');
+    if (boost::algorithm::trim_copy(line).empty()) {
+      listings.push_back(listing_of(stanza));
+      stanza.clear();
+    } else if (line.front() == '#') {
+      continue;
+    } else if (line.front() == ' ' || line.front() == '\t') {
+      stanza[last_field] += line;
+    } else if (separator != std::string::npos) {
+      last_field = boost::algorithm::to_lower_copy(line.substr(0, separator));
+      stanza[last_field] = line.substr(separator + 1);
+    }
+  }
+  return listings;
+}
+
+std::vector<path> other_source_lists(velmora::Filesystem& filesystem) {
+  const path directory = path(velmora::APT_Constants::SOURCE_LIST_PATH).parent_path();
+  std::vector<path> files = {"/etc/apt/sources.list"};
+  for (const char* const extension : {".list", ".sources"}) {
+    const auto found = filesystem.list_files(directory, extension);
+    files.insert(files.end(), found.begin(), found.end());
+  }
+  std::erase(files, path(velmora::APT_Constants::SOURCE_LIST_PATH));
+  return files;
+}
+
+Finding other_apt_listing(const path& file, bool has_key_of_its_own) {
+  const char* const remedy = "remove the repository from that file: package-minder registers it";
+  if (has_key_of_its_own) {
+    return {file.string(),
+            "lists the same repository with a key of its own (signed-by): every APT command fails", remedy,
+            "repository.listed_with_another_key"};
+  }
+  return {file.string(), "lists the same repository a second time", remedy, "repository.listed_twice"};
+}
+
+}  // namespace
+
+Findings find_other_source_lists(velmora::Filesystem& filesystem, const std::string& url,
+                                 const std::string& suite) {
+  Findings findings;
+  for (const auto& file : other_source_lists(filesystem)) {
+    const std::string text = filesystem.read_file(file, velmora::Read_Flag::WHOLE_TEXT);
+    const auto listings =
+        file.extension() == ".sources" ? listings_of_stanza_format(text) : listings_of_one_line_format(text);
+    for (const auto& listing : listings) {
+      const auto& suites = listing.suites;
+      if (holds_url(listing.urls, url) && std::find(suites.begin(), suites.end(), suite) != suites.end()) {
+        findings.push_back(other_apt_listing(file, listing.has_key_of_its_own));
+      }
+    }
+  }
+  return findings;
+}
+
+}  // namespace zant::velmora_host

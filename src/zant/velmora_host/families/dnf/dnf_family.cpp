@@ -1,0 +1,260 @@
+#include <zant/velmora_host/families/dnf/dnf_family.hpp>
+
+#include <zant/velmora_host/families/dnf/repository_files.hpp>
+#include <zant/velmora_host/families/linux_package_factory.hpp>
+#include <zant/velmora_host/families/staged_template.hpp>
+#include <zant/velmora_host/families/systemd_commands.hpp>
+
+#include <zant/velmora/dnf/dnf_constants.hpp>
+#include <zant/velmora/dnf/dnf_repo_config.hpp>
+#include <zant/velmora/host/command_success.hpp>
+#include <zant/velmora/package_minder/package_constants.hpp>
+#include <zant/velmora/upgrade_timer/upgrade_timer_constants.hpp>
+
+#include <fmt/format.h>
+#include <boost/algorithm/string/predicate.hpp>
+#include <boost/algorithm/string/trim.hpp>
+
+namespace zant::velmora_host {
+namespace {
+
+using boost::filesystem::path;
+using velmora::Package_Constants::PACKAGE_NAME;
+namespace DNF_Constants = velmora::DNF_Constants;
+namespace Upgrade_Timer_Constants = velmora::Upgrade_Timer_Constants;
+
+constexpr const char* FOLDER = "dnf";
+
+constexpr const char* IMPORT_KEY_PREFIX = "rpm --import ";
+// Which keys rpm has says nothing of the file that would be imported. That it has one is near enough: the
+// import is repeated in every cycle.
+constexpr const char* ANY_KEY_IMPORTED = "rpm --quiet --query gpg-pubkey";
+constexpr const char* NO_CONFLICTING_TIMER =
+    "! systemctl is-enabled --quiet dnf-automatic.timer dnf-automatic-download.timer "
+    "dnf-automatic-notifyonly.timer "
+    "2> /dev/null && "
+    "! systemctl is-active --quiet dnf-automatic.timer dnf-automatic-download.timer "
+    "dnf-automatic-notifyonly.timer";
+
+constexpr const char* RPM_VERSION_QUERY = "rpm --query --queryformat '%{{VERSION}}-%{{RELEASE}}' {}";
+// What DNF last learned: asking the repository would need the network.
+constexpr const char* DNF_OFFER_QUERY =
+    "dnf --quiet --cacheonly repoquery --repoid {} --latest-limit 1 --queryformat "
+    "'%{{version}}-%{{release}}' {} "
+    "2> /dev/null";
+
+constexpr const char* CONFIG_MANAGER_PRESENCE =
+    "dnf config-manager --help &> /dev/null || command -v yum-config-manager > /dev/null";
+constexpr const char* DNF5_QUERY = "dnf --version 2> /dev/null | head -n 1 | grep -q dnf5";
+
+const std::map<std::string, Command_Traits>& command_table() {
+  using systemd_commands::noop_check_of_start;
+  static const std::map<std::string, Command_Traits> table = {
+      {DNF_Constants::DNF_PRESENCE, {Command_Kind::QUERY}},
+      {DNF_Constants::LOCK_QUERY, {Command_Kind::QUERY}},
+      {DNF_Constants::DNF_AUTOMATIC_PRESENCE, {Command_Kind::QUERY}},
+      {DNF_Constants::TIMER_STATUS, {Command_Kind::QUERY}},
+      {DNF_Constants::TIMER_NEEDS_RELOAD, {Command_Kind::QUERY}},
+      {DNF_Constants::EXCLUDE_PACKAGES, {Command_Kind::HOLDS_PACKAGE}},
+      {DNF_Constants::INCLUDE_PACKAGES, {Command_Kind::RELEASES_HOLD}},
+      {DNF_Constants::INSTALL_DNF_AUTOMATIC, {Command_Kind::INSTALLS_PACKAGES}},
+      {DNF_Constants::DISABLE_CONFLICTING_TIMERS, {Command_Kind::DISABLES_TIMERS, NO_CONFLICTING_TIMER}},
+      {DNF_Constants::START_TIMER,
+       {Command_Kind::STARTS_TIMER, noop_check_of_start(DNF_Constants::DNF_AUTOMATIC_TIMER)}},
+      {DNF_Constants::RELOAD_TIMER, {Command_Kind::RELOADS_TIMER}},
+  };
+  return table;
+}
+
+std::string output_of(velmora::System& system, const std::string& command) {
+  const auto result = system.run_command(command, velmora::Run_Flag::WAIT_AND_CAPTURE);
+  return result.exit_code == 0 ? boost::algorithm::trim_copy(result.output) : "";
+}
+
+bool is_excluded_by_file(velmora::Filesystem& filesystem) {
+  return excludes_packages(
+      filesystem.read_file(DNF_Constants::REPO_FILE_PATH, velmora::Read_Flag::WHOLE_TEXT));
+}
+
+void check_dnf(velmora::System& system, Check_Report& report) {
+  if (velmora::command_succeeds(system, DNF5_QUERY)) {
+    report.findings.push_back({"dnf", "dnf5 is not supported: holds cannot be released",
+                               "to release a hold, run \"dnf config-manager setopt quorvane.exclude=\"",
+                               "host.dnf5"});
+    return;
+  }
+  if (!velmora::command_succeeds(system, CONFIG_MANAGER_PRESENCE)) {
+    report.findings.push_back({"dnf config-manager", "is missing: a hold cannot be released",
+                               "install the package dnf-plugins-core", "tools.missing"});
+  }
+}
+
+}  // namespace
+
+velmora::Package_Config_Type DNF_Family::type() const {
+  return velmora::Package_Config_Type::DNF;
+}
+
+std::string DNF_Family::name() const {
+  return "DNF";
+}
+
+bool DNF_Family::matches(velmora::Filesystem& filesystem) const {
+  return boost::algorithm::icontains(filesystem.read_file("/etc/os-release", velmora::Read_Flag::WHOLE_TEXT),
+                                     "rhel");
+}
+
+std::unique_ptr<Package_Factory> DNF_Family::create_package_factory(const Host_Services& services,
+                                                                    const Settings& settings,
+                                                                    const path& staging_directory) const {
+  return std::make_unique<Linux_Package_Factory>(services, settings, staging_directory);
+}
+
+Findings DNF_Family::find_setting_faults(const Settings& /*settings*/) const {
+  return {};
+}
+
+Command_Traits DNF_Family::traits_of(const std::string& line) const {
+  if (boost::algorithm::starts_with(line, IMPORT_KEY_PREFIX)) {
+    return {Command_Kind::IMPORTS_KEY, ANY_KEY_IMPORTED};
+  }
+  const auto& table = command_table();
+  const auto found = table.find(line);
+  return found == table.end() ? Command_Traits{} : found->second;
+}
+
+std::optional<Cycle_Failure> DNF_Family::failure_of(const Ended_Command& command, Occasion /*occasion*/,
+                                                    const Host_Services& services) const {
+  if (command.exit_code == 0) {
+    return std::nullopt;
+  }
+  const std::string timer = DNF_Constants::DNF_AUTOMATIC_TIMER;
+  if (command.line == DNF_Constants::LOCK_QUERY) {
+    // Nothing is listed of a repository that cannot be read either, which the library takes for a hold.
+    return is_excluded_by_file(*services.filesystem)
+               ? std::nullopt
+               : std::optional(Cycle_Failure{
+                     Cycle_Step::REPOSITORY,
+                     fmt::format("DNF lists no {} in the repository {}: the repository cannot be reached or "
+                                 "read, or DNF's own configuration excludes the package",
+                                 PACKAGE_NAME, DNF_Constants::DNF_REPO_ID)});
+  }
+  switch (traits_of(command.line).kind) {
+    case Command_Kind::IMPORTS_KEY:
+      return Cycle_Failure{Cycle_Step::REPOSITORY,
+                           fmt::format("The repository's key could not be imported: \"{}\" failed with exit "
+                                       "code {}",
+                                       command.line, command.exit_code)};
+    case Command_Kind::RELEASES_HOLD:
+      return Cycle_Failure{
+          Cycle_Step::HOLD,
+          fmt::format("{} is still held: the repository's option could not be set, exit code {}",
+                      PACKAGE_NAME, command.exit_code)};
+    case Command_Kind::STARTS_TIMER:
+      return Cycle_Failure{Cycle_Step::UPGRADES, timer + " could not be started"};
+    case Command_Kind::RELOADS_TIMER:
+      return Cycle_Failure{Cycle_Step::UPGRADES, timer + " could not be reloaded"};
+    default:
+      return std::nullopt;
+  }
+}
+
+std::optional<int> DNF_Family::planned_exit_code_of(const std::string& query, velmora::Filesystem& planned,
+                                                    velmora::Filesystem& real) const {
+  if (query != DNF_Constants::LOCK_QUERY) {
+    return std::nullopt;
+  }
+  const path file = DNF_Constants::REPO_FILE_PATH;
+  const std::string text = planned.read_file(file, velmora::Read_Flag::WHOLE_TEXT);
+  if (text == real.read_file(file, velmora::Read_Flag::WHOLE_TEXT)) {
+    return std::nullopt;
+  }
+  // The real query would answer for the repository as it is now; of one that is registered anew DNF lists the
+  // package, unless the new file excludes it.
+  return excludes_packages(text) ? 1 : 0;
+}
+
+std::map<std::string, std::string> DNF_Family::command_environment() const {
+  return {};
+}
+
+File_Kind DNF_Family::kind_of(const path& file) const {
+  if (file == DNF_Constants::REPO_FILE_PATH) {
+    return File_Kind::REPOSITORY_FILE;
+  }
+  return file.parent_path() == DNF_Constants::TIMER_OVERRIDE_DIR ? File_Kind::TIMER : File_Kind::OTHER;
+}
+
+Installed_Paths DNF_Family::installed_paths() const {
+  const path drop_ins = DNF_Constants::TIMER_OVERRIDE_DIR;
+  return {{DNF_Constants::REPO_FILE_PATH},
+          {drop_ins / DNF_Constants::TIMER_ON_CALENDAR_FILE,
+           drop_ins / DNF_Constants::TIMER_RANDOMIZED_DELAY_FILE}};
+}
+
+Staging_Layout DNF_Family::staging_layout() const {
+  const std::string text = "value";
+  return {{staged_template(FOLDER, DNF_Constants::DNF_REPO_FILE, text, text, text, text, text),
+           staged_template(FOLDER, Upgrade_Timer_Constants::STAGED_ON_CALENDAR_FILE, text),
+           staged_template(FOLDER, Upgrade_Timer_Constants::STAGED_RANDOMIZED_DELAY_FILE, text)},
+          {},
+          {}};
+}
+
+std::vector<path> DNF_Family::directories() const {
+  return {path(DNF_Constants::REPO_FILE_PATH).parent_path()};
+}
+
+std::vector<Required_Tool> DNF_Family::required_tools() const {
+  return {{"bash", "bash"}, {"grep", "grep"}, {"dnf", "dnf"}, {"rpm", "rpm"}, {"which", "which"}};
+}
+
+std::vector<std::string> DNF_Family::units() const {
+  return {DNF_Constants::DNF_AUTOMATIC_TIMER, "dnf-automatic-install.service"};
+}
+
+std::string DNF_Family::upgrade_timer() const {
+  return DNF_Constants::DNF_AUTOMATIC_TIMER;
+}
+
+std::string DNF_Family::schedule_settings() const {
+  return "package.dnf.upgrade_timer";
+}
+
+bool DNF_Family::is_repository_registered(const Host_Services& services, const Settings& /*settings*/) const {
+  return services.filesystem->exists(DNF_Constants::REPO_FILE_PATH);
+}
+
+Package_Versions DNF_Family::find_versions(const Host_Services& services,
+                                           const Settings& /*settings*/) const {
+  return {
+      output_of(*services.system, fmt::format(RPM_VERSION_QUERY, PACKAGE_NAME)),
+      output_of(*services.system, fmt::format(DNF_OFFER_QUERY, DNF_Constants::DNF_REPO_ID, PACKAGE_NAME))};
+}
+
+std::string DNF_Family::hold_query(const Settings& /*settings*/) const {
+  return DNF_Constants::LOCK_QUERY;
+}
+
+Hold_State DNF_Family::hold_state_of(const velmora::Command_Result& answer,
+                                     const Host_Services& services) const {
+  if (answer.exit_code == 0) {
+    return Hold_State::NOT_HELD;
+  }
+  return is_excluded_by_file(*services.filesystem) ? Hold_State::HELD : Hold_State::UNKNOWN;
+}
+
+// The library has rpm fetch the key from its address in every cycle; there is no keyring to read.
+std::optional<std::vector<Signing_Key>> DNF_Family::read_keys(const Host_Services& /*services*/,
+                                                              const path& /*staging_tree*/) const {
+  return std::nullopt;
+}
+
+void DNF_Family::check(const Settings& settings, const Host_Services& services, velmora::Init /*init*/,
+                       Check_Report& report) const {
+  check_dnf(*services.system, report);
+  const velmora::DNF_Repo_Config repo(settings.configuration(), settings.staging_directory());
+  append(report.findings, find_other_repository_files(*services.filesystem, repo.base_url));
+}
+
+}  // namespace zant::velmora_host

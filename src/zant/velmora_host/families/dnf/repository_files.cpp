@@ -1,0 +1,125 @@
+#include <zant/velmora_host/families/dnf/repository_files.hpp>
+
+#include <zant/velmora/dnf/dnf_constants.hpp>
+
+#include <fmt/format.h>
+#include <boost/algorithm/string/case_conv.hpp>
+#include <boost/algorithm/string/trim.hpp>
+#include <boost/filesystem/path.hpp>
+
+#include <algorithm>
+#include <array>
+#include <map>
+#include <sstream>
+#include <vector>
+
+namespace zant::velmora_host {
+namespace {
+
+using boost::filesystem::path;
+namespace DNF_Constants = velmora::DNF_Constants;
+
+struct Repository {
+  std::string id;
+  std::map<std::string, std::string> options;
+
+  std::string option(const std::string& name) const {
+    const auto found = options.find(name);
+    return found == options.end() ? "" : found->second;
+  }
+};
+
+bool is_comment(const std::string& line) {
+  return line.front() == '#' || line.front() == ';';
+}
+
+// Sections of "name=value", in which lines that start with a blank continue the one before.
+std::vector<Repository> parse(const std::string& text) {
+  std::vector<Repository> repositories;
+  std::string last_option;
+  std::istringstream lines(text);
+  for (std::string line; std::getline(lines, line);) {
+    const std::string trimmed = boost::algorithm::trim_copy(line);
+    if (trimmed.empty() || is_comment(trimmed)) {
+      continue;
+    }
+    if (trimmed.front() == '[' && trimmed.back() == ']') {
+      repositories.push_back({trimmed.substr(1, trimmed.size() - 2), {}});
+      last_option.clear();
+      continue;
+    }
+    if (repositories.empty()) {
+      continue;
+    }
+    auto& options = repositories.back().options;
+    const std::size_t separator = trimmed.find('=');
+    if ((line.front() == ' ' || line.front() == '\t') && !last_option.empty()) {
+      options[last_option] += " " + trimmed;
+    } else if (separator != std::string::npos) {
+      last_option = boost::algorithm::trim_copy(trimmed.substr(0, separator));
+      options[last_option] = boost::algorithm::trim_copy(trimmed.substr(separator + 1));
+    }
+  }
+  return repositories;
+}
+
+bool is_off(const std::string& text) {
+  static const std::array<const char*, 4> words = {"0", "no", "false", "off"};
+  return std::find(words.begin(), words.end(), boost::algorithm::to_lower_copy(text)) != words.end();
+}
+
+// DNF takes an address with and without the slash at its end for the same.
+std::string without_last_slash(const std::string& url) {
+  return boost::algorithm::trim_right_copy_if(url, [](char c) { return c == '/'; });
+}
+
+bool uses_address(const Repository& repository, const std::string& base_url) {
+  std::string addresses = repository.option("baseurl");
+  std::replace(addresses.begin(), addresses.end(), ',', ' ');
+  std::istringstream words(addresses);
+  return std::any_of(std::istream_iterator<std::string>(words), std::istream_iterator<std::string>(),
+                     [&base_url](const std::string& address) {
+                       return without_last_slash(address) == without_last_slash(base_url);
+                     });
+}
+
+void find_in_file(const path& file, const std::string& text, const std::string& base_url,
+                  Findings& findings) {
+  const char* const remedy = "remove it from that file: package-minder registers the repository";
+  for (const auto& repository : parse(text)) {
+    if (repository.id == DNF_Constants::DNF_REPO_ID) {
+      findings.push_back({file.string(),
+                          fmt::format("defines a repository with the same id, [{}]", repository.id), remedy,
+                          "repository.id_used_twice"});
+    }
+    if (uses_address(repository, base_url) && !is_off(repository.option("enabled"))) {
+      findings.push_back({file.string(),
+                          "lists the same repository a second time: a hold or throttle of package-minder's "
+                          "does not reach it",
+                          remedy, "repository.listed_twice"});
+    }
+  }
+}
+
+}  // namespace
+
+Findings find_other_repository_files(velmora::Filesystem& filesystem, const std::string& base_url) {
+  Findings findings;
+  const path ours = DNF_Constants::REPO_FILE_PATH;
+  for (const auto& file : filesystem.list_files(ours.parent_path(), ".repo")) {
+    if (file != ours) {
+      find_in_file(file, filesystem.read_file(file, velmora::Read_Flag::WHOLE_TEXT), base_url, findings);
+    }
+  }
+  return findings;
+}
+
+bool excludes_packages(const std::string& repository_file) {
+  const auto repositories = parse(repository_file);
+  return std::any_of(repositories.begin(), repositories.end(), [](const Repository& repository) {
+    return repository.id == DNF_Constants::DNF_REPO_ID &&
+           !(repository.option("exclude") + repository.option("excludepkgs")).empty();
+  });
+}
+
+}  // namespace zant::velmora_host

@@ -1,0 +1,19 @@
+#include <zant/velmora_host/minding/host_services.hpp>
+
+#include <zant/velmora_host/families/family_registry.hpp>
+#include <zant/velmora_host/services/command_service.hpp>
+#include <zant/velmora_host/services/file_service.hpp>
+
+namespace zant::velmora_host {
+
+Host_Services make_host_services(const Settings& settings) {
+  const Family_Registry& families = Family_Registry::built_in();
+  Command_Service::Options options;
+  options.time_limit = settings.command_time_limit();
+  options.kill_delay = settings.command_kill_delay();
+  options.environment = families.command_environment();
+  options.runs_to_its_end = [&families](const std::string& line) { return families.installs_packages(line); };
+  return {std::make_shared<Command_Service>(options), std::make_shared<File_Service>()};
+}
+
+}  // namespace zant::velmora_host

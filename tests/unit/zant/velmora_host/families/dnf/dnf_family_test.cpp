@@ -1,0 +1,161 @@
+#include <zant/velmora_host/families/dnf/dnf_family.hpp>
+
+#include <support/fake_filesystem.hpp>
+#include <support/host_side/el_host.hpp>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <string>
+
+namespace zant::velmora_host {
+namespace {
+
+using test_support::El_Host;
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+
+constexpr const char* IS_LISTED = "dnf repoquery --repoid quorvane -q | grep -q ^zant-velmora";
+constexpr const char* IMPORT_KEY = "rpm --import https://repo.velmora.test/key";
+constexpr const char* DISABLE_OTHERS =
+    "systemctl disable --now dnf-automatic.timer dnf-automatic-download.timer "
+    "dnf-automatic-notifyonly.timer";
+
+class DnfFamily : public ::testing::Test {
+ protected:
+  std::string failure(const std::string& line, int exit_code = 1) {
+    const auto failure = family_.failure_of({line, exit_code}, Occasion::CYCLE, host_.services);
+    return failure ? std::string(to_string(failure->step)) + ": " + failure->message : "";
+  }
+
+  Hold_State hold_state(int exit_code) { return family_.hold_state_of({"", exit_code}, host_.services); }
+
+  const DNF_Family family_;
+  El_Host host_;
+};
+
+TEST_F(DnfFamily, KnowsWhatTheCommandLinesDo) {
+  const auto kind = [this](const char* line) { return family_.traits_of(line).kind; };
+
+  for (const char* query : {"which dnf &> /dev/null", IS_LISTED, "which dnf-automatic &> /dev/null",
+                            "systemctl status dnf-automatic-install.timer",
+                            "systemctl show dnf-automatic-install.timer | grep -q NeedDaemonReload=yes"}) {
+    EXPECT_EQ(kind(query), Command_Kind::QUERY) << query;
+  }
+  EXPECT_EQ(kind(IMPORT_KEY), Command_Kind::IMPORTS_KEY);
+  EXPECT_EQ(kind(El_Host::EXCLUDE_PACKAGES), Command_Kind::HOLDS_PACKAGE);
+  EXPECT_EQ(kind(El_Host::INCLUDE_PACKAGES), Command_Kind::RELEASES_HOLD);
+  EXPECT_EQ(kind("dnf -yq install dnf-automatic"), Command_Kind::INSTALLS_PACKAGES);
+  EXPECT_EQ(kind(DISABLE_OTHERS), Command_Kind::DISABLES_TIMERS);
+  EXPECT_EQ(kind("systemctl start dnf-automatic-install.timer"), Command_Kind::STARTS_TIMER);
+  EXPECT_EQ(kind("systemctl daemon-reload && systemctl restart dnf-automatic-install.timer"),
+            Command_Kind::RELOADS_TIMER);
+  EXPECT_EQ(kind("apt-get -qq update"), Command_Kind::UNKNOWN);
+}
+
+TEST_F(DnfFamily, KnowsWhenACommandLineThatIsRepeatedInEveryCycleChangesNothing) {
+  EXPECT_EQ(family_.traits_of(IMPORT_KEY).noop_check, "rpm --quiet --query gpg-pubkey");
+  EXPECT_EQ(family_.traits_of("systemctl start dnf-automatic-install.timer").noop_check,
+            "test ! -d /run/systemd/system || systemctl is-active --quiet dnf-automatic-install.timer");
+  EXPECT_EQ(family_.traits_of(DISABLE_OTHERS).noop_check,
+            "! systemctl is-enabled --quiet dnf-automatic.timer dnf-automatic-download.timer "
+            "dnf-automatic-notifyonly.timer 2> /dev/null && "
+            "! systemctl is-active --quiet dnf-automatic.timer dnf-automatic-download.timer "
+            "dnf-automatic-notifyonly.timer");
+  EXPECT_EQ(family_.traits_of("dnf -yq install dnf-automatic").noop_check, "");
+}
+
+TEST_F(DnfFamily, TakesForAFailureWhatTheLibraryGoesOnAfter) {
+  EXPECT_EQ(failure(IMPORT_KEY, 124),
+            "repository: The repository's key could not be imported: \"rpm --import "
+            "https://repo.velmora.test/key\" failed with exit code 124");
+  EXPECT_EQ(failure(El_Host::INCLUDE_PACKAGES, 127),
+            "hold: zant-velmora is still held: the repository's option could not be set, exit code 127");
+  EXPECT_EQ(failure("systemctl start dnf-automatic-install.timer"),
+            "automatic_upgrades: dnf-automatic-install.timer could not be started");
+  EXPECT_EQ(failure("systemctl daemon-reload && systemctl restart dnf-automatic-install.timer"),
+            "automatic_upgrades: dnf-automatic-install.timer could not be reloaded");
+  EXPECT_EQ(failure(DISABLE_OTHERS), "") << "fails where the host has none of them";
+  EXPECT_EQ(failure(IMPORT_KEY, 0), "");
+}
+
+TEST_F(DnfFamily, TakesARepositoryOfWhichNothingIsListedForAFailureUnlessItIsHeld) {
+  host_.set_up();
+
+  EXPECT_EQ(failure(IS_LISTED),
+            "repository: DNF lists no zant-velmora in the repository quorvane: the repository cannot be "
+            "reached or read, or DNF's own configuration excludes the package");
+  EXPECT_EQ(hold_state(1), Hold_State::UNKNOWN);
+  EXPECT_EQ(hold_state(0), Hold_State::NOT_HELD);
+
+  host_.write("/etc/yum.repos.d/quorvane.repo", "[quorvane]\nexclude=*\n");
+  EXPECT_EQ(failure(IS_LISTED), "");
+  EXPECT_EQ(hold_state(1), Hold_State::HELD);
+}
+
+TEST_F(DnfFamily, AnswersForARepositoryThatIsPlanned) {
+  velmora::test_support::Fake_Filesystem planned;
+  const auto answer = [&] {
+    return family_.planned_exit_code_of(IS_LISTED, planned, *host_.services.filesystem);
+  };
+  EXPECT_FALSE(answer()) << "neither is there";
+
+  planned.add_file("/etc/yum.repos.d/quorvane.repo", "[quorvane]\nbaseurl=https://repo.test/\n");
+  EXPECT_EQ(answer(), 0);
+  planned.add_file("/etc/yum.repos.d/quorvane.repo", "[quorvane]\nexclude=*\n");
+  EXPECT_EQ(answer(), 1);
+  EXPECT_FALSE(family_.planned_exit_code_of("which dnf &> /dev/null", planned, *host_.services.filesystem));
+
+  host_.write("/etc/yum.repos.d/quorvane.repo", "[quorvane]\nexclude=*\n");
+  EXPECT_FALSE(answer()) << "the host's own answer holds";
+}
+
+TEST_F(DnfFamily, KnowsWhatItsFilesAreFor) {
+  EXPECT_EQ(family_.kind_of("/etc/yum.repos.d/quorvane.repo"), File_Kind::REPOSITORY_FILE);
+  EXPECT_EQ(family_.kind_of("/etc/systemd/system/dnf-automatic-install.timer.d/"
+                            "dnf-automatic-install.timer.on-calendar.conf"),
+            File_Kind::TIMER);
+  EXPECT_EQ(family_.kind_of("/etc/yum.repos.d/other.repo"), File_Kind::OTHER);
+  EXPECT_THAT(family_.installed_paths().repository, ElementsAre("/etc/yum.repos.d/quorvane.repo"));
+  EXPECT_EQ(family_.installed_paths().upgrades.size(), 2U);
+}
+
+TEST_F(DnfFamily, AsksRpmAndDnfForTheVersions) {
+  host_.answer_status();
+
+  const auto versions = family_.find_versions(host_.services, host_.settings());
+
+  EXPECT_EQ(versions.installed, "1.0-1");
+  EXPECT_EQ(versions.offered, "1.1-1");
+}
+
+TEST_F(DnfFamily, FindsADnfThatCannotReleaseHolds) {
+  host_.pass_checks();
+  host_.system->on("dnf config-manager --help &> /dev/null || command -v yum-config-manager > /dev/null", 1);
+  Check_Report report;
+  family_.check(host_.settings(), host_.services, velmora::Init::systemd, report);
+  ASSERT_EQ(report.findings.size(), 1U);
+  EXPECT_EQ(report.findings[0].code, "tools.missing");
+  EXPECT_EQ(report.findings[0].where, "dnf config-manager");
+
+  host_.system->on("dnf --version 2> /dev/null | head -n 1 | grep -q dnf5", 0);
+  report = {};
+  family_.check(host_.settings(), host_.services, velmora::Init::systemd, report);
+  ASSERT_EQ(report.findings.size(), 1U);
+  EXPECT_EQ(report.findings[0].code, "host.dnf5");
+}
+
+TEST_F(DnfFamily, FindsOtherFilesOfTheRepository) {
+  host_.pass_checks();
+  host_.write("/etc/yum.repos.d/other.repo",
+              "[other]\nbaseurl=https://repo.velmora.example/velmora-yum-repo/repos/systemd-production/\n");
+  Check_Report report;
+
+  family_.check(host_.settings(), host_.services, velmora::Init::systemd, report);
+
+  ASSERT_EQ(report.findings.size(), 1U);
+  EXPECT_EQ(report.findings[0].code, "repository.listed_twice");
+}
+
+}  // namespace
+}  // namespace zant::velmora_host

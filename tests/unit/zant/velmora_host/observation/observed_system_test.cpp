@@ -1,0 +1,79 @@
+#include <zant/velmora_host/observation/observed_system.hpp>
+
+#include <zant/velmora_host/families/apt/apt_family.hpp>
+
+#include <support/host_side/debian_host.hpp>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace zant::velmora_host {
+namespace {
+
+using ::testing::ElementsAre;
+
+// Writes down what it is told.
+class Noting_Observer : public Command_Observer {
+ public:
+  void note_begin(Command_Kind kind) override {
+    notes.push_back(kind == Command_Kind::QUERY ? "begins to look" : "begins");
+  }
+  void note_end(const Ended_Command& command, Command_Kind kind, double seconds) override {
+    EXPECT_GE(seconds, 0);
+    notes.push_back((kind == Command_Kind::QUERY ? "looked: " : "did: ") + command.line + " " +
+                    std::to_string(command.exit_code));
+  }
+  void note_failure(const Cycle_Failure& failure) override { notes.push_back("failed: " + failure.message); }
+
+  std::vector<std::string> notes;
+};
+
+class ObservedSystem : public ::testing::Test {
+ protected:
+  velmora::Command_Result run(const std::string& command, Occasion occasion = Occasion::CYCLE) {
+    return Observed_System(host_.services, family_, occasion, observer_).run_command(command, true);
+  }
+
+  test_support::Debian_Host host_;
+  const APT_Family family_;
+  std::shared_ptr<Noting_Observer> observer_ = std::make_shared<Noting_Observer>();
+};
+
+TEST_F(ObservedSystem, TellsWhatACommandDoesAndHowItEnded) {
+  host_.system->on("apt-get -qq update", 0, "text");
+  host_.system->during("apt-get -qq update", [this] {
+    EXPECT_THAT(observer_->notes, ElementsAre("begins")) << "before the command runs";
+  });
+
+  const auto result = run("apt-get -qq update");
+
+  EXPECT_EQ(result.output, "text");
+  EXPECT_THAT(observer_->notes, ElementsAre("begins", "did: apt-get -qq update 0"));
+}
+
+TEST_F(ObservedSystem, TellsAQueryFromAChange) {
+  run("which unattended-upgrades > /dev/null");
+
+  EXPECT_THAT(observer_->notes,
+              ElementsAre("begins to look", "looked: which unattended-upgrades > /dev/null 0"));
+}
+
+TEST_F(ObservedSystem, TellsTheFailureThatTheLibraryGoesOnAfter) {
+  host_.system->on("apt-mark -qq unhold zant-velmora", 100);
+
+  EXPECT_EQ(run("apt-mark -qq unhold zant-velmora").exit_code, 100);
+  EXPECT_THAT(observer_->notes,
+              ElementsAre("begins", "did: apt-mark -qq unhold zant-velmora 100",
+                          "failed: zant-velmora is still held: apt-mark failed with exit code 100"));
+
+  observer_->notes.clear();
+  run("apt-mark -qq unhold zant-velmora", Occasion::PURGE);
+  EXPECT_THAT(observer_->notes, ElementsAre("begins", "did: apt-mark -qq unhold zant-velmora 100"));
+}
+
+}  // namespace
+}  // namespace zant::velmora_host
