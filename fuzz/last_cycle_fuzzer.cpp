@@ -7,7 +7,7 @@
 #include <zant/velmora_host/observation/cycle_store.hpp>
 
 using namespace zant::velmora_host;
-using namespace zant::velmora_host::test_support;
+using namespace zant::velmora::test_support;
 
 void try_input(const std::string& input) {
   const auto file = cycle_store::file_in("/state");

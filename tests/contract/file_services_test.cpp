@@ -1,6 +1,7 @@
 #include <zant/velmora_host/contract/filesystem_contract.hpp>
 #include <zant/velmora_host/contract/host_filesystem_contract.hpp>
 
+#include <zant/velmora_host/families/family_registry.hpp>
 #include <zant/velmora_host/observation/cycle_recorder.hpp>
 #include <zant/velmora_host/observation/observed_filesystem.hpp>
 #include <zant/velmora_host/reports/planning_filesystem.hpp>
@@ -75,9 +76,10 @@ class Observed_Host : public Disk_Host {
   Host_Filesystem& filesystem() { return filesystem_; }
 
  private:
+  const Family& family_ = *Family_Registry::built_in().all().front();
   Temporary_Directory state_;
   Observed_Filesystem filesystem_{
-      disk(), std::make_shared<Cycle_Recorder>("run", disk(), state_.path() / "last-cycle.json"),
+      disk(), std::make_shared<Cycle_Recorder>("run", disk(), family_, state_.path() / "last-cycle.json"),
       state_.path() / "staging"};
 };
 

@@ -3,10 +3,11 @@
 #include <program/commands/command.hpp>
 #include <zant/velmora_host/settings/settings.hpp>
 
-/// Registers, starts and stops the program as a service of Windows. Each operation returns the exit status of
-/// the program and logs what it has done, or why not.
+#include <string>
 #include <vector>
 
+/// Registers, starts and stops the program as a service of Windows. Each operation returns the exit status of
+/// the program and logs what it has done, or why not.
 namespace zant::program::service_commands {
 
 /// Registers the service with these settings, to be started with the system and again when it fails.

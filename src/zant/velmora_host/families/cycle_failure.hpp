@@ -1,5 +1,7 @@
 #pragma once
 
+#include <zant/velmora_host/export.hpp>
+
 #include <array>
 #include <optional>
 #include <string>
@@ -17,10 +19,10 @@ enum class Cycle_Step {
 inline constexpr std::array CYCLE_STEPS = {Cycle_Step::REPOSITORY, Cycle_Step::HOLD, Cycle_Step::UPGRADES};
 
 /// "repository", "hold" or "automatic_upgrades".
-const char* to_string(Cycle_Step step);
+PACKAGE_MINDER_HOST_EXPORT const char* to_string(Cycle_Step step);
 
 /// The step of that name; nothing for any other text.
-std::optional<Cycle_Step> cycle_step_from(std::string_view name);
+PACKAGE_MINDER_HOST_EXPORT std::optional<Cycle_Step> cycle_step_from(std::string_view name);
 
 /// A step of a cycle that failed, and why.
 struct Cycle_Failure {

@@ -18,6 +18,8 @@ class Family_Registry {
   /// Those of this system; one object for the process, which is never changed.
   static const Family_Registry& built_in();
 
+  const std::vector<std::unique_ptr<Family>>& all() const noexcept { return families_; }
+
   /// The family of a host; null when none is.
   const Family* find(velmora::Filesystem& filesystem) const;
 

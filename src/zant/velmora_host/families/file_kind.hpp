@@ -1,5 +1,7 @@
 #pragma once
 
+#include <zant/velmora_host/export.hpp>
+
 #include <array>
 #include <optional>
 #include <string_view>
@@ -26,12 +28,12 @@ inline constexpr std::array FILE_KINDS = {File_Kind::KEYRING,
                                           File_Kind::OTHER};
 
 /// "keyring", "source_list", "repository_file", "upgrade_configuration", "backup", "timer" or "other".
-const char* to_string(File_Kind kind);
+PACKAGE_MINDER_HOST_EXPORT const char* to_string(File_Kind kind);
 
 /// The kind of that name; nothing for any other text.
-std::optional<File_Kind> file_kind_from(std::string_view name);
+PACKAGE_MINDER_HOST_EXPORT std::optional<File_Kind> file_kind_from(std::string_view name);
 
 /// Whether the file registers the repository.
-bool registers_repository(File_Kind kind);
+PACKAGE_MINDER_HOST_EXPORT bool registers_repository(File_Kind kind);
 
 }  // namespace zant::velmora_host

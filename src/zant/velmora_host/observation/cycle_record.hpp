@@ -24,10 +24,10 @@ enum class File_Outcome {
 };
 
 /// "installed", "replaced", "updated", "repaired" or "removed".
-const char* to_string(File_Outcome outcome);
+PACKAGE_MINDER_HOST_EXPORT const char* to_string(File_Outcome outcome);
 
 /// The outcome of that name; nothing for any other text.
-std::optional<File_Outcome> file_outcome_from(std::string_view name);
+PACKAGE_MINDER_HOST_EXPORT std::optional<File_Outcome> file_outcome_from(std::string_view name);
 
 /// One cycle, from its first step to its last.
 struct Cycle_Record {
@@ -78,13 +78,13 @@ struct Cycle_State {
 inline constexpr const char* HOLD_SUBJECT = "hold";
 
 /// What is put right again and again: somebody else must be changing it back.
-std::vector<std::string> conflicts(const Cycle_History& history);
+PACKAGE_MINDER_HOST_EXPORT std::vector<std::string> conflicts(const Cycle_History& history);
 
 /// Notes that a file, or the hold, was put right in the cycle that was counted last.
-void note_repair(Cycle_History& history, const std::string& subject);
+PACKAGE_MINDER_HOST_EXPORT void note_repair(Cycle_History& history, const std::string& subject);
 
 /// "2026-01-31T03:00:00Z".
-std::string to_iso_time(std::chrono::system_clock::time_point time);
+PACKAGE_MINDER_HOST_EXPORT std::string to_iso_time(std::chrono::system_clock::time_point time);
 
 /// One line about a cycle.
 PACKAGE_MINDER_HOST_EXPORT std::string describe(const Cycle_Record& record);

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <zant/velmora_host/export.hpp>
+
 #include <zant/velmora/host/system.hpp>
 
 #include <chrono>
@@ -55,7 +57,7 @@ inline constexpr int SIGNAL_BASE = 128;  ///< plus the number of the signal that
 ///   When the command fails, that text is also logged, as a warning with the command.
 /// - The exit code is the command's own, as a signed number.
 /// - A command beyond the time limit is ended at once.
-class Command_Service : public velmora::System {
+class PACKAGE_MINDER_HOST_EXPORT Command_Service : public velmora::System {
  public:
   struct Options {
     /// How long a command may take.

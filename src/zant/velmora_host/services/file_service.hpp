@@ -1,5 +1,7 @@
 #pragma once
 
+#include <zant/velmora_host/export.hpp>
+
 #include <zant/velmora_host/services/host_filesystem.hpp>
 
 #include <cstddef>
@@ -33,7 +35,7 @@ namespace zant::velmora_host {
 ///   or removed.
 /// - Paths that are made from texts are in the encoding that the process has set for boost::filesystem, the
 ///   code page of the system unless it has set UTF-8 (`boost::nowide::nowide_filesystem`).
-class File_Service : public Host_Filesystem {
+class PACKAGE_MINDER_HOST_EXPORT File_Service : public Host_Filesystem {
  public:
   /// The extension of the temporary files; their names begin with a point. A process that is killed while it
   /// writes leaves one; it is harmless, because package managers ignore hidden files, and can be removed

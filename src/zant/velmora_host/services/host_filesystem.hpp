@@ -1,5 +1,7 @@
 #pragma once
 
+#include <zant/velmora_host/export.hpp>
+
 #include <zant/velmora/host/filesystem.hpp>
 
 #include <vector>
@@ -19,7 +21,7 @@ enum class File_Type {
 /// consistent world.
 ///
 /// The rules of `velmora::Filesystem` for owner, threads and failures hold here too.
-class Host_Filesystem : public velmora::Filesystem {
+class PACKAGE_MINDER_HOST_EXPORT Host_Filesystem : public velmora::Filesystem {
  public:
   /// What stands at the path; links are followed. A path that cannot be examined counts as NONE.
   virtual File_Type type_of(const Path& path) = 0;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <zant/velmora_host/export.hpp>
 #include <zant/velmora_host/settings/setting_defaults.hpp>
 
 #include <boost/filesystem/path.hpp>
@@ -17,7 +18,7 @@ struct Directories {
 };
 
 Setting_System system();
-boost::filesystem::path settings_file();
+PACKAGE_MINDER_HOST_EXPORT boost::filesystem::path settings_file();
 Directories directories();
 
 }  // namespace zant::velmora_host::host_defaults

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <zant/velmora_host/export.hpp>
+
 #include <zant/logging/severity_level.hpp>
 
 #include <Poco/AutoPtr.h>
@@ -24,7 +26,7 @@ enum class Setting_Source {
 };
 
 /// For programs: "default", "file", "server" or "overrides".
-const char* to_string(Setting_Source source);
+PACKAGE_MINDER_HOST_EXPORT const char* to_string(Setting_Source source);
 
 /// What settings are read from, beside the defaults.
 struct Settings_Sources {
@@ -59,7 +61,7 @@ struct Effective_Setting {
 /// The settings of the program, or of a server, and those of the library, in layers: defaults, file, server,
 /// overrides. All of them are valid. Immutable; a copy is cheap and shares everything with the original, and
 /// any thread may read it.
-class Settings {
+class PACKAGE_MINDER_HOST_EXPORT Settings {
  public:
   /// Reads and judges all settings.
   ///

@@ -79,7 +79,8 @@ TEST(ExampleOfSettings, ShowsTheDefaultsOfItsTable) {
 
   const std::string text = example(Setting_Table(defaults), "/srv/x.properties", Example::COMMENTED);
 
-  EXPECT_THAT(text, HasSubstr("Default, also when empty: https://vendor.example/ with systemd, http://vendor.example/\n# without.\n"));
+  EXPECT_THAT(text, HasSubstr("Default, also when empty: https://vendor.example/ with systemd, "
+                              "http://vendor.example/\n# without.\n"));
   EXPECT_THAT(text, HasSubstr("\n#package.apt.repo.url =\n"));
   EXPECT_THAT(text, HasSubstr("\n#package.dnf.repo.url = https://vendor.example/rpm\n"));
   EXPECT_THAT(text, HasSubstr("/srv/x.properties"));

@@ -1,5 +1,7 @@
 #include <zant/velmora_host/observation/observed_filesystem.hpp>
 
+#include <zant/velmora_host/families/apt/apt_family.hpp>
+
 #include <support/host_side/fake_host_filesystem.hpp>
 
 #include <gmock/gmock.h>
@@ -59,7 +61,8 @@ class ObservedFilesystem : public ::testing::Test {
 
   std::shared_ptr<test_support::Fake_Host_Filesystem> disk_ =
       std::make_shared<test_support::Fake_Host_Filesystem>();
-  std::shared_ptr<Cycle_Recorder> recorder_ = std::make_shared<Cycle_Recorder>("run", disk_, RECORD);
+  const APT_Family family_;
+  std::shared_ptr<Cycle_Recorder> recorder_ = std::make_shared<Cycle_Recorder>("run", disk_, family_, RECORD);
   Observed_Filesystem files_{disk_, recorder_, "/state/staging"};
 };
 
