@@ -5,7 +5,9 @@ import re
 from disposable_hosts.package_minder import SETTINGS_FILE, UNIT
 from disposable_hosts.polling import wait_until
 
-PROGRAM_PACKAGES = ("libzant-logging1", "libpackage-minder1", "package-minder")
+PROGRAM_PACKAGES = (
+    "libzant-logging1", "libpackage-minder1", "libpackage-minder-host1", "package-minder-data", "package-minder",
+)
 PACKAGES = " ".join(PROGRAM_PACKAGES)
 UNDO_ON_REMOVAL = {"minder.purge_on_removal": "true"}
 

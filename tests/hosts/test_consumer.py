@@ -1,5 +1,6 @@
 """A server that embeds the library is built on a developer's machine from the installed packages, and runs."""
 
+import documents
 import pytest
 from disposable_hosts.apt import site as apt
 from disposable_hosts.built_packages import CHECKOUT
@@ -7,8 +8,9 @@ from disposable_hosts.polling import wait_until
 
 pytestmark = [pytest.mark.slow, pytest.mark.xdist_group("consumer")]
 
-PACKAGES = ("libzant-logging1", "libpackage-minder1", "libpackage-minder-dev")
-
+PACKAGES = (
+    "libzant-logging1", "libpackage-minder1", "libpackage-minder-host1", "package-minder-data", "libpackage-minder-dev",
+)
 
 TREE = "/root/tree"
 CHECK = f"{TREE}/tests/consumer/check"
@@ -41,17 +43,28 @@ def test_a_server_that_embeds_the_library_builds_against_the_installed_packages_
     assert "yes the library's error is caught by its tag" in result.output
 
 
-def test_the_complete_host_of_the_guide_minds_the_package(site, signing_key):
-    site.host.run(f"{CHECK} cmake /root/guide {TREE}/staging", timeout=300)
-    site.host.write("/root/guide/staging/keyrings/zant-velmora.gpg", signing_key.public_key())
-    site.host.run("apt-mark hold zant-velmora")
-    server = f"/root/guide/build/complete_host /root/guide/staging {site.repository_url()}"
+@pytest.mark.parametrize("method, program", [("cmake", "build/minded_server"), ("pkg-config", "minded_server")])
+def test_the_server_of_the_readme_minds_the_package_and_reports_it(site, signing_key, method, program):
+    host, server = site.host, f"/root/{method}/{program}"
+    host.run(f"{CHECK} {method} /root/{method} {TREE}/staging", timeout=300)
+    host.write("/usr/share/package-minder/staging/keyrings/zant-velmora.gpg", signing_key.public_key())
+    host.write("/etc/velmora-server.properties", f"package.apt.repo.url={site.repository_url()}\n")
+    host.run(f"rm -rf /var/lib/velmora-server {apt.SOURCE_LIST}; apt-mark -qq hold zant-velmora")
 
-    site.host.run(f"systemd-run --quiet --unit=server --remain-after-exit sh -c 'sleep infinity | {server}'")
+    before = documents.parse(host.output_of(f"{server} status"))
+    plan = documents.parse(host.output_of(f"{server} plan"))
+    host.run(f"systemd-run --quiet --unit=velmora-server {server}")
+    wait_until(lambda: host.exists("/var/lib/velmora-server/minding.prom") and not site.holds(), "the first cycle to end")
+    after = documents.parse(host.output_of(f"{server} status"))
+    check = documents.parse(host.output_of(f"{server} check"))
+    host.run("systemctl stop velmora-server")
 
-    wait_until(lambda: site.host.exists(apt.SOURCE_LIST) and not site.holds(), "the server to mind its package")
-    site.host.run("pkill --exact sleep")
-    wait_until(lambda: site.host.output_of("systemctl show --property=SubState --value server"), "the server to end", expect="exited")
+    assert (before["repository"]["registered"], before["hold"], before["last_cycle"]) == (False, "held", None)
+    assert apt.SOURCE_LIST in [file["path"] for file in plan["files"]]
+    assert (after["repository"]["registered"], after["hold"], after["service"]) == (True, "not_held", "active")
+    assert (after["last_cycle"]["program"], after["last_cycle"]["succeeded"]) == ("velmora-server", True)
+    assert [finding["code"] for finding in check["findings"]] == []
+    assert "package_minder_cycles_total 1" in host.read("/var/lib/velmora-server/minding.prom")
 
 
 def test_the_program_needs_no_development_package_to_run(developer):

@@ -4,14 +4,14 @@
 //
 //   embedding_host STAGING_DIRECTORY      (a writable copy of the staging tree)
 
-#include "../../../examples/complete_host/services.hpp"
-
 #include <zant/logging/source.hpp>
 #include <zant/velmora/facilitators/linux_package_facilitator.hpp>
 #include <zant/velmora/package_minder/errors.hpp>
 #include <zant/velmora/package_minder/package.hpp>
 #include <zant/velmora/package_minder/package_minder.hpp>
 #include <zant/velmora/package_minder/package_minder_thread.hpp>
+#include <zant/velmora_host/services/command_service.hpp>
+#include <zant/velmora_host/services/file_service.hpp>
 
 #include <Poco/AutoPtr.h>
 #include <Poco/Util/LayeredConfiguration.h>
@@ -32,6 +32,8 @@
 
 using namespace zant::velmora;
 using zant::logging::severity_level;
+using zant::velmora_host::Command_Service;
+using zant::velmora_host::File_Service;
 
 namespace {
 
@@ -78,11 +80,11 @@ void look_at_this_host(const std::string& staging_directory) {
   own->setString("package.apt.repo.url", "http://repo.velmora.test/");
   settings->add(own, 0);
 
-  const Linux_Package_Facilitator facilitator(std::make_shared<Files>(), std::make_shared<Shell>(), *settings,
+  const Linux_Package_Facilitator facilitator(std::make_shared<File_Service>(), std::make_shared<Command_Service>(Command_Service::Options{}), *settings,
                                               staging_directory);
   const auto config = facilitator.create_package_config(true);
   expect(config && config->type() == Package_Config_Type::APT, "this host is known as an APT host");
-  expect(Files().read_file(staging_directory + "/config-files/apt/zant-velmora.list", 0)
+  expect(File_Service().read_file(staging_directory + "/config-files/apt/zant-velmora.list", 0)
                  .find("http://repo.velmora.test/") != std::string::npos,
          "the server's settings are in the staged source list");
   expect(!facilitator.create_package(config)->locked(), "the package is not held");
