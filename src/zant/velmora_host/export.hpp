@@ -8,6 +8,9 @@
 #else
 #define PACKAGE_MINDER_HOST_EXPORT __declspec(dllimport)
 #endif
+#define PACKAGE_MINDER_HOST_LOCAL
 #else
 #define PACKAGE_MINDER_HOST_EXPORT __attribute__((visibility("default")))
+// For what is declared inside an exported class and is nobody's business outside.
+#define PACKAGE_MINDER_HOST_LOCAL __attribute__((visibility("hidden")))
 #endif

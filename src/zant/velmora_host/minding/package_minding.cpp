@@ -9,7 +9,7 @@
 
 namespace zant::velmora_host {
 
-class Package_Minding::Implementation {
+class PACKAGE_MINDER_HOST_LOCAL Package_Minding::Implementation {
  public:
   Implementation(const std::string& name, const Settings& copied_settings, const Host_Services& services)
       : settings(copied_settings), runner(name, settings, services) {}

@@ -17,7 +17,7 @@ namespace zant::velmora_host {
 using zant::logging::severity_level;
 
 // Carries the operations out, and logs why one failed.
-class File_Service::Implementation {
+class PACKAGE_MINDER_HOST_LOCAL File_Service::Implementation {
  public:
   Implementation() { log_.init_("File_Service", ""); }
 

@@ -37,7 +37,7 @@ std::string error_text_of(const Child_Process& child) {
 
 }  // namespace
 
-class Command_Service::Implementation {
+class PACKAGE_MINDER_HOST_LOCAL Command_Service::Implementation {
  public:
   explicit Implementation(Options options)
       : options_(std::move(options)), environment_(make_command_environment(options_.environment)) {

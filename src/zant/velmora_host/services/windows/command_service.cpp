@@ -34,7 +34,7 @@ std::string in_seconds(std::chrono::milliseconds duration) {
 
 }  // namespace
 
-class Command_Service::Implementation {
+class PACKAGE_MINDER_HOST_LOCAL Command_Service::Implementation {
  public:
   explicit Implementation(Options options)
       : options_(std::move(options)), environment_(make_command_environment(options_.environment)) {
