@@ -6,6 +6,8 @@
 #include <zant/velmora_host/settings/build_config.hpp>
 #include <zant/velmora_host/settings/host_defaults.hpp>
 
+#include <zant/logging/severity_level.hpp>
+
 #include <fmt/format.h>
 #include <CLI/App.hpp>
 #include <CLI/Config.hpp>
@@ -55,6 +57,15 @@ CLI::Validator key_and_value() {
       "", "assignment");
 }
 
+CLI::Validator severity() {
+  return CLI::Validator(
+      [](const std::string& name) {
+        const bool is_known = zant::logging::severity_level_from_string(name).has_value();
+        return is_known ? "" : "\"" + name + "\" is not a severity; --help lists them";
+      },
+      "", "severity");
+}
+
 void add_options(CLI::App& app, Options& options) {
   app.set_version_flag("--version", std::string("package-minder ") + velmora_host::Build_Config::VERSION,
                        "Show the version");
@@ -72,8 +83,7 @@ void add_options(CLI::App& app, Options& options) {
                  "warning, error or fatal; short for\n"
                  "--set minder.log.level=LEVEL")
       ->type_name("LEVEL")
-      ->check(
-          CLI::IsMember({"trace", "debug", "info", "notice", "warning", "error", "fatal"}).description(""));
+      ->check(severity());
 }
 
 void add_flags(CLI::App& app, const std::vector<Flag>& flags, Invocation& invocation) {

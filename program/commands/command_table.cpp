@@ -24,6 +24,7 @@ std::vector<Command> make_table() {
       {"status", "Show how things stand on this host", Group::REPORTS, {Flag::JSON}, status},
       {"plan", "Show what the next cycle would change", Group::REPORTS, {Flag::JSON}, plan},
       {"check", "Run preflight checks", Group::REPORTS, {Flag::JSON}, check},
+      {"settings", "Show each setting and its source", Group::REPORTS, {Flag::JSON}, settings},
   };
   if (PLATFORM.make_commands != nullptr) {
     const auto of_system = PLATFORM.make_commands();

@@ -23,6 +23,8 @@ int status(const Invocation& invocation, const velmora_host::Settings& settings,
            const velmora_host::Host_Services& services);
 int plan(const Invocation& invocation, const velmora_host::Settings& settings,
          const velmora_host::Host_Services& services);
+int settings(const Invocation& invocation, const velmora_host::Settings& settings,
+             const velmora_host::Host_Services& services);
 
 /// Judges the settings too, so it reads them itself.
 int check(const Invocation& invocation);

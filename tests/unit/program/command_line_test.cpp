@@ -118,6 +118,12 @@ TEST_F(CommandLine, SaysWhatIsWrong) {
   EXPECT_THAT(err_.str(), HasSubstr("\"minder.interval\" is not of the form KEY=VALUE"));
 }
 
+TEST_F(CommandLine, SaysThatALogLevelIsNone) {
+  parse({"once", "--log-level", "hushed"});
+
+  EXPECT_THAT(err_.str(), HasSubstr("\"hushed\" is not a severity; --help lists them"));
+}
+
 TEST_F(CommandLine, NamesTheCommandsToWhoGivesNoneOrAnother) {
   parse({});
   EXPECT_THAT(err_.str(), ::testing::StartsWith(

@@ -1,6 +1,7 @@
 #include <zant/velmora_host/minding/package_minding.hpp>
 
 #include <zant/velmora_host/minding/cycle_runner.hpp>
+#include <zant/velmora_host/settings/settings_in_force.hpp>
 
 #include <zant/velmora/package_minder/package_minder_thread.hpp>
 
@@ -12,7 +13,11 @@ namespace zant::velmora_host {
 class PACKAGE_MINDER_HOST_LOCAL Package_Minding::Implementation {
  public:
   Implementation(const std::string& name, const Settings& copied_settings, const Host_Services& services)
-      : settings(copied_settings), runner(name, settings, services) {}
+      : settings(copied_settings), runner(name, settings, services) {
+    // For a report only, which says that it is missing.
+    settings_in_force::write(*services.filesystem, settings.state_directory(),
+                             settings_in_force::of_this_process(settings));
+  }
 
   const Settings settings;
   Cycle_Runner runner;

@@ -3,6 +3,7 @@
 #include <zant/velmora_host/minding/package_minding.hpp>
 #include <zant/velmora_host/observation/cycle_observation.hpp>
 #include <zant/velmora_host/observation/observed_system.hpp>
+#include <zant/velmora_host/settings/settings_in_force.hpp>
 #include <zant/velmora_host/staging/work_area.hpp>
 
 #include <fmt/format.h>
@@ -72,6 +73,7 @@ std::vector<std::string> purge(Purge_Scope scope, const Settings& settings, cons
   }
   if (problems.empty() && scope == Purge_Scope::EVERYTHING) {
     remove_observations(settings, *services.filesystem);
+    settings_in_force::remove(*services.filesystem, settings.state_directory());
     work_area.remove();
   }
   return problems;

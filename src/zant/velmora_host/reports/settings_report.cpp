@@ -2,8 +2,10 @@
 
 #include <zant/velmora_host/base/json_document.hpp>
 #include <zant/velmora_host/base/printable.hpp>
+#include <zant/velmora_host/families/minded_host.hpp>
 #include <zant/velmora_host/settings/setting_table.hpp>
 #include <zant/velmora_host/settings/settings_in_force.hpp>
+#include <zant/velmora_host/staging/work_area.hpp>
 
 #include <fmt/format.h>
 #include <boost/algorithm/string/erase.hpp>
@@ -132,6 +134,11 @@ std::string describe(const Row& row, Service service) {
 
 bool Settings_Report::needs_restart() const {
   return service == Service::RUNNING && std::any_of(rows.begin(), rows.end(), differs);
+}
+
+Settings_Report make_settings_report(const Settings& settings, const Host_Services& services) {
+  return make_settings_report(settings, *services.filesystem, find_init(*services.filesystem),
+                              Work_Area::find_holder(settings));
 }
 
 Settings_Report make_settings_report(const Settings& settings, velmora::Filesystem& filesystem,

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <zant/velmora_host/export.hpp>
+#include <zant/velmora_host/services/host_services.hpp>
 #include <zant/velmora_host/settings/settings.hpp>
 
 #include <zant/velmora/host/filesystem.hpp>
@@ -38,9 +40,17 @@ struct Settings_Report {
       rows;  ///< those that have an effect on this system, or are set, in the order of the manual
 
   /// Whether the service runs with other settings than these.
-  bool needs_restart() const;
+  PACKAGE_MINDER_HOST_EXPORT bool needs_restart() const;
 };
 
+/// Looks at the host. Changes nothing, and does not wait for a running service.
+///
+/// @throws std::system_error when the lock of the state directory cannot be read.
+PACKAGE_MINDER_HOST_EXPORT Settings_Report make_settings_report(const Settings& settings,
+                                                                const Host_Services& services);
+
+/// The same with what it depends on.
+///
 /// @param filesystem for the state directory.
 /// @param init       of this host, on which some defaults depend.
 /// @param holder     the id of the process that holds the state directory's lock; empty when none does.
@@ -48,9 +58,9 @@ Settings_Report make_settings_report(const Settings& settings, velmora::Filesyst
                                      velmora::Init init, const std::string& holder);
 
 /// The JSON document "package-minder/settings".
-std::string to_json_text(const Settings_Report& report);
+PACKAGE_MINDER_HOST_EXPORT std::string to_json_text(const Settings_Report& report);
 
 /// For a person, in 80 columns where values and paths permit.
-std::string to_text(const Settings_Report& report);
+PACKAGE_MINDER_HOST_EXPORT std::string to_text(const Settings_Report& report);
 
 }  // namespace zant::velmora_host

@@ -52,6 +52,10 @@ Work_Area::Work_Area(const Settings& settings, const Staging_Layout& layout,
   refuse(settings.state_directory(), error.what());
 }
 
+std::string Work_Area::find_holder(const Settings& settings) {
+  return Instance_Lock::find_holder(lock_file_in(settings.state_directory()));
+}
+
 path Work_Area::staging_directory() const {
   return directory_ / STAGING_DIRECTORY;
 }

@@ -9,6 +9,7 @@
 #include <boost/filesystem/path.hpp>
 
 #include <memory>
+#include <string>
 
 namespace zant::velmora_host {
 
@@ -21,6 +22,11 @@ class Work_Area {
   ///         is changed then.
   Work_Area(const Settings& settings, const Staging_Layout& layout,
             std::shared_ptr<velmora::Filesystem> filesystem);
+
+  /// The id of the process that works in the state directory; empty when none does. Changes nothing.
+  ///
+  /// @throws std::system_error when the lock cannot be read.
+  static std::string find_holder(const Settings& settings);
 
   /// The staging directory.
   boost::filesystem::path staging_directory() const;
