@@ -15,6 +15,10 @@ Json make(const std::string& kind) {
   return {{"format", "package-minder/" + kind}, {"version", VERSION}};
 }
 
+Json text_or_null(const std::string& text) {
+  return text.empty() ? Json() : Json(text);
+}
+
 std::string text_of(const Json& document) {
   return document.dump(INDENT, ' ', false, Json::error_handler_t::replace) + "\n";
 }

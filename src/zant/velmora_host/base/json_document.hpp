@@ -13,6 +13,9 @@ using Json = nlohmann::ordered_json;
 /// A document of this kind ("status", "plan", "check"), with "format" and "version" only.
 Json make(const std::string& kind);
 
+/// The text as a member of a document; null when it is empty.
+Json text_or_null(const std::string& text);
+
 /// The text to print. Bytes that are not UTF-8 are replaced: the text is valid JSON whatever a command line
 /// printed.
 std::string text_of(const Json& document);

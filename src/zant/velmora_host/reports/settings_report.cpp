@@ -18,6 +18,7 @@ namespace zant::velmora_host {
 namespace {
 
 using json_document::Json;
+using json_document::text_or_null;
 using Service = Settings_Report::Service;
 using Row = Settings_Report::Row;
 
@@ -73,10 +74,6 @@ const char* to_code(Service service) {
     default:
       return "unknown";
   }
-}
-
-Json text_or_null(const std::string& text) {
-  return text.empty() ? Json() : Json(text);
 }
 
 Json to_json(const Row& row, Service service) {

@@ -14,6 +14,7 @@ namespace zant::velmora_host {
 namespace {
 
 using json_document::Json;
+using json_document::text_or_null;
 using velmora::Package_Constants::PACKAGE_NAME;
 
 constexpr Enum_Names<Status::Drift, 3> DRIFT_CODES = {{
@@ -36,10 +37,6 @@ constexpr Enum_Names<Hold_State, 3> HOLD_WORDS = {{
     {Hold_State::NOT_HELD, "not held"},
     {Hold_State::UNKNOWN, "unknown"},
 }};
-
-Json text_or_null(const std::string& text) {
-  return text.empty() ? Json() : Json(text);
-}
 
 Json drift_to_json(const std::vector<Status::Drifted_File>& files) {
   Json json = Json::array();
