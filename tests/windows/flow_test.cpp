@@ -16,8 +16,9 @@
 #include <thread>
 #include <vector>
 
-using namespace zant::velmora;
+namespace velmora = zant::velmora;
 using namespace zant::velmora_host;
+using namespace zant::program;
 using namespace zant::velmora_host::test_support;
 using stand_in::Lines;
 using testing::AllOf;

@@ -11,7 +11,7 @@
 #include <iterator>
 #include <string>
 
-namespace zant::velmora::test_support {
+namespace zant::velmora_host::test_support {
 
 /// A directory for one test, with blanks and parentheses in its name, deleted at the end.
 class Scratch_Directory {
@@ -48,4 +48,4 @@ inline void write(const boost::filesystem::path& file, const std::string& text) 
   std::ofstream(file.c_str(), std::ios::binary) << text;
 }
 
-}  // namespace zant::velmora::test_support
+}  // namespace zant::velmora_host::test_support

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 using namespace zant::program;
+namespace velmora_host = zant::velmora_host;
 
 namespace {
 

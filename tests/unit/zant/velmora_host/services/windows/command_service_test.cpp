@@ -13,8 +13,10 @@
 #include <string>
 #include <thread>
 
-using namespace zant::velmora;
+namespace velmora = zant::velmora;
 using namespace zant::velmora_host;
+using zant::velmora::test_support::Captured_Log;
+using zant::velmora::test_support::Captured_Record;
 using namespace zant::velmora_host::test_support;
 using testing::ElementsAre;
 using testing::HasSubstr;

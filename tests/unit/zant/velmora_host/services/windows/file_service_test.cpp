@@ -9,8 +9,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-using namespace zant::velmora;
+namespace velmora = zant::velmora;
 using namespace zant::velmora_host;
+using zant::velmora::test_support::Captured_Log;
 using namespace zant::velmora_host::test_support;
 using testing::ElementsAre;
 using testing::IsEmpty;
