@@ -45,7 +45,7 @@ int carry_out(const Command_Line& command_line, const Service_Maker& make_servic
   require_administrator();
   const Invocation& invocation = command_line.invocation;
   if (const auto* work = std::get_if<Work_Without_Settings>(&command_line.command->work)) {
-    return (*work)(invocation);
+    return (*work)(invocation, make_services);
   }
   const velmora_host::Settings settings(invocation.settings);
   sink.emplace(STANDARD_ERROR, settings.log_format(), least_severity(command_line, settings.log_level()));

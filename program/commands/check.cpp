@@ -2,7 +2,6 @@
 #include <program/exit_status.hpp>
 #include <program/report_output.hpp>
 #include <zant/velmora_host/base/refusal.hpp>
-#include <zant/velmora_host/minding/host_services.hpp>
 #include <zant/velmora_host/reports/check.hpp>
 
 #include <algorithm>
@@ -21,10 +20,10 @@ bool are_about_settings(const velmora_host::Findings& findings) {
 }
 
 // With settings that nobody can work with there is nothing else to look at.
-Check_Report find_all(const velmora_host::Settings_Sources& sources) {
+Check_Report find_all(const velmora_host::Settings_Sources& sources, const Service_Maker& make_services) {
   try {
     const velmora_host::Settings settings(sources);
-    return make_check_report(settings, velmora_host::make_host_services(settings));
+    return make_check_report(settings, make_services(settings));
   } catch (const Refusal& refusal) {
     if (!are_about_settings(refusal.findings())) {
       throw;
@@ -35,8 +34,8 @@ Check_Report find_all(const velmora_host::Settings_Sources& sources) {
 
 }  // namespace
 
-int check(const Invocation& invocation) {
-  const Check_Report report = find_all(invocation.settings);
+int check(const Invocation& invocation, const Service_Maker& make_services) {
+  const Check_Report report = find_all(invocation.settings, make_services);
   print_report(report, invocation.json);
   return report.findings.empty() ? Exit_Status::DONE : Exit_Status::FINDINGS;
 }

@@ -20,8 +20,12 @@ enum class Flag { UPGRADES_ONLY, ON_REMOVAL, PLAN, JSON };
 using Work = std::function<int(const Invocation& invocation, const velmora_host::Settings& settings,
                                const velmora_host::Host_Services& services)>;
 
+/// Makes the services that a command works through.
+using Service_Maker = std::function<velmora_host::Host_Services(const velmora_host::Settings& settings)>;
+
 /// The same for a command that reads the settings itself, or none.
-using Work_Without_Settings = std::function<int(const Invocation& invocation)>;
+using Work_Without_Settings =
+    std::function<int(const Invocation& invocation, const Service_Maker& make_services)>;
 
 /// A command of the program.
 struct Command {

@@ -1,8 +1,6 @@
 #pragma once
 
-#include <program/invocation.hpp>
-#include <zant/velmora_host/services/host_services.hpp>
-#include <zant/velmora_host/settings/settings.hpp>
+#include <program/commands/command.hpp>
 
 namespace zant::program {
 
@@ -27,6 +25,6 @@ int settings(const Invocation& invocation, const velmora_host::Settings& setting
              const velmora_host::Host_Services& services);
 
 /// Judges the settings too, so it reads them itself.
-int check(const Invocation& invocation);
+int check(const Invocation& invocation, const Service_Maker& make_services);
 
 }  // namespace zant::program

@@ -98,8 +98,8 @@ void stop_if_running(WinService& service) {
 Command service_command(const char* name, const char* description,
                         int (*work)(const velmora_host::Settings_Sources& settings)) {
   Command command{name, description};
-  command.work =
-      Work_Without_Settings([work](const Invocation& invocation) { return work(invocation.settings); });
+  command.work = Work_Without_Settings(
+      [work](const Invocation& invocation, const Service_Maker&) { return work(invocation.settings); });
   return command;
 }
 

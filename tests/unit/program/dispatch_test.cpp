@@ -1,0 +1,333 @@
+#include <program/command_line.hpp>
+#include <program/dispatch.hpp>
+
+#include <support/host_side/debian_host.hpp>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <boost/filesystem/operations.hpp>
+#include <nlohmann/json.hpp>
+
+#include <unistd.h>
+
+#include <iostream>
+#include <sstream>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace zant::program {
+namespace {
+
+using nlohmann::json;
+using ::testing::Contains;
+using ::testing::ElementsAre;
+using ::testing::EndsWith;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+using ::testing::Not;
+
+constexpr int ERROR = 5;
+
+struct Outcome {
+  int exit_status;
+  std::string output;
+  std::string log;
+};
+
+// The program as it is called, on a Debian host that is not this one.
+class Dispatch : public ::testing::Test {
+ protected:
+  Dispatch() {
+    host_.write("/etc/package-minder.properties", "");
+    host_.allow_changes();
+    host_.answer_status();
+  }
+
+  Outcome call(std::vector<std::string> words) {
+    return call(std::move(words), [this](const auto&) { return host_.services; });
+  }
+
+  Outcome call(std::vector<std::string> words, const Service_Maker& make_services) {
+    words.insert(words.begin(), "package-minder");
+    words.insert(words.end(), {"--settings", host_.on_disk("/etc/package-minder.properties").string()});
+    for (const auto& [key, value] : host_.settings_sources().overrides) {
+      words.insert(words.end(), {"--set", key + "=" + value});
+    }
+    std::vector<const char*> values;
+    for (const auto& word : words) {
+      values.push_back(word.c_str());
+    }
+
+    std::ostringstream output;
+    std::streambuf* const standard_output = std::cout.rdbuf(output.rdbuf());
+    ::testing::internal::CaptureStderr();
+    const auto parsed =
+        parse_command_line(static_cast<int>(values.size()), values.data(), std::cout, std::cerr);
+    const int status =
+        parsed.command_line ? dispatch(*parsed.command_line, make_services) : parsed.exit_status;
+    std::cout.rdbuf(standard_output);
+    return {status, output.str(), ::testing::internal::GetCapturedStderr()};
+  }
+
+  velmora_host::test_support::Debian_Host host_;
+};
+
+// --- What is not carried out -------------------------------------------------
+
+TEST_F(Dispatch, RefusesSettingsThatAreWrong) {
+  host_.set("minder.interval", "0");
+
+  const auto outcome = call({"once"});
+
+  EXPECT_EQ(outcome.exit_status, 78);
+  EXPECT_THAT(outcome.log, HasSubstr(" error   package-minder: --set: minder.interval"));
+  EXPECT_THAT(host_.system->commands(), IsEmpty());
+}
+
+TEST_F(Dispatch, RefusesWhoIsNotRoot) {
+  ASSERT_EQ(::seteuid(4711), 0);
+  const auto outcome = call({"status", "--json"});
+  ASSERT_EQ(::seteuid(0), 0);
+
+  EXPECT_EQ(outcome.exit_status, 77);
+  EXPECT_THAT(host_.log.messages(ERROR),
+              ElementsAre("package-minder must be run by the administrator: run it as root"));
+  EXPECT_EQ(json::parse(outcome.output).at("error").at("code"), "no_rights");
+}
+
+TEST_F(Dispatch, GivesAReasonInTheReportsPlace) {
+  host_.write("/etc/os-release", "ID=other\n");
+
+  const auto outcome = call({"status", "--json"});
+
+  EXPECT_EQ(outcome.exit_status, 69);
+  EXPECT_EQ(json::parse(outcome.output).at("format"), "package-minder/status");
+  EXPECT_EQ(json::parse(outcome.output).at("error").at("code"), "unsupported_host");
+  EXPECT_EQ(json::parse(outcome.output).at("error").at("exit_status"), 69);
+  EXPECT_EQ(json::parse(outcome.output).at("error").at("messages"), json(host_.log.messages(ERROR)));
+  EXPECT_EQ(json::parse(call({"purge", "--plan", "--json"}).output).at("format"), "package-minder/plan");
+  EXPECT_EQ(call({"status"}).output, "") << "a person has the log";
+}
+
+TEST_F(Dispatch, FailsWithWhatItWasToldAndExitsWithOne) {
+  const auto outcome = call(
+      {"once"}, [](const auto&) -> velmora_host::Host_Services { throw std::runtime_error("no services"); });
+
+  EXPECT_EQ(outcome.exit_status, 1);
+  EXPECT_THAT(outcome.log, EndsWith(" error   package-minder: Encountered error: no services\n"));
+}
+
+TEST_F(Dispatch, SurvivesWhatIsNoException) {
+  const auto outcome = call({"once"}, [](const auto&) -> velmora_host::Host_Services { throw 7; });
+
+  EXPECT_EQ(outcome.exit_status, 1);
+  EXPECT_THAT(outcome.log, EndsWith(" error   package-minder: Unknown error\n"));
+}
+
+TEST_F(Dispatch, TellsHowACommandLineIsWrong) {
+  const auto outcome = call({"twice"});
+
+  EXPECT_EQ(outcome.exit_status, 64);
+  EXPECT_EQ(outcome.output, "");
+}
+
+// --- The log -----------------------------------------------------------------
+
+TEST_F(Dispatch, LogsAsTheSettingsSay) {
+  host_.set("minder.log.format", "journal");
+
+  EXPECT_THAT(call({"once"}).log, EndsWith("<6>package-minder: The cycle is done\n"));
+
+  host_.set("minder.log.level", "notice");
+  EXPECT_THAT(call({"once"}).log, Not(HasSubstr("The cycle is done")));
+}
+
+TEST_F(Dispatch, LogsOnlyErrorsBesideAReportUnlessMoreIsAskedFor) {
+  host_.set("minder.log.format", "journal");
+
+  EXPECT_EQ(call({"plan"}).log, "");
+  EXPECT_EQ(call({"purge", "--plan"}).log, "");
+  EXPECT_THAT(call({"plan", "--log-level", "notice"}).log, HasSubstr("<5>APT_Package_Config: "));
+}
+
+// --- Commands ----------------------------------------------------------------
+
+TEST_F(Dispatch, OfPurgeWithPlanPurgesNothing) {
+  host_.set_up();
+
+  const auto outcome = call({"purge", "--plan"});
+
+  EXPECT_EQ(outcome.exit_status, 2);
+  EXPECT_THAT(outcome.output, HasSubstr("A purge would change this host.\n"));
+  EXPECT_THAT(host_.files_below("etc/apt"), Contains("sources.list.d/zant-velmora.list"));
+}
+
+TEST_F(Dispatch, OfPurgeWithoutPlanPurges) {
+  host_.set_up();
+
+  EXPECT_EQ(call({"purge"}).exit_status, 0);
+
+  EXPECT_THAT(host_.files_below("etc/apt"), Not(Contains("sources.list.d/zant-velmora.list")));
+}
+
+TEST_F(Dispatch, OfPurgeOfTheUpgradesWithPlanShowsThoseAlone) {
+  host_.set_up();
+  host_.write("/etc/apt/apt.conf.d/.zant-backups/20auto-upgrades", "the host's own\n");
+
+  const auto outcome = call({"purge", "--plan", "--upgrades-only", "--json"});
+
+  EXPECT_EQ(outcome.exit_status, 2);
+  EXPECT_EQ(json::parse(outcome.output).at("operation"), "purge_upgrades");
+}
+
+TEST_F(Dispatch, OfAPlanExitsWithWhatItFound) {
+  EXPECT_EQ(call({"plan"}).exit_status, 2);
+
+  host_.set_up();
+  const auto outcome = call({"plan"});
+  EXPECT_EQ(outcome.exit_status, 0);
+  EXPECT_EQ(outcome.output,
+            "This host is in step: the next cycle would change nothing.\n"
+            "\n"
+            "Commands run every cycle, with no effect now:\n"
+            "  service unattended-upgrades start > /dev/null\n"
+            "  systemctl start apt-daily-upgrade.timer\n");
+
+  host_.remove("/etc/apt/trusted.gpg.d");
+  EXPECT_EQ(call({"plan"}).exit_status, 1);
+}
+
+TEST_F(Dispatch, OfAStatusPrintsThePageAndSucceeds) {
+  host_.set_up();
+
+  const auto outcome = call({"status"});
+
+  EXPECT_EQ(outcome.exit_status, 0);
+  EXPECT_EQ(outcome.output,
+            "Host                package manager APT, init systemd\n"
+            "Service             active\n"
+            "Package             zant-velmora 1.0 installed, 1.1 offered\n"
+            "Repository          registered, in step\n"
+            "Hold                not held\n"
+            "Automatic upgrades  on, in step\n"
+            "Timer               apt-daily-upgrade.timer, next run 2026-11-21T03:00:00Z\n"
+            "Last cycle          none is recorded\n"
+            "\n"
+            "Needs attention:\n"
+            "  - No cycle is recorded on this host [cycle.never_ran]\n");
+}
+
+TEST_F(Dispatch, OfAStatusForProgramsPrintsTheWholeDocument) {
+  host_.set_up();
+
+  const auto outcome = call({"status", "--json"});
+
+  EXPECT_EQ(outcome.exit_status, 0);
+  EXPECT_EQ(outcome.output,
+            "{\n"
+            "  \"format\": \"package-minder/status\",\n"
+            "  \"version\": 1,\n"
+            "  \"host\": {\n"
+            "    \"package_manager\": \"APT\",\n"
+            "    \"init\": \"systemd\"\n"
+            "  },\n"
+            "  \"service\": \"active\",\n"
+            "  \"package\": {\n"
+            "    \"name\": \"zant-velmora\",\n"
+            "    \"installed\": \"1.0\",\n"
+            "    \"offered\": \"1.1\"\n"
+            "  },\n"
+            "  \"repository\": {\n"
+            "    \"registered\": true,\n"
+            "    \"out_of_step\": []\n"
+            "  },\n"
+            "  \"hold\": \"not_held\",\n"
+            "  \"automatic_upgrades\": {\n"
+            "    \"wanted\": true,\n"
+            "    \"out_of_step\": [],\n"
+            "    \"pending_commands\": []\n"
+            "  },\n"
+            "  \"timer\": {\n"
+            "    \"unit\": \"apt-daily-upgrade.timer\",\n"
+            "    \"running\": true,\n"
+            "    \"next_run\": \"2026-11-21T03:00:00Z\"\n"
+            "  },\n"
+            "  \"last_cycle\": null,\n"
+            "  \"conflicts\": [],\n"
+            "  \"reasons\": [\n"
+            "    {\n"
+            "      \"code\": \"cycle.never_ran\",\n"
+            "      \"message\": \"No cycle is recorded on this host\"\n"
+            "    }\n"
+            "  ]\n"
+            "}\n");
+}
+
+TEST_F(Dispatch, OfAHoldAndAReleaseRunsTheTool) {
+  EXPECT_EQ(call({"hold"}).exit_status, 0);
+  EXPECT_THAT(host_.system->commands(), Contains("apt-mark -qq hold zant-velmora"));
+
+  EXPECT_EQ(call({"release"}).exit_status, 0);
+  EXPECT_THAT(host_.system->commands(), Contains("apt-mark -qq unhold zant-velmora"));
+}
+
+// --- check -------------------------------------------------------------------
+
+TEST_F(Dispatch, OfACheckWithoutFindingsSucceeds) {
+  host_.pass_checks();
+
+  const auto outcome = call({"check"});
+
+  EXPECT_EQ(outcome.output, "Nothing found that needs to be put right.\n");
+  EXPECT_EQ(outcome.exit_status, 0);
+}
+
+TEST_F(Dispatch, OfACheckWithFindingsExitsWithOne) {
+  host_.pass_checks();
+  host_.system->on("command -v grep > /dev/null", 1);
+
+  const auto outcome = call({"check", "--json"});
+
+  EXPECT_EQ(outcome.exit_status, 1);
+  EXPECT_EQ(outcome.output,
+            "{\n"
+            "  \"format\": \"package-minder/check\",\n"
+            "  \"version\": 1,\n"
+            "  \"findings\": [\n"
+            "    {\n"
+            "      \"code\": \"tools.missing\",\n"
+            "      \"where\": \"grep\",\n"
+            "      \"message\": \"this command is missing\",\n"
+            "      \"remedy\": \"install the package grep\"\n"
+            "    }\n"
+            "  ],\n"
+            "  \"unchecked\": []\n"
+            "}\n");
+}
+
+TEST_F(Dispatch, OfACheckFindsWrongSettingsAndLooksAtNothingElse) {
+  host_.set("minder.interval", "0");
+
+  const auto outcome = call({"check"});
+
+  EXPECT_EQ(outcome.exit_status, 1);
+  EXPECT_THAT(outcome.output,
+              HasSubstr("[settings.bad_value]\n"
+                        "Not checked: the staging tree and the host, because the settings are not "
+                        "usable.\n1 finding.\n"));
+  EXPECT_THAT(host_.system->commands(), IsEmpty());
+}
+
+TEST_F(Dispatch, OfACheckIsRefusedWhenTheSettingsCannotBeRead) {
+  host_.remove("/etc/package-minder.properties");
+
+  const auto outcome = call({"check", "--json"});
+
+  EXPECT_EQ(outcome.exit_status, 78);
+  EXPECT_EQ(json::parse(outcome.output).at("format"), "package-minder/check");
+  EXPECT_EQ(json::parse(outcome.output).at("error").at("code"), "bad_settings");
+}
+
+}  // namespace
+}  // namespace zant::program

@@ -1,0 +1,198 @@
+#include <zant/velmora_host/reports/check.hpp>
+
+#include <support/host_side/debian_host.hpp>
+#include <support/host_side/el_host.hpp>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <boost/filesystem/operations.hpp>
+
+#include <string>
+#include <vector>
+
+namespace zant::velmora_host {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+
+template <typename Host>
+class Whole_Check : public ::testing::Test {
+ protected:
+  Whole_Check() { host_.pass_checks(); }
+
+  Check_Report check() { return make_check_report(host_.settings(), host_.services); }
+
+  // "CODE WHERE"; what is in the staging tree without the tree's own path.
+  std::vector<std::string> findings() {
+    const std::string tree = host_.installed_tree().string();
+    std::vector<std::string> texts;
+    for (const auto& finding : check().findings) {
+      const bool is_in_tree = finding.where.starts_with(tree);
+      texts.push_back(finding.code + " " + (is_in_tree ? finding.where.substr(tree.size()) : finding.where));
+    }
+    return texts;
+  }
+
+  void remove_from_tree(const std::string& name) {
+    boost::filesystem::remove_all(host_.installed_tree() / name);
+  }
+
+  void write_to_tree(const std::string& name, const std::string& text) {
+    host_.services.filesystem->write_file(host_.installed_tree() / name, text, velmora::Write_Flag::REPLACE);
+  }
+
+  Host host_;
+};
+
+using WholeCheckOfDebian = Whole_Check<test_support::Debian_Host>;
+using WholeCheckOfEl = Whole_Check<test_support::El_Host>;
+
+TEST_F(WholeCheckOfDebian, FindsNothingOnAHostThatIsInOrder) {
+  EXPECT_EQ(to_text(check()), "Nothing found that needs to be put right.\n");
+}
+
+TEST_F(WholeCheckOfEl, FindsNothingOnAHostThatIsInOrder) {
+  EXPECT_EQ(to_text(check()), "Nothing found that needs to be put right.\n");
+}
+
+TEST_F(WholeCheckOfDebian, LooksAtTheStagingTree) {
+  remove_from_tree("config-files/apt/templates/75lowerspeed.template");
+  write_to_tree("config-files/apt/templates/50unattended-upgrades.template", "{} {}");
+  write_to_tree("config-files/apt/extra", "text");
+
+  EXPECT_THAT(findings(),
+              ElementsAre("staging.bad_template /config-files/apt/templates/50unattended-upgrades.template",
+                          "staging.file_missing /config-files/apt/templates/75lowerspeed.template",
+                          "staging.foreign_file /config-files/apt/extra"));
+}
+
+TEST_F(WholeCheckOfDebian, LooksForLinksInTheStagingTree) {
+  boost::filesystem::create_symlink("/etc", host_.installed_tree() / "config-files/elsewhere");
+
+  EXPECT_THAT(findings(), ElementsAre("staging.not_a_file /config-files/elsewhere"));
+}
+
+TEST_F(WholeCheckOfDebian, LooksForTheKeyring) {
+  remove_from_tree("keyrings/zant-velmora.gpg");
+
+  EXPECT_THAT(findings(), ElementsAre("keyring.missing /keyrings/zant-velmora.gpg"));
+}
+
+TEST_F(WholeCheckOfEl, LooksForNoKeyring) {
+  remove_from_tree("keyrings/zant-velmora.gpg");
+
+  EXPECT_THAT(findings(), IsEmpty());
+}
+
+TEST_F(WholeCheckOfDebian, LooksAtTheKeys) {
+  host_.list_keys("pub:r:1024:17:01:1000000000:::-:::scSC:::::::0:\nfpr:::::::::AA:\n");
+
+  EXPECT_THAT(findings(), ElementsAre("keyring.key_revoked /keyrings/zant-velmora.gpg",
+                                      "keyring.weak_key /keyrings/zant-velmora.gpg"));
+}
+
+TEST_F(WholeCheckOfDebian, LooksAtToolsDirectoriesUnitsAndSchedule) {
+  host_.set("package.apt.upgrade_timer.on_calendar", "Mon 27:00");
+  host_.system->on("command -v apt-cache > /dev/null", 1);
+  host_.system->on("test -w /etc/systemd/system", 1);
+  host_.system->on("systemctl is-enabled apt-daily.service 2> /dev/null", 1, "masked\n");
+  host_.system->on("command -v systemd-analyze > /dev/null", 0);
+  host_.system->on("systemd-analyze calendar 'Mon 27:00' &> /dev/null", 1);
+
+  EXPECT_THAT(findings(), ElementsAre("tools.missing apt-cache", "host.read_only /etc/systemd/system",
+                                      "units.masked apt-daily.service",
+                                      "schedule.bad_calendar package.apt.upgrade_timer.on_calendar"));
+}
+
+TEST_F(WholeCheckOfDebian, AsksForNoUnitsOfUpgradesThatAreSwitchedOff) {
+  host_.set("minder.automatic_upgrades", "false");
+  host_.set("package.apt.upgrade_timer.on_calendar", "Mon 27:00");
+  host_.system->on("systemctl is-enabled apt-daily.service 2> /dev/null", 1, "masked\n");
+
+  EXPECT_THAT(findings(), IsEmpty());
+}
+
+TEST_F(WholeCheckOfDebian, LooksForOtherListingsOfTheRepository) {
+  host_.write("/etc/apt/sources.list",
+              "deb https://repo.velmora.example/velmora-apt-repo systemd-production main\n");
+  host_.set("package.apt.repo.channel", "systemd-production");
+
+  EXPECT_THAT(findings(), ElementsAre("repository.listed_twice /etc/apt/sources.list"));
+}
+
+TEST_F(WholeCheckOfEl, LooksAtDnfAndForOtherListingsOfTheRepository) {
+  host_.system->on("dnf --version 2> /dev/null | head -n 1 | grep -q dnf5", 0);
+  host_.system->on("systemctl is-enabled dnf-automatic-install.timer 2> /dev/null", 1, "masked\n");
+  host_.write("/etc/yum.repos.d/other.repo", "[quorvane]\nbaseurl=https://elsewhere.test/\n");
+
+  EXPECT_THAT(findings(), ElementsAre("units.masked dnf-automatic-install.timer", "host.dnf5 dnf",
+                                      "repository.id_used_twice /etc/yum.repos.d/other.repo"));
+}
+
+TEST_F(WholeCheckOfDebian, OfAHostThatIsNotSupportedLooksAtTheStagingTreeAlone) {
+  host_.write("/etc/os-release", "ID=other\n");
+  write_to_tree("config-files/apt/extra", "text");
+
+  EXPECT_THAT(findings(), ElementsAre("staging.foreign_file /config-files/apt/extra",
+                                      "host.unsupported /etc/os-release"));
+  EXPECT_THAT(host_.system->commands(), IsEmpty());
+}
+
+// What a person reads of each finding.
+TEST_F(WholeCheckOfDebian, SaysWhatIsWrongAndWhatToDo) {
+  host_.set("package.apt.upgrade_timer.on_calendar", "Mon 27:00");
+  host_.set("package.apt.upgrade_timer.randomized_delay", "a while");
+  host_.set("minder.metrics_file", "/etc/nowhere/m.prom");
+  host_.remove("/etc/apt/sources.list.d");
+  host_.system->on("command -v service > /dev/null", 1);
+  host_.system->on("test -w /etc/apt/apt.conf.d", 1);
+  host_.system->on("systemctl is-enabled apt-daily.timer 2> /dev/null", 1, "masked\n");
+  host_.system->on("command -v systemd-analyze > /dev/null", 0);
+  host_.system->on("systemd-analyze calendar 'Mon 27:00' &> /dev/null", 1);
+  host_.system->on("systemd-analyze timespan 'a while' &> /dev/null", 1);
+
+  EXPECT_EQ(to_text(check()),
+            "service: this command is missing\n"
+            "    Remedy: install the package init-system-helpers\n"
+            "    [tools.missing]\n"
+            "/etc/apt/sources.list.d: this directory of the package manager's is missing\n"
+            "    Remedy: install the package manager again, or create the directory\n"
+            "    [host.directory_missing]\n"
+            "/etc/apt/apt.conf.d: cannot be written to: the file system is read-only\n"
+            "    Remedy: mount it writable; a host whose /etc cannot be changed cannot be minded\n"
+            "    [host.read_only]\n"
+            "/etc/nowhere: the directory of minder.metrics_file is missing\n"
+            "    Remedy: create it, or name the directory that the node exporter reads\n"
+            "    [metrics.directory_missing]\n"
+            "apt-daily.timer: is masked: automatic upgrades need it to run\n"
+            "    Remedy: \"systemctl unmask apt-daily.timer\", or minder.automatic_upgrades = false\n"
+            "    [units.masked]\n"
+            "package.apt.upgrade_timer.on_calendar: systemd cannot read \"Mon 27:00\"\n"
+            "    Remedy: must be a calendar expression such as Mon..Fri 03:00; try it with \"systemd-analyze "
+            "calendar\"\n"
+            "    [schedule.bad_calendar]\n"
+            "package.apt.upgrade_timer.randomized_delay: systemd cannot read \"a while\"\n"
+            "    Remedy: must be a time span such as 30min; try it with \"systemd-analyze timespan\"\n"
+            "    [schedule.bad_delay]\n"
+            "7 findings.\n");
+}
+
+TEST_F(WholeCheckOfDebian, SaysWhatItCouldNotLookAt) {
+  host_.set("package.apt.upgrade_timer.on_calendar", "daily");
+  host_.system->on("command -v systemd-analyze > /dev/null", 1);
+  host_.list_keys("", 127);
+  host_.system->on("command -v gpg > /dev/null", 1);
+
+  EXPECT_EQ(to_text(check()),
+            "Not checked: the calendar and delay of automatic upgrades, because systemd-analyze is not "
+            "installed on this host.\n"
+            "Not checked: the keys in " +
+                (host_.installed_tree() / "keyrings/zant-velmora.gpg").string() +
+                " (age, "
+                "strength), because gpg is not installed on this host.\n"
+                "Nothing found that needs to be put right.\n");
+}
+
+}  // namespace
+}  // namespace zant::velmora_host

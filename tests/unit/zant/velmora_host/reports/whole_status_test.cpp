@@ -1,0 +1,343 @@
+#include <zant/velmora_host/observation/cycle_store.hpp>
+#include <zant/velmora_host/reports/status.hpp>
+
+#include <support/host_side/debian_host.hpp>
+#include <support/host_side/el_host.hpp>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+namespace zant::velmora_host {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+
+template <typename Host>
+class Whole_Status : public ::testing::Test {
+ protected:
+  Whole_Status() {
+    host_.set_up();
+    host_.answer_status();
+    host_.services.filesystem->create_directories(host_.state_directory());
+    record({});
+  }
+
+  void record(const Cycle_State& state) {
+    Cycle_State complete = state;
+    complete.last_cycle.program = "run";
+    complete.last_cycle.started = std::chrono::system_clock::from_time_t(1800000000);
+    complete.last_cycle.seconds = 0.26;
+    cycle_store::write(*host_.services.filesystem, cycle_store::file_in(host_.state_directory()), complete);
+  }
+
+  Status status() { return make_status(host_.settings(), host_.services); }
+
+  std::vector<std::string> reasons() {
+    std::vector<std::string> codes;
+    for (const auto& reason : status().reasons) {
+      codes.push_back(reason.code);
+    }
+    return codes;
+  }
+
+  Host host_;
+};
+
+using WholeStatusOfDebian = Whole_Status<test_support::Debian_Host>;
+using WholeStatusOfEl = Whole_Status<test_support::El_Host>;
+
+TEST_F(WholeStatusOfDebian, NeedsNoAttention) {
+  EXPECT_THAT(reasons(), IsEmpty());
+}
+
+TEST_F(WholeStatusOfEl, NeedsNoAttention) {
+  EXPECT_THAT(reasons(), IsEmpty());
+}
+
+TEST_F(WholeStatusOfEl, PrintsThePage) {
+  EXPECT_EQ(to_text(status()),
+            "Host                package manager DNF, init systemd\n"
+            "Service             active\n"
+            "Package             zant-velmora 1.0-1 installed, 1.1-1 offered\n"
+            "Repository          registered, in step\n"
+            "Hold                not held\n"
+            "Automatic upgrades  on, in step\n"
+            "Timer               dnf-automatic-install.timer, next run 2026-11-21T06:00:00Z\n"
+            "Last cycle          2027-01-15T08:00:00Z by \"run\", 0.3 s, succeeded\n"
+            "\n"
+            "Nothing needs attention.\n");
+}
+
+TEST_F(WholeStatusOfEl, CannotTellAHoldWhenTheRepositoryListsNothing) {
+  host_.hold();
+
+  EXPECT_THAT(reasons(), ElementsAre("hold.unknown"));
+}
+
+TEST_F(WholeStatusOfEl, TellsAHoldFromTheRepositoryFile) {
+  host_.hold();
+  host_.write("/etc/yum.repos.d/quorvane.repo", host_.read("/etc/yum.repos.d/quorvane.repo") + "exclude=*\n");
+
+  EXPECT_THAT(reasons(), ElementsAre("hold.held"));
+}
+
+TEST_F(WholeStatusOfDebian, TellsUpgradesThatAreSwitchedOff) {
+  host_.set("minder.automatic_upgrades", "false");
+  host_.system->on("systemctl is-active --quiet apt-daily-upgrade.timer", 3);
+
+  EXPECT_THAT(reasons(), ElementsAre("upgrades.off"));
+  EXPECT_FALSE(status().upgrades_are_wanted);
+}
+
+TEST_F(WholeStatusOfDebian, TellsThatTheNextCycleWouldFail) {
+  host_.remove("/etc/apt/trusted.gpg.d");
+
+  EXPECT_THAT(reasons(), ElementsAre("repository.not_registered", "hold.unknown", "cycle.would_fail"));
+}
+
+TEST_F(WholeStatusOfDebian, TellsCommandsThatTheUpgradesNeed) {
+  host_.system->on("which unattended-upgrades > /dev/null", 1);
+
+  EXPECT_THAT(reasons(), ElementsAre("upgrades.out_of_step"));
+}
+
+TEST_F(WholeStatusOfDebian, OverlooksCommandsOfTheRepositoryAndTheHold) {
+  host_.remove("/etc/apt/sources.list.d/zant-velmora.list");
+  host_.hold();
+
+  EXPECT_THAT(reasons(), ElementsAre("repository.not_registered", "hold.held"));
+  EXPECT_THAT(status().upgrade_commands, IsEmpty());
+}
+
+TEST_F(WholeStatusOfDebian, NeedsBothFilesToBeRegistered) {
+  host_.remove("/etc/apt/trusted.gpg.d/zant-velmora.gpg");
+
+  EXPECT_THAT(reasons(), ElementsAre("repository.not_registered"));
+}
+
+TEST_F(WholeStatusOfDebian, WithoutSystemdAsksForNoUnits) {
+  host_.write("/proc/1/comm", "init\n");
+  host_.write("/etc/apt/sources.list.d/zant-velmora.list",
+              "deb [arch=amd64] http://repo.velmora.example/velmora-apt-repo/ sysvinit-production main\n");
+  host_.system->on("systemctl is-active package-minder.service 2> /dev/null", 3, "inactive\n");
+  host_.system->on("systemctl is-active --quiet apt-daily-upgrade.timer", 3);
+
+  EXPECT_EQ(to_text(status()),
+            "Host                package manager APT, init other\n"
+            "Service             unknown\n"
+            "Package             zant-velmora 1.0 installed, 1.1 offered\n"
+            "Repository          registered, in step\n"
+            "Hold                not held\n"
+            "Automatic upgrades  on, in step\n"
+            "Timer               none: systemd does not start upgrades on this host\n"
+            "Last cycle          2027-01-15T08:00:00Z by \"run\", 0.3 s, succeeded\n"
+            "\n"
+            "Nothing needs attention.\n");
+}
+
+// Everything that can be wrong at once.
+TEST_F(WholeStatusOfDebian, PrintsAllThatNeedsAttention) {
+  Cycle_State state;
+  state.last_cycle.actions = {"Updating\nthe list"};
+  state.last_cycle.problems = {"Something is odd"};
+  state.last_cycle.failures = {{Cycle_Step::REPOSITORY, "no network"}, {Cycle_Step::HOLD, "still held"}};
+  state.history.cycles = 3;
+  state.history.last_success = std::chrono::system_clock::from_time_t(1799990000);
+  state.history.recent_repairs = {{"hold", {1, 2, 3}}, {"/etc/apt/apt.conf.d/75lowerspeed", {1, 2, 3}}};
+  record(state);
+  host_.hold();
+  host_.write("/etc/apt/sources.list.d/zant-velmora.list", "deb http://elsewhere.test/ stable main\n");
+  host_.remove("/etc/apt/apt.conf.d/75lowerspeed");
+  host_.write("/etc/systemd/system/apt-daily-upgrade.timer.d/apt-daily-upgrade.timer.on-calendar.conf",
+              "[Timer]\n");
+  host_.system->on("apt-cache policy zant-velmora", 0,
+                   "zant-velmora:\n  Installed: (none)\n  Candidate: (none)\n");
+  host_.system->on("systemctl is-active package-minder.service 2> /dev/null", 3, "inactive\n");
+  host_.system->on("systemctl is-active --quiet apt-daily-upgrade.timer", 3);
+
+  EXPECT_EQ(to_text(status()),
+            "Host                package manager APT, init systemd\n"
+            "Service             inactive\n"
+            "Package             zant-velmora not installed, none offered\n"
+            "Repository          registered, out of step\n"
+            "    /etc/apt/sources.list.d/zant-velmora.list differs\n"
+            "Hold                held\n"
+            "Automatic upgrades  on, out of step\n"
+            "    /etc/apt/apt.conf.d/75lowerspeed is missing\n"
+            "    /etc/systemd/system/apt-daily-upgrade.timer.d/apt-daily-upgrade.timer.on-calendar.conf "
+            "should not exist\n"
+            "    to be run: systemctl daemon-reload && systemctl restart apt-daily-upgrade.timer\n"
+            "Timer               apt-daily-upgrade.timer, is not running\n"
+            "Last cycle          2027-01-15T08:00:00Z by \"run\", 0.3 s, failed\n"
+            "    Updating\\n"
+            "the list\n"
+            "    Problem: Something is odd\n"
+            "    Failure: no network\n"
+            "    Failure: still held\n"
+            "\n"
+            "Needs attention:\n"
+            "  - The service package-minder is inactive: drift is not repaired [service.not_running]\n"
+            "  - zant-velmora is not installed [package.not_installed]\n"
+            "  - The repository's registration is out of step [repository.out_of_step]\n"
+            "  - zant-velmora is held against upgrades [hold.held]\n"
+            "  - The automatic upgrades are out of step [upgrades.out_of_step]\n"
+            "  - apt-daily-upgrade.timer is not running [timer.not_running]\n"
+            "  - The last cycle failed: no network [cycle.failed]\n"
+            "  - The last cycle failed: still held [cycle.failed]\n"
+            "  - /etc/apt/apt.conf.d/75lowerspeed is changed back after each repair: something else writes "
+            "it [conflict.file]\n"
+            "  - zant-velmora is held again after each release: something else on this host holds it "
+            "[conflict.hold]\n");
+  EXPECT_EQ(to_json_text(status()),
+            "{\n"
+            "  \"format\": \"package-minder/status\",\n"
+            "  \"version\": 1,\n"
+            "  \"host\": {\n"
+            "    \"package_manager\": \"APT\",\n"
+            "    \"init\": \"systemd\"\n"
+            "  },\n"
+            "  \"service\": \"inactive\",\n"
+            "  \"package\": {\n"
+            "    \"name\": \"zant-velmora\",\n"
+            "    \"installed\": null,\n"
+            "    \"offered\": null\n"
+            "  },\n"
+            "  \"repository\": {\n"
+            "    \"registered\": true,\n"
+            "    \"out_of_step\": [\n"
+            "      {\n"
+            "        \"path\": \"/etc/apt/sources.list.d/zant-velmora.list\",\n"
+            "        \"code\": \"differs\"\n"
+            "      }\n"
+            "    ]\n"
+            "  },\n"
+            "  \"hold\": \"held\",\n"
+            "  \"automatic_upgrades\": {\n"
+            "    \"wanted\": true,\n"
+            "    \"out_of_step\": [\n"
+            "      {\n"
+            "        \"path\": \"/etc/apt/apt.conf.d/75lowerspeed\",\n"
+            "        \"code\": \"missing\"\n"
+            "      },\n"
+            "      {\n"
+            "        \"path\": "
+            "\"/etc/systemd/system/apt-daily-upgrade.timer.d/apt-daily-upgrade.timer.on-calendar.conf\",\n"
+            "        \"code\": \"not_wanted\"\n"
+            "      }\n"
+            "    ],\n"
+            "    \"pending_commands\": [\n"
+            "      \"systemctl daemon-reload && systemctl restart apt-daily-upgrade.timer\"\n"
+            "    ]\n"
+            "  },\n"
+            "  \"timer\": {\n"
+            "    \"unit\": \"apt-daily-upgrade.timer\",\n"
+            "    \"running\": false,\n"
+            "    \"next_run\": \"2026-11-21T03:00:00Z\"\n"
+            "  },\n"
+            "  \"last_cycle\": {\n"
+            "    \"started\": \"2027-01-15T08:00:00Z\",\n"
+            "    \"seconds\": 0.26,\n"
+            "    \"program\": \"run\",\n"
+            "    \"succeeded\": false,\n"
+            "    \"failures\": [\n"
+            "      {\n"
+            "        \"kind\": \"repository\",\n"
+            "        \"message\": \"no network\"\n"
+            "      },\n"
+            "      {\n"
+            "        \"kind\": \"hold\",\n"
+            "        \"message\": \"still held\"\n"
+            "      }\n"
+            "    ],\n"
+            "    \"actions\": [\n"
+            "      \"Updating\\n"
+            "the list\"\n"
+            "    ],\n"
+            "    \"problems\": [\n"
+            "      \"Something is odd\"\n"
+            "    ],\n"
+            "    \"last_success\": \"2027-01-15T05:13:20Z\"\n"
+            "  },\n"
+            "  \"conflicts\": [\n"
+            "    \"/etc/apt/apt.conf.d/75lowerspeed\",\n"
+            "    \"hold\"\n"
+            "  ],\n"
+            "  \"reasons\": [\n"
+            "    {\n"
+            "      \"code\": \"service.not_running\",\n"
+            "      \"message\": \"The service package-minder is inactive: drift is not repaired\"\n"
+            "    },\n"
+            "    {\n"
+            "      \"code\": \"package.not_installed\",\n"
+            "      \"message\": \"zant-velmora is not installed\"\n"
+            "    },\n"
+            "    {\n"
+            "      \"code\": \"repository.out_of_step\",\n"
+            "      \"message\": \"The repository's registration is out of step\"\n"
+            "    },\n"
+            "    {\n"
+            "      \"code\": \"hold.held\",\n"
+            "      \"message\": \"zant-velmora is held against upgrades\"\n"
+            "    },\n"
+            "    {\n"
+            "      \"code\": \"upgrades.out_of_step\",\n"
+            "      \"message\": \"The automatic upgrades are out of step\"\n"
+            "    },\n"
+            "    {\n"
+            "      \"code\": \"timer.not_running\",\n"
+            "      \"message\": \"apt-daily-upgrade.timer is not running\"\n"
+            "    },\n"
+            "    {\n"
+            "      \"code\": \"cycle.failed\",\n"
+            "      \"message\": \"The last cycle failed: no network\"\n"
+            "    },\n"
+            "    {\n"
+            "      \"code\": \"cycle.failed\",\n"
+            "      \"message\": \"The last cycle failed: still held\"\n"
+            "    },\n"
+            "    {\n"
+            "      \"code\": \"conflict.file\",\n"
+            "      \"message\": \"/etc/apt/apt.conf.d/75lowerspeed is changed back after each repair: "
+            "something else writes it\"\n"
+            "    },\n"
+            "    {\n"
+            "      \"code\": \"conflict.hold\",\n"
+            "      \"message\": \"zant-velmora is held again after each release: something else on this host "
+            "holds it\"\n"
+            "    }\n"
+            "  ]\n"
+            "}\n");
+}
+
+TEST_F(WholeStatusOfDebian, TellsAPackageThatIsUpToDateAndATimerWithoutANextRun) {
+  host_.system->on("apt-cache policy zant-velmora", 0, "zant-velmora:\n  Installed: 1.1\n  Candidate: 1.1\n");
+  host_.system->on(
+      "TZ=UTC systemctl show --property=NextElapseUSecRealtime --value apt-daily-upgrade.timer "
+      "2> /dev/null",
+      0, "\n");
+
+  EXPECT_EQ(to_text(status()),
+            "Host                package manager APT, init systemd\n"
+            "Service             active\n"
+            "Package             zant-velmora 1.1 installed, up to date\n"
+            "Repository          registered, in step\n"
+            "Hold                not held\n"
+            "Automatic upgrades  on, in step\n"
+            "Timer               apt-daily-upgrade.timer, no next run is set\n"
+            "Last cycle          2027-01-15T08:00:00Z by \"run\", 0.3 s, succeeded\n"
+            "\n"
+            "Nothing needs attention.\n");
+}
+
+TEST_F(WholeStatusOfDebian, TellsAPackageThatAptDoesNotKnow) {
+  host_.system->on("apt-cache policy zant-velmora", 100, "  Installed: 1.1\n");
+
+  EXPECT_THAT(reasons(), ElementsAre("package.not_installed"));
+}
+
+}  // namespace
+}  // namespace zant::velmora_host
