@@ -24,6 +24,7 @@ def texts_in(*folders, endings):
 
 
 SOURCES = re.sub(r"//.*", "", "\n".join(texts_in("src/zant/velmora_host", "program", endings=(".cpp", ".hpp"))))
+TESTS = "\n".join(texts_in("tests/unit", "tests/hosts", "tests/windows", endings=(".cpp", ".hpp", ".py")))
 GUIDE = (CHECKOUT / "docs" / "status.md").read_text(encoding="utf-8")
 SCHEMAS = {path.name: json.loads(path.read_text(encoding="utf-8")) for path in (CHECKOUT / "schemas").glob("*.schema.json")}
 
@@ -75,6 +76,11 @@ class Codes(unittest.TestCase):
         codes = {value for schema in SCHEMAS.values() for value in values_in(schema) if "." in value}
 
         self.assertEqual(sorted(codes), sorted(codes_of_the_sources()))
+
+    def test_each_is_in_a_test(self):
+        missing = [code for code in sorted(codes_of_the_sources()) if not re.search(rf"\b{re.escape(code)}\b(?!\()", TESTS)]
+
+        self.assertEqual(missing, [])
 
 
 class Names(unittest.TestCase):

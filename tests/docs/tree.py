@@ -1,7 +1,7 @@
 #!/usr/bin/python3
 """Checks that what the documents name is in the tree: folders, files, links, tests, targets, commands.
 
-tree.py CHECKOUT
+tree.py CHECKOUT PROGRAM
 """
 
 import json
@@ -13,9 +13,11 @@ import unittest
 from pathlib import Path
 
 CHECKOUT = Path(sys.argv[1])
+PROGRAM = sys.argv[2]
 
 GUIDES = {path: path.read_text(encoding="utf-8")
           for path in (CHECKOUT / "README.md", CHECKOUT / "CONTRIBUTING.md", *sorted((CHECKOUT / "docs").rglob("*.md")))}
+ARCHITECTURE = GUIDES[CHECKOUT / "docs" / "architecture.md"]
 HOST_LIBRARY = CHECKOUT / "src" / "zant" / "velmora_host"
 
 # Folders that mirror others, that hold one system's or one family's part of the folder above, or that hold data.
@@ -80,6 +82,19 @@ class Folders(unittest.TestCase):
             for folder in (span for span in code_spans(cells[0]) if span.endswith("/")):
                 self.assertTrue((CHECKOUT / folder).is_dir(), folder)
 
+    def test_each_of_the_host_library_includes_only_what_the_architecture_says(self):
+        allowed = {}
+        for cells in rows(section(ARCHITECTURE, "Folders of the host library")):
+            if cells[0].startswith("`"):
+                folder = cells[0].strip("`/")
+                allowed[folder] = set(allowed) if "all of the above" in cells[-1] else {span.strip("/") for span in code_spans(cells[-1])}
+
+        self.assertEqual(set(allowed), {path.name for path in HOST_LIBRARY.iterdir() if path.is_dir()})
+        for folder, includes in allowed.items():
+            for path in (path for path in (HOST_LIBRARY / folder).rglob("*.[ch]pp")):
+                for included in re.findall(r"<zant/velmora_host/(\w+)/", path.read_text(encoding="utf-8")):
+                    self.assertIn(included, includes | {folder}, path)
+
     def test_none_of_the_libraries_includes_one_above_it(self):
         for path in (CHECKOUT / "src").rglob("*.[ch]pp"):
             text = path.read_text(encoding="utf-8")
@@ -137,6 +152,14 @@ class CommandLines(unittest.TestCase):
                 script = (CHECKOUT / words[0]).read_text(encoding="utf-8")
                 for option in (word for word in words[1:] if word.startswith("--")):
                     self.assertIn(option.split("=")[0], script, line)
+
+    def test_each_command_of_the_program_is_in_its_help(self):
+        usage = subprocess.run([PROGRAM, "--help"], check=True, capture_output=True, text=True).stdout
+        commands = set(re.findall(r"^  ([a-z]+) ", usage, re.MULTILINE)) | {"service"}  # of Windows
+        for guide, text in GUIDES.items():
+            for block in (*code_spans(text), *re.findall(r"```(?:sh|bat)\n(.*?)```", text, re.DOTALL)):
+                for command in re.findall(r"(?m)^package-minder ([a-z]+)\b", block):
+                    self.assertIn(command, commands, f"{guide}: {block}")
 
 
 unittest.main(argv=sys.argv[:1])
