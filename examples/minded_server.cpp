@@ -1,11 +1,11 @@
+#include <csignal>
+#include <iostream>
+#include <string>
 #include <zant/velmora_host/minding/host_services.hpp>
 #include <zant/velmora_host/minding/package_minding.hpp>
 #include <zant/velmora_host/reports/check.hpp>
 #include <zant/velmora_host/reports/plan.hpp>
 #include <zant/velmora_host/reports/status.hpp>
-#include <csignal>
-#include <iostream>
-#include <string>
 using namespace zant::velmora_host;
 
 int main(int argc, char** argv) {

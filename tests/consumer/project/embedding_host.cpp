@@ -80,11 +80,13 @@ void look_at_this_host(const std::string& staging_directory) {
   own->setString("package.apt.repo.url", "http://repo.velmora.test/");
   settings->add(own, 0);
 
-  const Linux_Package_Facilitator facilitator(std::make_shared<File_Service>(), std::make_shared<Command_Service>(Command_Service::Options{}), *settings,
-                                              staging_directory);
+  const Linux_Package_Facilitator facilitator(std::make_shared<File_Service>(),
+                                              std::make_shared<Command_Service>(Command_Service::Options{}),
+                                              *settings, staging_directory);
   const auto config = facilitator.create_package_config(true);
   expect(config && config->type() == Package_Config_Type::APT, "this host is known as an APT host");
-  expect(File_Service().read_file(staging_directory + "/config-files/apt/zant-velmora.list", 0)
+  expect(File_Service()
+                 .read_file(staging_directory + "/config-files/apt/zant-velmora.list", 0)
                  .find("http://repo.velmora.test/") != std::string::npos,
          "the server's settings are in the staged source list");
   expect(!facilitator.create_package(config)->locked(), "the package is not held");
