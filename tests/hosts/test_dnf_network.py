@@ -2,6 +2,7 @@
 
 import time
 
+import documents
 import pytest
 from disposable_hosts import network
 from disposable_hosts.dnf import site as dnf
@@ -47,13 +48,40 @@ def test_a_refused_connection_delays_only_what_needs_it(open_dnf_site):
     site.wait_until_in_order()
 
 
+def test_a_cycle_that_reaches_neither_key_nor_repository_fails_everywhere(open_dnf_site):
+    site = open_dnf_site()
+    site.minder.once()
+    with site.server.gone():
+        site.host.run("dnf --quiet clean all")
+        result = site.minder.once(check=False)
+        seen = documents.parse(site.minder.run("status --json").output)
+
+    assert (result.status, "The cycle failed (repository): The repository's key could not be imported" in result.error) == (1, True)
+    assert [failure["kind"] for failure in seen["last_cycle"]["failures"]] == ["repository"]
+    assert "cycle.failed" in [reason["code"] for reason in seen["reasons"]]
+    assert seen["hold"] == "unknown"
+
+
+def test_a_masked_timer_fails_the_cycle(open_dnf_site):
+    site = open_dnf_site(settings={dnf.CALENDAR_KEY: "", dnf.DELAY_KEY: ""})
+    site.minder.once()
+    site.host.run("systemctl mask --now dnf-automatic-install.timer")
+
+    result = site.minder.once(check=False)
+
+    assert result.status == 1
+    assert "The cycle failed (automatic_upgrades): dnf-automatic-install.timer could not be started" in result.error
+
+
 @pytest.mark.slow
 def test_dropped_packets_cost_no_more_than_the_time_limit(open_dnf_site):
     site = open_dnf_site(settings=IMPATIENT)
     _set_up_and_forget_the_repository(site)
     with network.packets_dropped(site.host, NAME):
-        log = site.minder.once(timeout=60).error
+        result = site.minder.once(timeout=60, check=False)
+        log = result.error
 
+    assert result.status == 1
     assert ENDED_IMPORT in log
     assert ENDED_QUERY in log
     assert site.out_of_order() == [NO_KEY]

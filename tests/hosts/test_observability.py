@@ -39,7 +39,7 @@ def test_the_record_is_there_whole_after_each_cycle(site):
     seen = record(site)
 
     assert (seen["format"], seen["version"]) == ("package-minder/last-cycle", 1)
-    assert seen["last_cycle"]["failure"] is None
+    assert seen["last_cycle"]["failures"] == []
     wait_until(lambda: record(site)["history"]["cycles"], "the next cycle", expect=lambda cycles: cycles > seen["history"]["cycles"])
 
 
@@ -71,7 +71,7 @@ def test_a_failure_is_counted_and_a_success_stays_dated(site):
         expect=lambda count: count > before,
     )
     assert metric(site, "last_success_timestamp_seconds") > 0
-    assert record(site)["last_cycle"]["failure"]["message"] == "Failed to start the unattended-upgrades service"
+    assert [failure["message"] for failure in record(site)["last_cycle"]["failures"]] == ["Failed to start the unattended-upgrades service"]
     assert "failed, Failed to start" in site.host.output_of(f"systemctl show --property=StatusText {UNIT}")
 
     site.host.run("systemctl unmask unattended-upgrades.service")

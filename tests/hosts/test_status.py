@@ -104,7 +104,7 @@ def test_a_failure_of_the_last_cycle_is_shown(site):
     seen = status(site)["last_cycle"]
 
     assert not seen["succeeded"]
-    assert seen["failure"]["kind"] == "repository"
+    assert [failure["kind"] for failure in seen["failures"]] == ["repository"]
     assert seen["last_success"]
     site.minder.once()
 
