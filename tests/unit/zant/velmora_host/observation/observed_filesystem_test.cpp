@@ -20,8 +20,6 @@ using boost::filesystem::path;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
-constexpr const char* RECORD = "/state/last-cycle.json";
-
 // What the recorder is told, by what it writes down of a cycle.
 class ObservedFilesystem : public ::testing::Test {
  protected:
@@ -39,7 +37,7 @@ class ObservedFilesystem : public ::testing::Test {
     recorder_->end_cycle(std::nullopt);
   }
 
-  Cycle_State state() const { return cycle_store::read(*disk_, RECORD).value(); }
+  Cycle_State state() const { return cycle_store::read(*disk_, "/state/last-cycle.json").value(); }
 
   // The files that changed in the last cycle.
   std::vector<std::string> changed() const {
@@ -62,7 +60,8 @@ class ObservedFilesystem : public ::testing::Test {
   std::shared_ptr<test_support::Fake_Host_Filesystem> disk_ =
       std::make_shared<test_support::Fake_Host_Filesystem>();
   const APT_Family family_;
-  std::shared_ptr<Cycle_Recorder> recorder_ = std::make_shared<Cycle_Recorder>("run", disk_, family_, RECORD);
+  std::shared_ptr<Cycle_Recorder> recorder_ =
+      std::make_shared<Cycle_Recorder>("run", disk_, family_, "/state/last-cycle.json");
   Observed_Filesystem files_{disk_, recorder_, "/state/staging"};
 };
 
