@@ -1,3 +1,4 @@
+#include <boost/log/utility/setup/console.hpp>
 #include <csignal>
 #include <iostream>
 #include <string>
@@ -14,6 +15,7 @@ int main(int argc, char** argv) {
   sigaddset(&stop_signals, SIGTERM);
   pthread_sigmask(SIG_BLOCK, &stop_signals, nullptr);
   const std::string command = argc > 1 ? argv[1] : "run";
+  boost::log::add_console_log(std::cerr);
   try {
     const Settings settings({.file = "/etc/velmora-server.properties",
                              .overrides = {{"minder.state_directory", "/var/lib/velmora-server"},
@@ -31,7 +33,6 @@ int main(int argc, char** argv) {
       int received = 0;
       sigwait(&stop_signals, &received);
     }
-    return 0;
   } catch (const std::exception& error) {
     std::cerr << "velmora-server: " << error.what() << '\n';
     return 1;
