@@ -14,7 +14,7 @@ namespace {
 using std::chrono::minutes;
 
 // Does in the middle of its steps what a test wants.
-class Stub_Package : public velmora::Package {
+class Scripted_Package : public velmora::Package {
  public:
   bool locked() const override { return on_lock_query(); }
   bool lock() override { return true; }
@@ -65,7 +65,7 @@ class WatchedCycle : public ::testing::Test {
   }
 
   test_support::Debian_Host host_;
-  std::shared_ptr<Stub_Package> package_ = std::make_shared<Stub_Package>();
+  std::shared_ptr<Scripted_Package> package_ = std::make_shared<Scripted_Package>();
   std::unique_ptr<Settings> settings_;
   std::unique_ptr<Cycle_Observation> observation_;
   std::shared_ptr<velmora::Package> observed_;
