@@ -48,7 +48,9 @@ def test_the_server_of_the_readme_minds_the_package_and_reports_it(site, signing
     host, server = site.host, f"/root/{method}/{program}"
     host.run(f"{CHECK} {method} /root/{method} {TREE}/staging", timeout=300)
     host.write("/usr/share/package-minder/staging/keyrings/zant-velmora.gpg", signing_key.public_key())
-    host.write("/etc/velmora-server.properties", f"package.apt.repo.url={site.repository_url()}\n")
+    # A developer's machine has no unattended-upgrades, and the site's repository has none to install.
+    host.write("/etc/velmora-server.properties",
+               f"package.apt.repo.url={site.repository_url()}\nminder.automatic_upgrades=false\n")  # fmt: skip
     host.run(f"rm -rf /var/lib/velmora-server {apt.SOURCE_LIST}; apt-mark -qq hold zant-velmora")
 
     before = documents.parse(host.output_of(f"{server} status"))
