@@ -333,11 +333,69 @@ TEST_F(Flow, AnUnknownCommandIsWrongUsage) {
   EXPECT_EQ(host.run("dance").exit_code, 64);
 }
 
-TEST_F(Flow, ReportsAboutLinuxHostsAreNotOffered) {
-  EXPECT_EQ(host.run("status").exit_code, 64);
-  EXPECT_EQ(host.run("plan").exit_code, 64);
-  EXPECT_EQ(host.run("check").exit_code, 64);
-  EXPECT_EQ(host.run("purge --plan").exit_code, 64);
+// --- Reports ---------------------------------------------------------------------------------------------
+
+TEST_F(Flow, APlanNamesTheChangesOfTheNextCycleAndMakesNone) {
+  const velmora::Command_Result result = host.run("plan");
+
+  EXPECT_EQ(result.exit_code, 2);
+  EXPECT_THAT(result.output,
+              AllOf(HasSubstr("source add -n zant-velmora -s " + LOCATION), HasSubstr("schtasks.exe /CREATE")));
+  EXPECT_THAT(host.choco_keeps("sources.txt"), IsEmpty());
+  EXPECT_THAT(host.choco_keeps("packages.txt"), IsEmpty());
+  EXPECT_THAT(host.schtasks_keeps("tasks.txt"), IsEmpty());
+}
+
+TEST_F(Flow, APlanOfAPurgeNamesWhatItWouldRemove) {
+  ASSERT_EQ(host.run("once").exit_code, 0);
+
+  const velmora::Command_Result result = host.run("purge --plan");
+
+  EXPECT_EQ(result.exit_code, 2);
+  EXPECT_THAT(result.output, AllOf(HasSubstr("source remove"), HasSubstr("schtasks.exe /DELETE")));
+  EXPECT_THAT(host.schtasks_keeps("tasks.txt"), ElementsAre(task));
+}
+
+TEST_F(Flow, StatusTellsWhatTheLastCycleDid) {
+  host.choco_has("pins.txt", {PACKAGE});
+  ASSERT_EQ(host.run("once").exit_code, 0);
+
+  const velmora::Command_Result result = host.run("status");
+
+  EXPECT_EQ(result.exit_code, 0);
+  EXPECT_THAT(result.output, AllOf(HasSubstr("package manager Chocolatey"),
+                                   HasSubstr("Package             zant-velmora " MINDER_VERSION " installed"),
+                                   HasSubstr("Repository          registered, in step"),
+                                   HasSubstr("Hold                not held"),
+                                   HasSubstr("Automatic upgrades  on, in step"), HasSubstr("by \"once\""),
+                                   HasSubstr("succeeded"), Not(HasSubstr("Needs attention"))));
+}
+
+TEST_F(Flow, StatusMissesATaskThatSomebodyDeleted) {
+  ASSERT_EQ(host.run("once").exit_code, 0);
+  host.schtasks_has("tasks.txt", {});
+
+  EXPECT_THAT(host.run("status").output, HasSubstr("[upgrades.out_of_step]"));
+}
+
+TEST_F(Flow, ACheckOfASoundHostFindsNothing) {
+  EXPECT_EQ(host.run("check").exit_code, 0);
+}
+
+TEST_F(Flow, ACheckWithoutChocolateyNamesIt) {
+  boost::filesystem::remove(host.choco());
+
+  const velmora::Command_Result result = host.run("check");
+
+  EXPECT_EQ(result.exit_code, 1);
+  EXPECT_THAT(result.output, AllOf(HasSubstr(host.choco().string()), HasSubstr("this command is missing"),
+                                   HasSubstr("install Chocolatey, or correct minder.base_directory")));
+}
+
+// --- Other ways to run it --------------------------------------------------------------------------------
+
+TEST_F(Flow, SettingsShowsWhereTheirValuesComeFrom) {
+  EXPECT_THAT(host.run("settings").output, HasSubstr(LOCATION));
 }
 
 // --- Running ---------------------------------------------------------------------------------------------

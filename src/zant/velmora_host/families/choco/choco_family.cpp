@@ -121,7 +121,8 @@ Command_Traits Choco_Family::traits_of(const std::string& line) const {
     return {Command_Kind::REMOVES_SCHEDULE};
   }
   if (boost::algorithm::starts_with(line, Choco_Constants::CREATE_TASK)) {
-    return {Command_Kind::SCHEDULES_UPGRADES};
+    // Each cycle creates the task again. schtasks.exe cannot say whether that would change it.
+    return {Command_Kind::SCHEDULES_UPGRADES, Choco_Constants::QUERY_TASK};
   }
   const std::string arguments = arguments_of(line);
   const auto& table = choco_arguments();
@@ -228,9 +229,12 @@ std::optional<std::vector<Signing_Key>> Choco_Family::read_keys(const Host_Servi
   return std::nullopt;
 }
 
-void Choco_Family::check(const Settings& /*settings*/, const Host_Services& /*services*/,
-                         velmora::Init /*init*/, Check_Report& /*report*/) const {
-  // All that is known to go wrong here lies in the settings: see find_setting_faults.
+void Choco_Family::check(const Settings& settings, const Host_Services& services, velmora::Init /*init*/,
+                         Check_Report& report) const {
+  if (const path program = choco_program(settings); !services.filesystem->exists(program)) {
+    report.findings.push_back({program.string(), "this command is missing",
+                               "install Chocolatey, or correct minder.base_directory", "tools.missing"});
+  }
 }
 
 }  // namespace zant::velmora_host
