@@ -129,7 +129,7 @@ std::vector<Status::Reason> find_reasons(const Status& status, const Plan& plan,
   add_if(status.hold == Hold_State::HELD, "hold.held",
          fmt::format("{} is held against upgrades", PACKAGE_NAME));
   add_if(status.hold == Hold_State::UNKNOWN, "hold.unknown",
-         fmt::format("Whether {} is held cannot be told: the package manager lists nothing of the repository",
+         fmt::format("Whether {} is held is unknown: the query failed, or the repository lists nothing",
                      PACKAGE_NAME));
   add_if(!status.upgrades_are_wanted, "upgrades.off", "Automatic upgrades are switched off in the settings");
   add_if(!status.drifted_upgrade_files.empty() || !status.upgrade_commands.empty(), "upgrades.out_of_step",
