@@ -69,10 +69,10 @@ def test_a_host_in_order_is_shown_on_one_page(site):
     assert "dnf-automatic-install.timer, next run" in page.output
 
 
-def test_a_good_host_has_no_findings(site):
+def test_a_good_host_has_no_findings_but_that_its_key_comes_unprotected(site):
     status, seen = report(site, "check")
 
-    assert (status, seen["findings"]) == (DONE, [])
+    assert (status, codes(seen["findings"])) == (FINDINGS, ["repository.key_address_unprotected"])
 
 
 def test_an_edited_address_is_named(site):

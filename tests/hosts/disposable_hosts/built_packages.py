@@ -18,10 +18,11 @@ class BuiltPackages:
 
     kind: str
     version: str
+    place: Path = KEPT
 
     @property
     def directory(self):
-        return KEPT / self.version
+        return self.place / self.version
 
     def paths(self, *names):
         """The files of the packages of these names."""
@@ -35,8 +36,7 @@ def present_and_next(kind, say=print):
     They are kept until the source changes. Whoever comes while another process builds them waits for it.
     """
     KEPT.mkdir(parents=True, exist_ok=True)
-    text = (CHECKOUT / "CMakeLists.txt").read_text(encoding="utf-8")
-    major, minor, patch = re.search(r"^project\(.* VERSION (\d+)\.(\d+)\.(\d+)", text, re.MULTILINE).groups()
+    major, minor, patch = _version().split(".")
     built = BuiltPackages(kind, f"{major}.{minor}.{patch}"), BuiltPackages(kind, f"{major}.{minor}.{int(patch) + 1}")
     with locked(KEPT / "lock"):
         source = _fingerprint()
@@ -45,16 +45,35 @@ def present_and_next(kind, say=print):
     return built
 
 
+def with_dnf_key(kind, key, say=print):
+    """The packages of this version with this armoured key in them; built anew each time."""
+    KEPT.mkdir(parents=True, exist_ok=True)
+    packages = BuiltPackages(kind, _version(), KEPT / "with-dnf-key")
+    with locked(KEPT / "lock"):
+        say(f"building package-minder {packages.version} as .{kind} with a key")
+        _build(packages, "--dnf-key", key)
+    return packages
+
+
+def _version():
+    text = (CHECKOUT / "CMakeLists.txt").read_text(encoding="utf-8")
+    return re.search(r"^project\(.* VERSION ([\d.]+)", text, re.MULTILINE)[1]
+
+
 def _provide(packages, source, say):
     stamp = packages.directory / f"{packages.kind}.source"
     if stamp.exists() and stamp.read_text(encoding="utf-8") == source:
         return
     say(f"building package-minder {packages.version} as .{packages.kind}, which is kept until the source changes")
-    command = ["script/package", "--output", KEPT, "--version", packages.version, packages.kind]
+    _build(packages)
+    stamp.write_text(source, encoding="utf-8")
+
+
+def _build(packages, *options):
+    command = ["script/package", "--output", packages.place, "--version", packages.version, *options, packages.kind]
     done = subprocess.run(command, cwd=CHECKOUT, stdin=subprocess.DEVNULL, capture_output=True, text=True, check=False)
     if done.returncode != 0:
         raise RuntimeError(f"script/package failed:\n{done.stdout}{done.stderr}")
-    stamp.write_text(source, encoding="utf-8")
 
 
 def _fingerprint():

@@ -13,6 +13,7 @@ class El_Host : public Host_In_Directory {
   El_Host() : Host_In_Directory("ID=\"rocky\"\nID_LIKE=\"rhel centos fedora\"\nVERSION_ID=\"9.4\"\n") {
     services.filesystem->create_directories("/etc/yum.repos.d");
     release();
+    trust("gpg-pubkey-11111111-5f5e1000 Vendor <vendor@velmora.test> public key\n");
     script(0, {"which dnf &> /dev/null", "which dnf-automatic &> /dev/null", "rpm --quiet --query gpg-pubkey",
                "! systemctl is-enabled --quiet dnf-automatic.timer dnf-automatic-download.timer "
                "dnf-automatic-notifyonly.timer 2> /dev/null && "
@@ -26,6 +27,12 @@ class El_Host : public Host_In_Directory {
 
   /// The packages of the repository are listed from now on.
   void release() { system->on("dnf repoquery --repoid quorvane -q | grep -q ^zant-velmora", 0); }
+
+  /// The keys that rpm has from now on, a line for each.
+  void trust(const std::string& keys) {
+    system->on(LIST_KEYS, keys.empty() ? 1 : 0,
+               keys.empty() ? "package gpg-pubkey is not installed\n" : keys);
+  }
 
   /// The commands that change the host succeed from now on, and change nothing.
   void allow_changes() {
@@ -73,6 +80,8 @@ class El_Host : public Host_In_Directory {
     }
   }
 
+  static constexpr const char* LIST_KEYS =
+      "rpm --query --queryformat '%{NAME}-%{VERSION}-%{RELEASE} %{SUMMARY}\\n' gpg-pubkey";
   static constexpr const char* EXCLUDE_PACKAGES =
       "bash -c '[[ $(grep VERSION_ID /etc/os-release | xargs | cut -d. -f1 | cut -d= -f2) -ge 8 ]] && dnf "
       "config-manager --setopt=quorvane.exclude=* --save || yum-config-manager --setopt=quorvane.exclude=* "

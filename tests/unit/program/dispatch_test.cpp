@@ -242,6 +242,7 @@ TEST_F(Dispatch, OfAStatusForProgramsPrintsTheWholeDocument) {
             "    \"registered\": true,\n"
             "    \"out_of_step\": []\n"
             "  },\n"
+            "  \"keys\": null,\n"
             "  \"hold\": \"not_held\",\n"
             "  \"automatic_upgrades\": {\n"
             "    \"wanted\": true,\n"

@@ -140,6 +140,10 @@ class Family {
   virtual std::optional<std::vector<Signing_Key>> read_keys(
       const Host_Services& services, const boost::filesystem::path& staging_tree) const = 0;
 
+  /// The keys that the package manager checks packages with, one text for each, sorted; nothing when it keeps
+  /// none of its own, or does not tell.
+  virtual std::optional<std::vector<std::string>> trusted_keys(const Host_Services& services) const = 0;
+
   /// Adds what this family finds wrong with a host, beyond tools, units and directories.
   virtual void check(const Settings& settings, const Host_Services& services, velmora::Init init,
                      Check_Report& report) const = 0;

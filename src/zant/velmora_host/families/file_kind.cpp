@@ -9,6 +9,7 @@ constexpr Enum_Names<File_Kind, FILE_KINDS.size()> NAMES = {{
     {File_Kind::KEYRING, "keyring"},
     {File_Kind::SOURCE_LIST, "source_list"},
     {File_Kind::REPOSITORY_FILE, "repository_file"},
+    {File_Kind::PREFERENCES, "preferences"},
     {File_Kind::UPGRADE_CONFIGURATION, "upgrade_configuration"},
     {File_Kind::BACKUP, "backup"},
     {File_Kind::TIMER, "timer"},
@@ -26,7 +27,8 @@ std::optional<File_Kind> file_kind_from(std::string_view name) {
 }
 
 bool registers_repository(File_Kind kind) {
-  return kind == File_Kind::KEYRING || kind == File_Kind::SOURCE_LIST || kind == File_Kind::REPOSITORY_FILE;
+  return kind == File_Kind::KEYRING || kind == File_Kind::SOURCE_LIST || kind == File_Kind::REPOSITORY_FILE ||
+         kind == File_Kind::PREFERENCES;
 }
 
 }  // namespace zant::velmora_host

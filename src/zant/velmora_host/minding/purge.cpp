@@ -19,6 +19,7 @@ class Failure_Collector : public Command_Observer {
   void note_begin(Command_Kind /*kind*/) override {}
   void note_end(const Ended_Command& /*command*/, Command_Kind /*kind*/, double /*seconds*/) override {}
   void note_failure(const Cycle_Failure& failure) override { failures_.push_back(failure.message); }
+  void note_key_import(const Key_Import& /*import*/) override {}
 
   std::vector<std::string> take() { return std::exchange(failures_, {}); }
 

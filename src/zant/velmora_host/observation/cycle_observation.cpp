@@ -29,6 +29,7 @@ class Cycle_Command_Observer : public Command_Observer {
   }
 
   void note_failure(const Cycle_Failure& failure) override { recorder_->note_failure(failure); }
+  void note_key_import(const Key_Import& import) override { recorder_->note_key_import(import); }
 
  private:
   std::shared_ptr<Cycle_Recorder> recorder_;

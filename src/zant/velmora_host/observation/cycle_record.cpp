@@ -7,6 +7,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <iterator>
 
 namespace zant::velmora_host {
 namespace {
@@ -22,6 +23,9 @@ constexpr Enum_Names<File_Outcome, 5> OUTCOME_NAMES = {{
 // Two repairs can be one mistake and its undo; three mean a conflict.
 constexpr std::ptrdiff_t CONFLICTING_REPAIRS = 3;
 constexpr std::uint64_t RECENT_CYCLES = 10;
+
+// Long enough for a person to hear of it.
+constexpr auto KEY_IS_NEW = std::chrono::hours(24 * 7);
 
 bool is_recent(std::uint64_t cycle, const Cycle_History& history) {
   return cycle + RECENT_CYCLES > history.cycles;
@@ -47,6 +51,15 @@ std::vector<std::string> conflicts(const Cycle_History& history) {
     }
   }
   return subjects;
+}
+
+std::vector<Imported_Key> new_keys(const Cycle_History& history, std::chrono::system_clock::time_point now) {
+  std::vector<Imported_Key> keys;
+  if (history.keys) {
+    std::copy_if(history.keys->imported.begin(), history.keys->imported.end(), std::back_inserter(keys),
+                 [now](const Imported_Key& key) { return !key.is_first && now - key.time < KEY_IS_NEW; });
+  }
+  return keys;
 }
 
 void note_repair(Cycle_History& history, const std::string& subject) {

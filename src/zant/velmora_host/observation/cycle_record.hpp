@@ -53,6 +53,21 @@ struct Cycle_Record {
   bool succeeded() const { return failures.empty(); }
 };
 
+/// A key that an import of ours made the package manager trust.
+struct Imported_Key {
+  std::string key;  ///< as the package manager names it, and its owner
+  std::chrono::system_clock::time_point time;
+  bool is_first;  ///< imported when nothing was known yet of the host's keys: the repository was new
+
+  bool operator==(const Imported_Key&) const = default;
+};
+
+/// The keys that the package manager checks packages with, where it keeps keys of its own.
+struct Key_History {
+  std::vector<std::string> trusted;    ///< after the last import
+  std::vector<Imported_Key> imported;  ///< those of them that came by an import of ours, in order
+};
+
 /// What is kept from cycle to cycle, across restarts.
 struct Cycle_History {
   std::uint64_t cycles = 0;
@@ -60,6 +75,9 @@ struct Cycle_History {
   std::map<File_Kind, std::uint64_t> repairs;  ///< of drift
   std::uint64_t holds_released = 0;
   std::optional<std::chrono::system_clock::time_point> last_success;
+
+  /// Nothing until a key has been imported.
+  std::optional<Key_History> keys;
 
   /// The digest of each file as it was when it was last known to be in step.
   std::map<std::string, std::string> known_files;
@@ -79,6 +97,10 @@ inline constexpr const char* HOLD_SUBJECT = "hold";
 
 /// What is put right again and again: somebody else must be changing it back.
 PACKAGE_MINDER_HOST_EXPORT std::vector<std::string> conflicts(const Cycle_History& history);
+
+/// The keys that came by an import of ours in the last seven days, and were not the first of this host.
+PACKAGE_MINDER_HOST_EXPORT std::vector<Imported_Key> new_keys(const Cycle_History& history,
+                                                              std::chrono::system_clock::time_point now);
 
 /// Notes that a file, or the hold, was put right in the cycle that was counted last.
 PACKAGE_MINDER_HOST_EXPORT void note_repair(Cycle_History& history, const std::string& subject);

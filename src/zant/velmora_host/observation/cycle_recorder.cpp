@@ -1,9 +1,11 @@
 #include <zant/velmora_host/observation/cycle_recorder.hpp>
 
 #include <Poco/SHA2Engine.h>
+#include <fmt/format.h>
 #include <boost/algorithm/string/predicate.hpp>
 
 #include <algorithm>
+#include <iterator>
 #include <utility>
 
 namespace zant::velmora_host {
@@ -27,6 +29,19 @@ std::string shortened(const std::string& text) {
   return text.size() <= LONGEST_TEXT ? text : text.substr(0, LONGEST_TEXT) + "[...]";
 }
 
+using Keys = std::vector<std::string>;
+
+// All of the first that are not in the second; both are sorted.
+Keys without(const Keys& keys, const Keys& others) {
+  Keys difference;
+  std::set_difference(keys.begin(), keys.end(), others.begin(), others.end(), std::back_inserter(difference));
+  return difference;
+}
+
+bool holds(const Keys& keys, const std::string& key) {
+  return std::binary_search(keys.begin(), keys.end(), key);
+}
+
 auto find_failure(const Cycle_Record& record, Cycle_Step step) {
   return std::find_if(record.failures.begin(), record.failures.end(),
                       [step](const Cycle_Failure& failure) { return failure.step == step; });
@@ -42,6 +57,7 @@ Cycle_Recorder::Cycle_Recorder(std::string program, std::shared_ptr<velmora::Fil
       family_(family),
       record_file_(record_file),
       now_(std::move(now)) {
+  log_.init_("Cycle_Recorder", "");
   if (auto state = cycle_store::read(*filesystem_, record_file_)) {
     history_ = std::move(state->history);
   }
@@ -105,6 +121,45 @@ void Cycle_Recorder::note_failure(const Cycle_Failure& failure) {
   if (in_cycle_ && find_failure(record_, failure.step) == record_.failures.end()) {
     record_.failures.push_back({failure.step, shortened(failure.message)});
   }
+}
+
+void Cycle_Recorder::note_key_import(const Key_Import& import) {
+  const std::lock_guard lock(mutex_);
+  if (!in_cycle_) {
+    return;
+  }
+  const Keys known = history_.keys ? history_.keys->trusted : import.before;
+  const Keys imported = without(import.after, import.before);
+  for (const auto& key : without(import.after, known)) {
+    ZANT_LOG(log_, severity_level::notice)
+        << (holds(imported, key)
+                ? fmt::format(
+                      "The repository's key address yielded a key that packages are checked with from "
+                      "now on: {} ({})",
+                      key, import.line)
+                : fmt::format("Packages are checked with one more key, which something else imported: {}",
+                              key));
+  }
+  for (const auto& key : without(known, import.after)) {
+    ZANT_LOG(log_, severity_level::notice)
+        << fmt::format("Packages are no longer checked with a key, which something else removed: {}", key);
+  }
+  keep_keys_(import);
+}
+
+void Cycle_Recorder::keep_keys_(const Key_Import& import) {
+  const bool is_first = !history_.keys;
+  const Keys known = is_first ? import.before : history_.keys->trusted;
+  Key_History keys = history_.keys.value_or(Key_History{});
+  keys.trusted = import.after;
+  std::erase_if(keys.imported, [&import](const auto& key) { return !holds(import.after, key.key); });
+  const Keys imported = without(import.after, import.before);
+  for (const auto& key : without(import.after, known)) {
+    if (holds(imported, key)) {
+      keys.imported.push_back({key, now_(), is_first});
+    }
+  }
+  history_.keys = keys;
 }
 
 void Cycle_Recorder::note_touched(const path& file) {

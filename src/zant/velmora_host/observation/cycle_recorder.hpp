@@ -2,8 +2,10 @@
 
 #include <zant/velmora_host/families/family.hpp>
 #include <zant/velmora_host/observation/cycle_store.hpp>
+#include <zant/velmora_host/observation/observed_system.hpp>
 
 #include <zant/logging/severity_level.hpp>
+#include <zant/logging/source.hpp>
 #include <zant/velmora/host/filesystem.hpp>
 
 #include <boost/filesystem/path.hpp>
@@ -53,6 +55,10 @@ class Cycle_Recorder {
   /// For a failure that does not end the cycle; the first one of each step counts.
   void note_failure(const Cycle_Failure& failure);
 
+  /// Compares the keys that the host trusts now with those that it trusted after the last import, and logs
+  /// what is different.
+  void note_key_import(const Key_Import& import);
+
   /// To be called before the file, or the directory with everything in it, is changed.
   void note_touched(const boost::filesystem::path& file);
   void note_directory_touched(const boost::filesystem::path& directory);
@@ -67,8 +73,10 @@ class Cycle_Recorder {
   std::string digest_of_(const std::string& file);
   void settle_file_(const std::string& file, const std::string& before);
   void settle_installed_file_(const std::string& file, const std::string& before, const std::string& after);
+  void keep_keys_(const Key_Import& import);
   void settle_outcome_(const std::optional<Cycle_Failure>& thrown);
 
+  zant::logging::Source log_;
   std::string program_;
   std::shared_ptr<velmora::Filesystem> filesystem_;
   const Family& family_;

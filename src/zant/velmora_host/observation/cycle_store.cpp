@@ -7,6 +7,7 @@
 #include <Poco/Exception.h>
 #include <nlohmann/json.hpp>
 
+#include <algorithm>
 #include <cstdlib>
 #include <map>
 #include <string>
@@ -75,6 +76,7 @@ Json to_json(const Cycle_History& history) {
           {"repairs", counts_to_json(history.repairs)},
           {"holds_released", history.holds_released},
           {"last_success", history.last_success ? Json(to_iso_time(*history.last_success)) : Json()},
+          {"keys", keys_to_json(history)},
           {"known_files", history.known_files},
           {"recent_repairs", history.recent_repairs}};
 }
@@ -101,6 +103,22 @@ Cycle_Record record_from(const Json& json) {
   return record;
 }
 
+std::optional<Key_History> keys_from(const Json& history) {
+  // A record of an earlier version has no such member.
+  const auto json = history.find("keys");
+  if (json == history.end() || json->is_null()) {
+    return std::nullopt;
+  }
+  Key_History keys;
+  json->at("trusted").get_to(keys.trusted);
+  std::sort(keys.trusted.begin(), keys.trusted.end());
+  for (const auto& key : json->at("imported")) {
+    keys.imported.push_back({key.at("key").get<std::string>(),
+                             parse_iso_time(key.at("time").get<std::string>()), key.at("first").get<bool>()});
+  }
+  return keys;
+}
+
 Cycle_History history_from(const Json& json) {
   Cycle_History history;
   json.at("cycles").get_to(history.cycles);
@@ -110,6 +128,7 @@ Cycle_History history_from(const Json& json) {
   if (const auto& last_success = json.at("last_success"); !last_success.is_null()) {
     history.last_success = parse_iso_time(last_success.get<std::string>());
   }
+  history.keys = keys_from(json);
   json.at("known_files").get_to(history.known_files);
   json.at("recent_repairs").get_to(history.recent_repairs);
   return history;
@@ -121,6 +140,17 @@ Json failures_to_json(const Cycle_Record& record) {
   Json json = Json::array();
   for (const auto& failure : record.failures) {
     json.push_back({{"kind", to_string(failure.step)}, {"message", failure.message}});
+  }
+  return json;
+}
+
+Json keys_to_json(const Cycle_History& history) {
+  if (!history.keys) {
+    return nullptr;
+  }
+  Json json = {{"trusted", history.keys->trusted}, {"imported", Json::array()}};
+  for (const auto& key : history.keys->imported) {
+    json["imported"].push_back({{"key", key.key}, {"time", to_iso_time(key.time)}, {"first", key.is_first}});
   }
   return json;
 }

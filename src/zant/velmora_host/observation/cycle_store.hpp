@@ -17,6 +17,9 @@ namespace cycle_store {
 /// The failures of a cycle, as documents show them.
 json_document::Json failures_to_json(const Cycle_Record& record);
 
+/// The keys that the host trusts, as documents show them; null when they are not known.
+json_document::Json keys_to_json(const Cycle_History& history);
+
 boost::filesystem::path file_in(const boost::filesystem::path& state_directory);
 
 /// Nothing when the file is missing or holds something else.

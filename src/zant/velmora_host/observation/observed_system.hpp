@@ -7,8 +7,16 @@
 
 #include <memory>
 #include <string>
+#include <vector>
 
 namespace zant::velmora_host {
+
+/// What an import has made of the keys that the package manager trusts: see `Family::trusted_keys`.
+struct Key_Import {
+  std::string line;  ///< the command line
+  std::vector<std::string> before;
+  std::vector<std::string> after;
+};
 
 /// Who wants to know of the commands that the library runs. Called on the thread that runs them.
 class Command_Observer {
@@ -20,6 +28,9 @@ class Command_Observer {
 
   /// A step failed and the library goes on.
   virtual void note_failure(const Cycle_Failure& failure) = 0;
+
+  /// Of every import of a key, whether or not it succeeded, where the package manager tells its keys.
+  virtual void note_key_import(const Key_Import& import) = 0;
 };
 
 /// A command service that tells an observer what the library's commands do, and which of them failed in a way

@@ -108,6 +108,11 @@ void add_cycle_reasons(const Status& status, std::vector<Status::Reason>& reason
   for (const auto& failure : status.cycles->last_cycle.failures) {
     reasons.push_back({"cycle.failed", "The last cycle failed: " + failure.message});
   }
+  for (const auto& key : new_keys(status.cycles->history, std::chrono::system_clock::now())) {
+    reasons.push_back({"keys.new", fmt::format("Since {} packages are checked with a new key, which the "
+                                               "repository's key address yielded: {}",
+                                               to_iso_time(key.time), key.key)});
+  }
   add_conflicts(status.cycles->history, reasons);
 }
 

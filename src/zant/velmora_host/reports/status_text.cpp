@@ -10,6 +10,8 @@
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
+#include <algorithm>
+
 namespace zant::velmora_host {
 namespace {
 
@@ -97,6 +99,24 @@ std::string describe_repository(const Status& status) {
   return status.drifted_repository_files.empty() ? "registered, in step" : "registered, out of step";
 }
 
+// Every key counts: the package manager takes a package that any of them has signed.
+std::string describe_keys(const std::optional<Cycle_State>& cycles) {
+  if (!cycles || !cycles->history.keys) {
+    return "";
+  }
+  const Key_History& keys = *cycles->history.keys;
+  std::string text = row("Trusted keys", std::to_string(keys.trusted.size()));
+  for (const auto& key : keys.trusted) {
+    const auto imported =
+        std::find_if(keys.imported.begin(), keys.imported.end(),
+                     [&key](const Imported_Key& candidate) { return candidate.key == key; });
+    text += item(imported == keys.imported.end()
+                     ? key
+                     : fmt::format("{}, imported {}", key, to_iso_time(imported->time)));
+  }
+  return text;
+}
+
 std::string describe_upgrades(const Status& status) {
   if (!status.upgrades_are_wanted) {
     return "off";
@@ -157,6 +177,7 @@ std::string to_json_text(const Status& status) {
                          {"offered", text_or_null(status.versions.offered)}};
   document["repository"] = {{"registered", status.repository_is_registered},
                             {"out_of_step", drift_to_json(status.drifted_repository_files)}};
+  document["keys"] = status.cycles ? cycle_store::keys_to_json(status.cycles->history) : Json();
   document["hold"] = name_of(HOLD_CODES, status.hold);
   document["automatic_upgrades"] = {{"wanted", status.upgrades_are_wanted},
                                     {"out_of_step", drift_to_json(status.drifted_upgrade_files)},
@@ -179,6 +200,7 @@ std::string to_text(const Status& status) {
   text += row("Service", status.service_state);
   text += row("Package", describe_package(status.versions));
   text += row("Repository", describe_repository(status)) + describe_drift(status.drifted_repository_files);
+  text += describe_keys(status.cycles);
   text += row("Hold", name_of(HOLD_WORDS, status.hold));
   text += row("Automatic upgrades", describe_upgrades(status)) + describe_drift(status.drifted_upgrade_files);
   for (const auto& command : status.upgrade_commands) {

@@ -1,5 +1,6 @@
 #include <zant/velmora_host/settings/setting_defaults.hpp>
 
+#include <zant/velmora_host/settings/build_config.hpp>
 #include <zant/velmora_host/settings/host_defaults.hpp>
 
 #include <zant/velmora/apt/apt_constants.hpp>
@@ -22,6 +23,10 @@ std::string apt_channel_of(const char* init) {
 }  // namespace
 
 Setting_Defaults setting_defaults() {
+  return setting_defaults(Build_Config::SHIPPED_DNF_KEY);
+}
+
+Setting_Defaults setting_defaults(const std::string& shipped_dnf_key) {
   const host_defaults::Directories directories = host_defaults::directories();
   Setting_Defaults defaults;
   defaults.system = host_defaults::system();
@@ -37,7 +42,9 @@ Setting_Defaults setting_defaults() {
   defaults.apt_bandwidth_limit = std::to_string(APT_Constants::DEFAULT_BANDWIDTH_LIMIT);
   defaults.dnf_url = DNF_Constants::DEFAULT_REPO_URL;
   defaults.dnf_channel = DNF_Constants::DEFAULT_CHANNEL;
-  defaults.dnf_gpg_key = DNF_Constants::DEFAULT_GPG_KEY_URL;
+  defaults.dnf_gpg_key_is_shipped = !shipped_dnf_key.empty();
+  defaults.dnf_gpg_key =
+      defaults.dnf_gpg_key_is_shipped ? "file://" + shipped_dnf_key : DNF_Constants::DEFAULT_GPG_KEY_URL;
   defaults.dnf_throttle = DNF_Constants::DEFAULT_THROTTLE;
   defaults.choco_source_location = fmt::format(
       fmt::runtime(Choco_Constants::DEFAULT_REPO_SRC_LOCATION_TEMPLATE), Choco_Constants::DEFAULT_CHANNEL);

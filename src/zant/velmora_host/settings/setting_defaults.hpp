@@ -26,6 +26,7 @@ struct Setting_Defaults {
   std::string dnf_url;
   std::string dnf_channel;
   std::string dnf_gpg_key;
+  bool dnf_gpg_key_is_shipped = false;  ///< it is a file that is installed with the staging tree
   std::string dnf_throttle;
 
   std::string choco_source_location;  ///< of the default channel
@@ -35,5 +36,8 @@ struct Setting_Defaults {
 
 /// Those of this build on this kind of host.
 Setting_Defaults setting_defaults();
+
+/// The same, as if this file of the host were the shipped key of the DNF repository; empty when none is.
+Setting_Defaults setting_defaults(const std::string& shipped_dnf_key);
 
 }  // namespace zant::velmora_host

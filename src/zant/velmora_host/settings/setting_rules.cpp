@@ -1,8 +1,10 @@
 #include <zant/velmora_host/settings/setting_rules.hpp>
 
 #include <zant/velmora_host/base/printable.hpp>
+#include <zant/velmora_host/settings/package_patterns.hpp>
 
 #include <zant/logging/severity_level.hpp>
+#include <zant/velmora/package_minder/package_constants.hpp>
 
 #include <fmt/format.h>
 #include <boost/algorithm/string/classification.hpp>
@@ -139,6 +141,23 @@ std::string find_origins_fault(const std::string& origins) {
   return "";
 }
 
+std::string find_package_patterns_fault(const std::string& value) {
+  const char* const package = velmora::Package_Constants::PACKAGE_NAME;
+  bool allows_package = false;
+  for (const auto& pattern : velmora_host::package_patterns::split(value)) {
+    if (!velmora_host::package_patterns::is_pattern(pattern)) {
+      return fmt::format(
+          "the pattern \"{}\" must consist of letters, digits and + . _ - and the wildcards * ? [...]",
+          printable(pattern));
+    }
+    if (pattern == "*") {
+      return "must not hold the pattern *, which allows every package: leave the setting empty for that";
+    }
+    allows_package = allows_package || velmora_host::package_patterns::allows(pattern, package);
+  }
+  return allows_package ? "" : fmt::format("must allow {0} itself, for example {0}*", package);
+}
+
 }  // namespace
 
 Setting_Rule whole_number(int smallest, int largest, const std::string& unit) {
@@ -224,6 +243,10 @@ Setting_Rule calendar() {
 
 Setting_Rule time_span() {
   return matching("systemd time span", TIME_SPAN, "must be a systemd time span on one line, such as 30min");
+}
+
+Setting_Rule package_patterns() {
+  return {"patterns of package names, separated by blanks", {}, find_package_patterns_fault};
 }
 
 Setting_Rule shell_words(const std::string& type) {

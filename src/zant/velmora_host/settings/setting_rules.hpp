@@ -42,6 +42,9 @@ Setting_Rule throttle();
 Setting_Rule calendar();
 Setting_Rule time_span();
 
+/// Patterns of package names, one of which allows the product's own package.
+Setting_Rule package_patterns();
+
 /// A part of a command line that cmd.exe reads, of this type.
 Setting_Rule shell_words(const std::string& type);
 

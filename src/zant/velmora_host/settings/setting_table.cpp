@@ -32,6 +32,17 @@ std::vector<Setting> program_settings(const Setting_Defaults& defaults) {
            "Whether the host's automatic upgrades are set up. When false, the repository is registered and "
            "holds are released, and the host's automatic upgrades are neither set up nor changed.",
        .detail = "Those that an earlier setting set up stay, until `package-minder purge --upgrades-only`."},
+      {.key = "minder.repository_packages",
+       .group = PROGRAM,
+       .system = POSIX,
+       .rule = package_patterns(),
+       .default_note = "all packages",
+       .meaning =
+           "The packages that may come from the repository: patterns of names, with the wildcards `*`, "
+           "`?` and `[...]`, separated by blanks. What none of them allows is neither offered nor "
+           "installed from it.",
+       .detail = "One of them must allow zant-velmora. On an APT host no other repository of the host may be "
+                 "on the same server: a cycle with this setting is refused then."},
       {.key = "minder.purge_on_removal",
        .group = PROGRAM,
        .system = POSIX,
@@ -195,8 +206,11 @@ std::vector<Setting> dnf_settings(const Setting_Defaults& defaults) {
        .system = POSIX,
        .rule = key_url(),
        .default_value = defaults.dnf_gpg_key,
+       .replaces_library_default = defaults.dnf_gpg_key_is_shipped,
        .meaning = "Address of the ASCII-armoured public key that the repository's packages are signed with.",
-       .detail = "The import of a key that cannot be fetched is tried again in every cycle."},
+       .detail =
+           "Every cycle imports what is there: whoever controls a remote address decides which keys the "
+           "host trusts. The import of a key that cannot be fetched is tried again in every cycle."},
       {.key = "package.dnf.repo.throttle",
        .group = DNF,
        .system = POSIX,

@@ -24,6 +24,7 @@ struct Setting {
   std::string default_value = {};
   std::string default_without_systemd = {};  ///< where it differs from the above; else empty
   std::string default_note = {};             ///< the default in words, where the value does not tell all
+  bool replaces_library_default = false;     ///< the library alone would take another value
 
   std::string meaning;      ///< for every document
   std::string detail = {};  ///< more, for the manual: what else must be true, and what a wrong value leads to

@@ -3,6 +3,7 @@
 #include <zant/velmora_host/base/finding.hpp>
 #include <zant/velmora_host/base/printable.hpp>
 #include <zant/velmora_host/base/refusal.hpp>
+#include <zant/velmora_host/settings/package_patterns.hpp>
 #include <zant/velmora_host/settings/reference_expansion.hpp>
 #include <zant/velmora_host/settings/setting_layers.hpp>
 #include <zant/velmora_host/settings/setting_table.hpp>
@@ -74,7 +75,8 @@ Written_By_Key pick_winners(const Setting_Layers& layers, const Setting_Table& t
 
 // A default of the library is the library's business, which knows the host.
 bool has_default_here(const Setting& setting) {
-  return setting.group == Setting_Group::PROGRAM && !setting.default_value.empty();
+  return (setting.group == Setting_Group::PROGRAM || setting.replaces_library_default) &&
+         !setting.default_value.empty();
 }
 
 Reference_Expansion make_expansion(const Written_By_Key& winners, const Setting_Table& table) {
@@ -178,6 +180,10 @@ bool Settings::automatic_upgrades() const {
 
 bool Settings::purge_on_removal() const {
   return configuration().getBool("minder.purge_on_removal");
+}
+
+std::vector<std::string> Settings::repository_packages() const {
+  return package_patterns::split(configuration().getString("minder.repository_packages", ""));
 }
 
 boost::filesystem::path Settings::staging_directory() const {

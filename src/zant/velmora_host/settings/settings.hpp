@@ -82,6 +82,9 @@ class PACKAGE_MINDER_HOST_EXPORT Settings {
   std::chrono::seconds interval() const;
   bool automatic_upgrades() const;
   bool purge_on_removal() const;
+
+  /// Patterns of the packages that may come from the repository; empty when all may.
+  std::vector<std::string> repository_packages() const;
   boost::filesystem::path staging_directory() const;
   boost::filesystem::path state_directory() const;
   std::chrono::seconds command_time_limit() const;

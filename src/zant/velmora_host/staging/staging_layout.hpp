@@ -24,11 +24,14 @@ struct Staging_Layout {
   std::vector<boost::filesystem::path> static_files;  ///< installed as they are
   std::vector<boost::filesystem::path> keyrings;      ///< from the vendor; needed by hosts of one family only
 
+  std::vector<boost::filesystem::path> optional_files = {};  ///< from the vendor; read where they are
+
   /// Adds what another layout has.
   void add(const Staging_Layout& other) {
     templates.insert(templates.end(), other.templates.begin(), other.templates.end());
     static_files.insert(static_files.end(), other.static_files.begin(), other.static_files.end());
     keyrings.insert(keyrings.end(), other.keyrings.begin(), other.keyrings.end());
+    optional_files.insert(optional_files.end(), other.optional_files.begin(), other.optional_files.end());
   }
 };
 

@@ -126,7 +126,7 @@ Findings find_foreign_files(const path& tree, const Staging_Layout& layout) {
   for (const auto& known_template : layout.templates) {
     known.insert(tree / known_template.file);
   }
-  for (const auto* files : {&layout.static_files, &layout.keyrings}) {
+  for (const auto* files : {&layout.static_files, &layout.keyrings, &layout.optional_files}) {
     for (const auto& file : *files) {
       known.insert(tree / file);
     }

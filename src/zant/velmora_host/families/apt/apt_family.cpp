@@ -1,5 +1,6 @@
 #include <zant/velmora_host/families/apt/apt_family.hpp>
 
+#include <zant/velmora_host/families/apt/repository_pin.hpp>
 #include <zant/velmora_host/families/apt/source_lists.hpp>
 #include <zant/velmora_host/families/keyring_check.hpp>
 #include <zant/velmora_host/families/linux_package_factory.hpp>
@@ -86,11 +87,22 @@ bool APT_Family::matches(velmora::Filesystem& filesystem) const {
 std::unique_ptr<Package_Factory> APT_Family::create_package_factory(const Host_Services& services,
                                                                     const Settings& settings,
                                                                     const path& staging_directory) const {
-  return std::make_unique<Linux_Package_Factory>(services, settings, staging_directory);
+  return std::make_unique<Linux_Package_Factory>(
+      services, settings, staging_directory,
+      std::make_shared<Repository_Pin>(services.filesystem, settings.repository_packages(),
+                                       staging_directory));
 }
 
-Findings APT_Family::find_setting_faults(const Settings& /*settings*/) const {
-  return {};
+Findings APT_Family::find_setting_faults(const Settings& settings) const {
+  const std::string key = "package.apt.repo.url";
+  const std::string url = settings.configuration().getString(key, "");
+  if (settings.repository_packages().empty() || url.empty() || !site_of(url).empty()) {
+    return {};
+  }
+  return {{"minder.repository_packages",
+           fmt::format("{} is \"{}\", which names no server for APT to tell its packages by", key, url),
+           "have the repository served under a name of its own, or leave minder.repository_packages empty",
+           "repository.no_server"}};
 }
 
 Command_Traits APT_Family::traits_of(const std::string& line) const {
@@ -144,6 +156,9 @@ File_Kind APT_Family::kind_of(const path& file) const {
   if (file == APT_Constants::SOURCE_LIST_PATH) {
     return File_Kind::SOURCE_LIST;
   }
+  if (file == Repository_Pin::FILE) {
+    return File_Kind::PREFERENCES;
+  }
   const path directory = file.parent_path();
   if (directory == APT_Constants::APT_CONFIG_BACKUP_DIR) {
     return File_Kind::BACKUP;
@@ -156,7 +171,7 @@ File_Kind APT_Family::kind_of(const path& file) const {
 
 Installed_Paths APT_Family::installed_paths() const {
   const path drop_ins = APT_Constants::TIMER_OVERRIDE_DIR;
-  return {{APT_Constants::REPO_KEYRING_PATH, APT_Constants::SOURCE_LIST_PATH},
+  return {{APT_Constants::REPO_KEYRING_PATH, APT_Constants::SOURCE_LIST_PATH, Repository_Pin::FILE},
           {APT_Constants::APT_CONFIG_BACKUP_DIR, drop_ins / APT_Constants::TIMER_ON_CALENDAR_FILE,
            drop_ins / APT_Constants::TIMER_RANDOMIZED_DELAY_FILE}};
 }
@@ -227,6 +242,11 @@ std::optional<std::vector<Signing_Key>> APT_Family::read_keys(const Host_Service
   return services.filesystem->exists(keyring) ? read_keyring(*services.system, keyring) : std::nullopt;
 }
 
+// APT reads the keyring that is installed from the staging tree, and the library fetches none.
+std::optional<std::vector<std::string>> APT_Family::trusted_keys(const Host_Services& /*services*/) const {
+  return std::nullopt;
+}
+
 void APT_Family::check(const Settings& settings, const Host_Services& services, velmora::Init init,
                        Check_Report& report) const {
   const path tree = settings.staging_directory();
@@ -236,6 +256,10 @@ void APT_Family::check(const Settings& settings, const Host_Services& services, 
   const velmora::APT_Repo_Config repo(services.system, settings.configuration(), tree, init);
   append(report.findings,
          find_other_source_lists(*services.filesystem, repo.source_list.url, repo.source_list.channel));
+  if (!settings.repository_packages().empty()) {
+    const std::string& url = repo.source_list.url;
+    append(report.findings, find_repositories_on_site(*services.filesystem, site_of(url), {url}));
+  }
 }
 
 }  // namespace zant::velmora_host

@@ -125,6 +125,11 @@ std::vector<path> other_source_lists(velmora::Filesystem& filesystem) {
   return files;
 }
 
+std::vector<Listing> listings_of(velmora::Filesystem& filesystem, const path& file) {
+  const std::string text = filesystem.read_file(file, velmora::Read_Flag::WHOLE_TEXT);
+  return file.extension() == ".sources" ? listings_of_stanza_format(text) : listings_of_one_line_format(text);
+}
+
 Finding other_apt_listing(const path& file, bool has_key_of_its_own) {
   const char* const remedy = "remove the repository from that file: package-minder registers it";
   if (has_key_of_its_own) {
@@ -141,10 +146,7 @@ Findings find_other_source_lists(velmora::Filesystem& filesystem, const std::str
                                  const std::string& suite) {
   Findings findings;
   for (const auto& file : other_source_lists(filesystem)) {
-    const std::string text = filesystem.read_file(file, velmora::Read_Flag::WHOLE_TEXT);
-    const auto listings =
-        file.extension() == ".sources" ? listings_of_stanza_format(text) : listings_of_one_line_format(text);
-    for (const auto& listing : listings) {
+    for (const auto& listing : listings_of(filesystem, file)) {
       const auto& suites = listing.suites;
       if (holds_url(listing.urls, url) && std::find(suites.begin(), suites.end(), suite) != suites.end()) {
         findings.push_back(other_apt_listing(file, listing.has_key_of_its_own));
@@ -152,6 +154,26 @@ Findings find_other_source_lists(velmora::Filesystem& filesystem, const std::str
     }
   }
   return findings;
+}
+
+std::vector<std::string> urls_of_source_list(const std::string& text) {
+  std::vector<std::string> urls;
+  for (const auto& listing : listings_of_one_line_format(text)) {
+    urls.insert(urls.end(), listing.urls.begin(), listing.urls.end());
+  }
+  return urls;
+}
+
+std::vector<std::pair<path, std::string>> find_other_urls(velmora::Filesystem& filesystem) {
+  std::vector<std::pair<path, std::string>> urls;
+  for (const auto& file : other_source_lists(filesystem)) {
+    for (const auto& listing : listings_of(filesystem, file)) {
+      for (const auto& url : listing.urls) {
+        urls.emplace_back(file, url);
+      }
+    }
+  }
+  return urls;
 }
 
 }  // namespace zant::velmora_host

@@ -4,7 +4,11 @@
 
 #include <zant/velmora/host/filesystem.hpp>
 
+#include <boost/filesystem/path.hpp>
+
 #include <string>
+#include <utility>
+#include <vector>
 
 namespace zant::velmora_host {
 
@@ -12,5 +16,12 @@ namespace zant::velmora_host {
 /// fails, else APT warns. Entries that are switched off do not count.
 Findings find_other_source_lists(velmora::Filesystem& filesystem, const std::string& url,
                                  const std::string& suite);
+
+/// The addresses in the text of a source list in the one-line format.
+std::vector<std::string> urls_of_source_list(const std::string& text);
+
+/// Every address that other source lists of the host name, with the file. Entries that are switched off do
+/// not count.
+std::vector<std::pair<boost::filesystem::path, std::string>> find_other_urls(velmora::Filesystem& filesystem);
 
 }  // namespace zant::velmora_host

@@ -229,6 +229,10 @@ std::optional<std::vector<Signing_Key>> Choco_Family::read_keys(const Host_Servi
   return std::nullopt;
 }
 
+std::optional<std::vector<std::string>> Choco_Family::trusted_keys(const Host_Services& /*services*/) const {
+  return std::nullopt;
+}
+
 void Choco_Family::check(const Settings& settings, const Host_Services& services, velmora::Init /*init*/,
                          Check_Report& report) const {
   if (const path program = choco_program(settings); !services.filesystem->exists(program)) {

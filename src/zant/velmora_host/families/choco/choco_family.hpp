@@ -39,6 +39,7 @@ class Choco_Family : public Family {
                            const Host_Services& services) const override;
   std::optional<std::vector<Signing_Key>> read_keys(
       const Host_Services& services, const boost::filesystem::path& staging_tree) const override;
+  std::optional<std::vector<std::string>> trusted_keys(const Host_Services& services) const override;
   void check(const Settings& settings, const Host_Services& services, velmora::Init init,
              Check_Report& report) const override;
 };

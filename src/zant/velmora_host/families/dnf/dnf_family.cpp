@@ -1,5 +1,7 @@
 #include <zant/velmora_host/families/dnf/dnf_family.hpp>
 
+#include <zant/velmora_host/base/printable.hpp>
+#include <zant/velmora_host/families/dnf/included_packages.hpp>
 #include <zant/velmora_host/families/dnf/repository_files.hpp>
 #include <zant/velmora_host/families/linux_package_factory.hpp>
 #include <zant/velmora_host/families/staged_template.hpp>
@@ -12,8 +14,12 @@
 #include <zant/velmora/upgrade_timer/upgrade_timer_constants.hpp>
 
 #include <fmt/format.h>
+#include <boost/algorithm/string/classification.hpp>
 #include <boost/algorithm/string/predicate.hpp>
+#include <boost/algorithm/string/split.hpp>
 #include <boost/algorithm/string/trim.hpp>
+
+#include <algorithm>
 
 namespace zant::velmora_host {
 namespace {
@@ -25,6 +31,10 @@ namespace Upgrade_Timer_Constants = velmora::Upgrade_Timer_Constants;
 
 constexpr const char* FOLDER = "dnf";
 
+// As the build installs it: see PACKAGE_MINDER_SHIP_DNF_KEY.
+constexpr const char* SHIPPED_KEY_FILE = "zant-velmora.asc";
+
+constexpr std::string_view FILE_SCHEME = "file://";
 constexpr const char* IMPORT_KEY_PREFIX = "rpm --import ";
 // Which keys rpm has says nothing of the file that would be imported. That it has one is near enough: the
 // import is repeated in every cycle.
@@ -35,6 +45,11 @@ constexpr const char* NO_CONFLICTING_TIMER =
     "2> /dev/null && "
     "! systemctl is-active --quiet dnf-automatic.timer dnf-automatic-download.timer "
     "dnf-automatic-notifyonly.timer";
+
+// rpm keeps each key as a package. It fails when there is none, and says so on standard output.
+constexpr const char* KEY_LIST_QUERY =
+    "rpm --query --queryformat '%{NAME}-%{VERSION}-%{RELEASE} %{SUMMARY}\\n' gpg-pubkey";
+constexpr const char* NO_KEYS = "package gpg-pubkey is not installed";
 
 constexpr const char* RPM_VERSION_QUERY = "rpm --query --queryformat '%{{VERSION}}-%{{RELEASE}}' {}";
 // What DNF last learned: asking the repository would need the network.
@@ -69,6 +84,30 @@ const std::map<std::string, Command_Traits>& command_table() {
 std::string output_of(velmora::System& system, const std::string& command) {
   const auto result = system.run_command(command, velmora::Run_Flag::WAIT_AND_CAPTURE);
   return result.exit_code == 0 ? boost::algorithm::trim_copy(result.output) : "";
+}
+
+void check_key_address(const std::string& address, velmora::Filesystem& filesystem, Check_Report& report) {
+  const char* const setting = "package.dnf.repo.gpg_key";
+  const char* const remedy = "name a key file of this host, file:///..., or an https address";
+  if (boost::algorithm::starts_with(address, FILE_SCHEME)) {
+    if (!filesystem.exists(address.substr(FILE_SCHEME.size()))) {
+      report.findings.push_back({setting, fmt::format("names a file that is missing: {}", address),
+                                 "put the repository's public key there, ASCII-armoured, or name where it is",
+                                 "repository.key_missing"});
+    }
+  } else if (boost::algorithm::starts_with(address, "https://")) {
+    report.unchecked.push_back(
+        {"key_address", "which keys " + address + " yields",
+         "every cycle fetches and imports what is there: whoever controls that address decides which keys "
+         "this host trusts, whereas a key file of this host (file:///...) stays what it is"});
+  } else {
+    report.findings.push_back(
+        {setting,
+         fmt::format("is \"{}\", which anybody on the network path can answer: every cycle imports what is "
+                     "served, and this host trusts it from then on",
+                     address),
+         remedy, "repository.key_address_unprotected"});
+  }
 }
 
 bool is_excluded_by_file(velmora::Filesystem& filesystem) {
@@ -107,7 +146,10 @@ bool DNF_Family::matches(velmora::Filesystem& filesystem) const {
 std::unique_ptr<Package_Factory> DNF_Family::create_package_factory(const Host_Services& services,
                                                                     const Settings& settings,
                                                                     const path& staging_directory) const {
-  return std::make_unique<Linux_Package_Factory>(services, settings, staging_directory);
+  return std::make_unique<Linux_Package_Factory>(
+      services, settings, staging_directory,
+      std::make_shared<Included_Packages>(services.filesystem, settings.repository_packages(),
+                                          staging_directory));
 }
 
 Findings DNF_Family::find_setting_faults(const Settings& /*settings*/) const {
@@ -198,7 +240,8 @@ Staging_Layout DNF_Family::staging_layout() const {
            staged_template(FOLDER, Upgrade_Timer_Constants::STAGED_ON_CALENDAR_FILE, text),
            staged_template(FOLDER, Upgrade_Timer_Constants::STAGED_RANDOMIZED_DELAY_FILE, text)},
           {},
-          {}};
+          {},
+          {path("keyrings") / SHIPPED_KEY_FILE}};
 }
 
 std::vector<path> DNF_Family::directories() const {
@@ -250,11 +293,28 @@ std::optional<std::vector<Signing_Key>> DNF_Family::read_keys(const Host_Service
   return std::nullopt;
 }
 
+std::optional<std::vector<std::string>> DNF_Family::trusted_keys(const Host_Services& services) const {
+  const auto answer = services.system->run_command(KEY_LIST_QUERY, velmora::Run_Flag::WAIT_AND_CAPTURE);
+  if (answer.exit_code != 0 && !boost::algorithm::starts_with(answer.output, NO_KEYS)) {
+    return std::nullopt;
+  }
+  std::vector<std::string> keys;
+  if (answer.exit_code == 0) {
+    boost::algorithm::split(keys, answer.output, boost::algorithm::is_any_of("\n"));
+  }
+  std::erase(keys, "");
+  // A key's owner is whatever the key says.
+  std::transform(keys.begin(), keys.end(), keys.begin(), printable);
+  std::sort(keys.begin(), keys.end());
+  return keys;
+}
+
 void DNF_Family::check(const Settings& settings, const Host_Services& services, velmora::Init /*init*/,
                        Check_Report& report) const {
   check_dnf(*services.system, report);
   const velmora::DNF_Repo_Config repo(settings.configuration(), settings.staging_directory());
   append(report.findings, find_other_repository_files(*services.filesystem, repo.base_url));
+  check_key_address(repo.gpg_key_url, *services.filesystem, report);
 }
 
 }  // namespace zant::velmora_host

@@ -73,14 +73,18 @@ std::string without_last_slash(const std::string& url) {
   return boost::algorithm::trim_right_copy_if(url, [](char c) { return c == '/'; });
 }
 
+// DNF separates lists by blanks, commas or both.
+std::vector<std::string> words_of(std::string list) {
+  std::replace(list.begin(), list.end(), ',', ' ');
+  std::istringstream words(list);
+  return {std::istream_iterator<std::string>(words), std::istream_iterator<std::string>()};
+}
+
 bool uses_address(const Repository& repository, const std::string& base_url) {
-  std::string addresses = repository.option("baseurl");
-  std::replace(addresses.begin(), addresses.end(), ',', ' ');
-  std::istringstream words(addresses);
-  return std::any_of(std::istream_iterator<std::string>(words), std::istream_iterator<std::string>(),
-                     [&base_url](const std::string& address) {
-                       return without_last_slash(address) == without_last_slash(base_url);
-                     });
+  const auto addresses = words_of(repository.option("baseurl"));
+  return std::any_of(addresses.begin(), addresses.end(), [&base_url](const std::string& address) {
+    return without_last_slash(address) == without_last_slash(base_url);
+  });
 }
 
 void find_in_file(const path& file, const std::string& text, const std::string& base_url,
@@ -119,6 +123,14 @@ bool excludes_packages(const std::string& repository_file) {
   return std::any_of(repositories.begin(), repositories.end(), [](const Repository& repository) {
     return repository.id == DNF_Constants::DNF_REPO_ID &&
            !(repository.option("exclude") + repository.option("excludepkgs")).empty();
+  });
+}
+
+bool included_packages_are(const std::string& repository_file, const std::vector<std::string>& patterns) {
+  const auto repositories = parse(repository_file);
+  return std::all_of(repositories.begin(), repositories.end(), [&patterns](const Repository& repository) {
+    return repository.id != DNF_Constants::DNF_REPO_ID ||
+           words_of(repository.option("includepkgs")) == patterns;
   });
 }
 

@@ -5,6 +5,7 @@
 #include <zant/velmora/host/filesystem.hpp>
 
 #include <string>
+#include <vector>
 
 namespace zant::velmora_host {
 
@@ -15,5 +16,8 @@ Findings find_other_repository_files(velmora::Filesystem& filesystem, const std:
 /// Whether the text of our repository file keeps DNF from seeing packages of the repository: how a hold is
 /// set.
 bool excludes_packages(const std::string& repository_file);
+
+/// Whether the text of our repository file has just these patterns in "includepkgs".
+bool included_packages_are(const std::string& repository_file, const std::vector<std::string>& patterns);
 
 }  // namespace zant::velmora_host

@@ -155,6 +155,9 @@ class Parcel_Family : public Family {
       const Host_Services& /*services*/, const boost::filesystem::path& /*staging_tree*/) const override {
     return std::nullopt;
   }
+  std::optional<std::vector<std::string>> trusted_keys(const Host_Services& /*services*/) const override {
+    return std::nullopt;
+  }
   void check(const Settings& /*settings*/, const Host_Services& /*services*/, velmora::Init /*init*/,
              Check_Report& report) const override {
     report.findings.push_back({"parcel", "is made up", "none", "parcel.made_up"});

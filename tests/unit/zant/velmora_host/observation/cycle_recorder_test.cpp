@@ -4,6 +4,7 @@
 #include <zant/velmora_host/observation/observed_filesystem.hpp>
 #include <zant/velmora_host/observation/observed_package.hpp>
 
+#include <support/captured_log.hpp>
 #include <support/fake_filesystem.hpp>
 #include <support/host_side/fake_host_filesystem.hpp>
 
@@ -123,6 +124,120 @@ TEST_F(CycleRecorder, RecordsAQuietCycle) {
   EXPECT_EQ(seen.history.cycles, 1U);
   EXPECT_EQ(to_iso_time(seen.history.last_success.value()), "2027-01-15T08:00:02Z");
   EXPECT_EQ(heard_.size(), 1U);
+}
+
+// What an import makes of the keys of the host, in a cycle of its own.
+class RecordedKeys : public CycleRecorder {
+ protected:
+  void import(const std::vector<std::string>& before, const std::vector<std::string>& after) {
+    package_->on_repository = [=, this] {
+      recorder_->note_key_import({"rpm --import https://repo.test/key", before, after});
+    };
+    run_cycle();
+  }
+
+  std::vector<std::string> imported() const {
+    std::vector<std::string> texts;
+    const auto keys = state().history.keys.value();
+    for (const auto& key : keys.imported) {
+      texts.push_back(key.key + " " + to_iso_time(key.time) + (key.is_first ? ", first" : ""));
+    }
+    return texts;
+  }
+
+  std::vector<std::string> new_ones() const {
+    std::vector<std::string> keys;
+    for (const auto& key : new_keys(state().history, now_)) {
+      keys.push_back(key.key);
+    }
+    return keys;
+  }
+
+  std::vector<std::string> notices() const {
+    return log_.messages(static_cast<int>(zant::logging::severity_level::notice));
+  }
+
+  velmora::test_support::Captured_Log log_;
+};
+
+TEST_F(RecordedKeys, AreThoseThatTheHostTrustsAfterTheImport) {
+  import({"distribution"}, {"distribution", "vendor"});
+
+  EXPECT_THAT(state().history.keys->trusted, ElementsAre("distribution", "vendor"));
+  EXPECT_THAT(imported(), ElementsAre("vendor 2027-01-15T08:00:00Z, first"));
+  EXPECT_THAT(new_ones(), IsEmpty()) << "a repository that has just been registered has no other key";
+  EXPECT_THAT(notices(),
+              ElementsAre("The repository's key address yielded a key that packages are checked with "
+                          "from now on: vendor (rpm --import https://repo.test/key)"));
+}
+
+TEST_F(RecordedKeys, OfAHostInStepAreNotToldAgain) {
+  import({"vendor"}, {"vendor"});
+  import({"vendor"}, {"vendor"});
+
+  EXPECT_THAT(notices(), IsEmpty());
+  EXPECT_THAT(imported(), IsEmpty());
+}
+
+TEST_F(RecordedKeys, AreNewForAWeekWhenTheAddressYieldsAnotherOne) {
+  import({}, {"vendor"});
+  start();
+
+  import({"vendor"}, {"foreign", "vendor"});
+
+  EXPECT_THAT(imported(), ElementsAre("vendor 2027-01-15T08:00:00Z, first", "foreign 2027-01-15T08:00:00Z"));
+  EXPECT_THAT(new_ones(), ElementsAre("foreign"));
+  EXPECT_EQ(
+      notices().back(),
+      "The repository's key address yielded a key that packages are checked with from now on: foreign (rpm "
+      "--import https://repo.test/key)");
+  now_ += std::chrono::hours(24 * 7);
+  EXPECT_THAT(new_ones(), IsEmpty());
+}
+
+TEST_F(RecordedKeys, ThatSomethingElseImportedOrRemovedAreTold) {
+  import({"distribution", "vendor"}, {"distribution", "vendor"});
+
+  import({"epel", "vendor"}, {"epel", "vendor"});
+
+  EXPECT_THAT(
+      notices(),
+      ElementsAre("Packages are checked with one more key, which something else imported: epel",
+                  "Packages are no longer checked with a key, which something else removed: distribution"));
+  EXPECT_THAT(state().history.keys->trusted, ElementsAre("epel", "vendor"));
+  EXPECT_THAT(imported(), IsEmpty());
+}
+
+TEST_F(RecordedKeys, ThatWereRemovedAndImportedAgainAreTheSame) {
+  import({}, {"vendor"});
+  now_ += seconds(1);
+
+  import({}, {"vendor"});
+
+  EXPECT_EQ(notices().size(), 1U) << "of the first import";
+  EXPECT_THAT(imported(), ElementsAre("vendor 2027-01-15T08:00:00Z, first"));
+}
+
+TEST_F(RecordedKeys, AreToldOfWhenASecondOneOfTheSameNameComes) {
+  import({"vendor"}, {"vendor"});
+
+  import({"vendor"}, {"vendor", "vendor"});
+
+  EXPECT_THAT(new_ones(), ElementsAre("vendor"));
+}
+
+TEST_F(RecordedKeys, AreNotKnownFromARecordOfAnEarlierVersion) {
+  import({}, {"vendor"});
+  std::string text = files_->read_file(RECORD, velmora::Read_Flag::WHOLE_TEXT);
+  const auto begin = text.find("    \"keys\": {");
+  text.erase(begin, text.find("    \"known_files\"") - begin);
+  files_->add_file(RECORD, text);
+
+  start();
+  import({"vendor"}, {"vendor"});
+
+  EXPECT_EQ(state().history.cycles, 2U) << "all else is known";
+  EXPECT_THAT(imported(), IsEmpty());
 }
 
 TEST_F(CycleRecorder, RecordsTheCommandsItIsTold) {

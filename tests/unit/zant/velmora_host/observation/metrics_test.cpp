@@ -30,6 +30,7 @@ TEST(Metrics, AreThereFromTheFirstCycleOn) {
       "package_minder_drift_repaired_total{kind=\"keyring\"} 0\n"
       "package_minder_drift_repaired_total{kind=\"source_list\"} 0\n"
       "package_minder_drift_repaired_total{kind=\"repository_file\"} 0\n"
+      "package_minder_drift_repaired_total{kind=\"preferences\"} 0\n"
       "package_minder_drift_repaired_total{kind=\"upgrade_configuration\"} 0\n"
       "package_minder_drift_repaired_total{kind=\"backup\"} 0\n"
       "package_minder_drift_repaired_total{kind=\"timer\"} 0\n"

@@ -1,11 +1,14 @@
 #include <zant/velmora_host/observation/observed_system.hpp>
 
 #include <zant/velmora_host/families/apt/apt_family.hpp>
+#include <zant/velmora_host/families/dnf/dnf_family.hpp>
 
 #include <support/host_side/debian_host.hpp>
+#include <support/host_side/el_host.hpp>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <boost/algorithm/string/join.hpp>
 
 #include <memory>
 #include <string>
@@ -28,6 +31,10 @@ class Noting_Observer : public Command_Observer {
                     std::to_string(command.exit_code));
   }
   void note_failure(const Cycle_Failure& failure) override { notes.push_back("failed: " + failure.message); }
+  void note_key_import(const Key_Import& import) override {
+    notes.push_back(import.line + ": from " + boost::algorithm::join(import.before, ", ") + " to " +
+                    boost::algorithm::join(import.after, ", "));
+  }
 
   std::vector<std::string> notes;
 };
@@ -73,6 +80,36 @@ TEST_F(ObservedSystem, TellsTheFailureThatTheLibraryGoesOnAfter) {
   observer_->notes.clear();
   run("apt-mark -qq unhold zant-velmora", Occasion::PURGE);
   EXPECT_THAT(observer_->notes, ElementsAre("begins", "did: apt-mark -qq unhold zant-velmora 100"));
+}
+
+TEST(ObservedKeyImport, IsToldWithTheKeysBeforeAndAfterItEvenWhenItFails) {
+  test_support::El_Host host;
+  const DNF_Family family;
+  const auto observer = std::make_shared<Noting_Observer>();
+  Observed_System system(host.services, family, Occasion::CYCLE, observer);
+  host.trust("gpg-pubkey-2 B\ngpg-pubkey-1 A\n");
+  host.system->on("rpm --import https://repo.test/key", 1);
+  host.system->during("rpm --import https://repo.test/key",
+                      [&host] { host.trust("gpg-pubkey-2 B\ngpg-pubkey-1 A\ngpg-pubkey-3 C\n"); });
+
+  system.run_command("rpm --import https://repo.test/key", true);
+
+  EXPECT_EQ(observer->notes.back(),
+            "rpm --import https://repo.test/key: from gpg-pubkey-1 A, gpg-pubkey-2 B to gpg-pubkey-1 A, "
+            "gpg-pubkey-2 B, gpg-pubkey-3 C");
+}
+
+TEST(ObservedKeyImport, IsNotToldWhenTheKeysCannotBeListed) {
+  test_support::El_Host host;
+  const DNF_Family family;
+  const auto observer = std::make_shared<Noting_Observer>();
+  Observed_System system(host.services, family, Occasion::CYCLE, observer);
+  host.system->on(test_support::El_Host::LIST_KEYS, 1, "error: cannot open Packages database\n");
+  host.system->on("rpm --import https://repo.test/key", 0);
+
+  system.run_command("rpm --import https://repo.test/key", true);
+
+  EXPECT_EQ(observer->notes.back(), "did: rpm --import https://repo.test/key 0");
 }
 
 }  // namespace

@@ -144,5 +144,30 @@ TEST_F(StatusTest, TakesADamagedRecordForNone) {
   EXPECT_THAT(reasons(), ElementsAre("cycle.never_ran"));
 }
 
+TEST_F(StatusTest, ShowsTheKeysThatTheHostTrusts) {
+  const auto long_ago = std::chrono::system_clock::from_time_t(1500000000);
+  history_.keys = Key_History{{"gpg-pubkey-1 Distribution", "gpg-pubkey-2 Vendor"},
+                              {{"gpg-pubkey-2 Vendor", long_ago, false}}};
+  record(history_);
+
+  EXPECT_THAT(to_text(status()), HasSubstr("Trusted keys        2\n"
+                                           "    gpg-pubkey-1 Distribution\n"
+                                           "    gpg-pubkey-2 Vendor, imported 2017-07-14T02:40:00Z\n"));
+  EXPECT_EQ(json()["keys"]["trusted"][0], "gpg-pubkey-1 Distribution");
+  EXPECT_EQ(json()["keys"]["imported"][0]["key"], "gpg-pubkey-2 Vendor");
+  EXPECT_THAT(reasons(), IsEmpty());
+}
+
+TEST_F(StatusTest, NeedsAttentionWhenTheKeyAddressHasYieldedAnotherKey) {
+  const auto now = std::chrono::system_clock::now();
+  history_.keys = Key_History{{"foreign", "vendor"}, {{"vendor", now, true}, {"foreign", now, false}}};
+  record(history_);
+
+  EXPECT_THAT(reasons(), ElementsAre("keys.new"));
+  EXPECT_THAT(status().reasons[0].message,
+              ::testing::EndsWith("packages are checked with a new key, which the repository's key address "
+                                  "yielded: foreign"));
+}
+
 }  // namespace
 }  // namespace zant::velmora_host

@@ -52,8 +52,19 @@ TEST_F(WholeCheckOfDebian, FindsNothingOnAHostThatIsInOrder) {
   EXPECT_EQ(to_text(check()), "Nothing found that needs to be put right.\n");
 }
 
-TEST_F(WholeCheckOfEl, FindsNothingOnAHostThatIsInOrder) {
-  EXPECT_EQ(to_text(check()), "Nothing found that needs to be put right.\n");
+TEST_F(WholeCheckOfEl, FindsNothingOnAHostThatIsInOrderAndSaysWhatARemoteKeyMeans) {
+  EXPECT_EQ(
+      to_text(check()),
+      "Not checked: which keys https://repo.velmora.example/velmora-yum-repo/quorvane-yum-repo.gpg yields, "
+      "because every cycle fetches and imports what is there: whoever controls that address decides which "
+      "keys this host trusts, whereas a key file of this host (file:///...) stays what it is.\n"
+      "Nothing found that needs to be put right.\n");
+}
+
+TEST_F(WholeCheckOfEl, KnowsTheKeyThatIsShippedForDnf) {
+  write_to_tree("keyrings/zant-velmora.asc", "the key");
+
+  EXPECT_THAT(findings(), IsEmpty());
 }
 
 TEST_F(WholeCheckOfDebian, LooksAtTheStagingTree) {

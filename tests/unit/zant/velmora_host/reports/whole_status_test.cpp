@@ -215,6 +215,7 @@ TEST_F(WholeStatusOfDebian, PrintsAllThatNeedsAttention) {
             "      }\n"
             "    ]\n"
             "  },\n"
+            "  \"keys\": null,\n"
             "  \"hold\": \"held\",\n"
             "  \"automatic_upgrades\": {\n"
             "    \"wanted\": true,\n"

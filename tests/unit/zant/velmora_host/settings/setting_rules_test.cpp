@@ -66,6 +66,10 @@ INSTANTIATE_TEST_SUITE_P(
         Key_And_Value{"package.dnf.repo.channel", "beta"},
         Key_And_Value{"package.dnf.repo.gpg_key", "https://repo.velmora.example/~key/quorvane-yum-repo.gpg"},
         Key_And_Value{"package.dnf.repo.gpg_key", "file:///etc/pki/rpm-gpg/RPM-GPG-KEY"},
+        Key_And_Value{"minder.repository_packages", "zant-velmora"},
+        Key_And_Value{"minder.repository_packages", "  velmora-codec_2.x++\tzant-velmora* "},
+        Key_And_Value{"minder.repository_packages", "z?nt-[u-w]elm[xo]*a"},
+        Key_And_Value{"minder.repository_packages", "zant-velmora*[a-z0-9-]* *-velmora"},
         Key_And_Value{"package.dnf.repo.throttle", "500k"}, Key_And_Value{"package.dnf.repo.throttle", "0"},
         Key_And_Value{"package.dnf.repo.throttle", "1.5M"},
         Key_And_Value{"package.dnf.upgrade_timer.on_calendar", "daily"},
@@ -185,6 +189,37 @@ TEST(SettingRules, SayWhatWouldBeRight) {
   EXPECT_EQ(fault_of("package.dnf.repo.throttle", "x"), "must be a speed such as 500k, or a percentage");
   EXPECT_EQ(fault_of("package.choco.upgrade_scheduler.options", "|"),
             "must be one line of text without & | < > ^ and %, which cmd.exe would interpret");
+}
+
+TEST(SettingRules, SayWhichPackagePatternIsWrong) {
+  constexpr const char* KEY = "minder.repository_packages";
+  const auto wrong = [](const std::string& pattern) {
+    return "the pattern \"" + pattern +
+           "\" must consist of letters, digits and + . _ - and the wildcards * ? [...]";
+  };
+
+  for (const char* pattern :
+       {"a,b", "{0}", "/a/",  "!a",   "$a",  "a=b", "a:amd64", "\"a\"", "[",  "a[",      "[]",
+        "a]",  "[a",  "[!a]", "[^a]", "[*]", "-a",  ".a",      "+a",    "_a", "\xc3\xa9"}) {
+    EXPECT_EQ(fault_of(KEY, std::string("zant-velmora ") + pattern), wrong(pattern));
+  }
+  EXPECT_EQ(fault_of(KEY, "zant-velmora\n# x"), wrong("#"));
+  EXPECT_EQ(fault_of(KEY, "zant-velmora *"),
+            "must not hold the pattern *, which allows every package: leave the setting empty for that");
+  for (const char* patterns : {" ", "zant", "zant-velmora-*", "*velmora-", "zant-velmor?a",
+                               "zant-velmor[b-z]", "ZANT-VELMORA", "zant-velmor", "zant-velmora?"}) {
+    EXPECT_EQ(fault_of(KEY, patterns), "must allow zant-velmora itself, for example zant-velmora*")
+        << patterns;
+  }
+}
+
+TEST(SettingRules, JudgeALongPatternAtOnce) {
+  std::string stars;
+  for (int count = 0; count < 100000; ++count) {
+    stars += "*?a";
+  }
+
+  EXPECT_NE(fault_of("minder.repository_packages", stars), "");
 }
 
 TEST(SettingRules, SayWhichOriginIsWrong) {

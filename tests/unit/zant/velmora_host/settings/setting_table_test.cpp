@@ -24,8 +24,8 @@ TEST(SettingTable, HoldsEachKeyOnce) {
     keys.insert(candidate.key);
   }
 
-  EXPECT_THAT(setting_table().settings(), SizeIs(27));
-  EXPECT_THAT(keys, SizeIs(27));
+  EXPECT_THAT(setting_table().settings(), SizeIs(28));
+  EXPECT_THAT(keys, SizeIs(28));
 }
 
 TEST(SettingTable, SaysWhatEachSettingMeans) {
@@ -68,6 +68,17 @@ TEST(SettingTable, HasTheDefaultsOfTheLibrary) {
   EXPECT_EQ(setting("package.choco.upgrade_scheduler.options").default_value, "/ST 01:00 /SC WEEKLY /D SUN");
 }
 
+TEST(SettingTable, TakesAShippedKeyForTheDefaultInTheLibrarysPlace) {
+  const Setting_Table table(setting_defaults("/usr/share/package-minder/staging/keyrings/zant-velmora.asc"));
+  const Setting& key = *table.find("package.dnf.repo.gpg_key");
+
+  EXPECT_EQ(key.default_value, "file:///usr/share/package-minder/staging/keyrings/zant-velmora.asc");
+  EXPECT_TRUE(key.replaces_library_default);
+  EXPECT_EQ(key.rule.find_fault(key.default_value), "");
+  EXPECT_FALSE(
+      Setting_Table(setting_defaults("")).find("package.dnf.repo.gpg_key")->replaces_library_default);
+}
+
 TEST(SettingTable, TakesDirectoriesFromTheBuild) {
   Setting_Defaults defaults;
   defaults.staging_directory = "/opt/staging";
@@ -90,11 +101,11 @@ TEST(SettingTable, TakesAnEmptyValueForUnsetWhereNoValueIsTheDefaultOfEveryHost)
   }
 
   EXPECT_THAT(
-      keys, ElementsAre("minder.base_directory", "minder.metrics_file", "package.apt.repo.url",
-                        "package.apt.repo.channel", "package.apt.upgrade_timer.on_calendar",
-                        "package.apt.upgrade_timer.randomized_delay", "package.dnf.repo.baseurl",
-                        "package.dnf.upgrade_timer.on_calendar", "package.dnf.upgrade_timer.randomized_delay",
-                        "package.choco.repo.source_location"));
+      keys, ElementsAre("minder.repository_packages", "minder.base_directory", "minder.metrics_file",
+                        "package.apt.repo.url", "package.apt.repo.channel",
+                        "package.apt.upgrade_timer.on_calendar", "package.apt.upgrade_timer.randomized_delay",
+                        "package.dnf.repo.baseurl", "package.dnf.upgrade_timer.on_calendar",
+                        "package.dnf.upgrade_timer.randomized_delay", "package.choco.repo.source_location"));
 }
 
 TEST(SettingTable, HasClosedListsOfValues) {

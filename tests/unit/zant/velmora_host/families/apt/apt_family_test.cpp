@@ -81,6 +81,7 @@ TEST_F(AptFamily, TakesForNoFailureWhatTheLibraryJudgesItselfOrExpects) {
 TEST_F(AptFamily, KnowsWhatItsFilesAreFor) {
   EXPECT_EQ(family_.kind_of("/etc/apt/trusted.gpg.d/zant-velmora.gpg"), File_Kind::KEYRING);
   EXPECT_EQ(family_.kind_of("/etc/apt/sources.list.d/zant-velmora.list"), File_Kind::SOURCE_LIST);
+  EXPECT_EQ(family_.kind_of("/etc/apt/preferences.d/zant-velmora.pref"), File_Kind::PREFERENCES);
   EXPECT_EQ(family_.kind_of("/etc/apt/apt.conf.d/20auto-upgrades"), File_Kind::UPGRADE_CONFIGURATION);
   EXPECT_EQ(family_.kind_of("/etc/apt/apt.conf.d/.zant-backups/20auto-upgrades"), File_Kind::BACKUP);
   EXPECT_EQ(family_.kind_of(
@@ -93,7 +94,8 @@ TEST_F(AptFamily, KnowsWhatStaysUntilAPurge) {
   const auto installed = family_.installed_paths();
 
   EXPECT_THAT(installed.repository, ElementsAre("/etc/apt/trusted.gpg.d/zant-velmora.gpg",
-                                                "/etc/apt/sources.list.d/zant-velmora.list"));
+                                                "/etc/apt/sources.list.d/zant-velmora.list",
+                                                "/etc/apt/preferences.d/zant-velmora.pref"));
   EXPECT_THAT(
       installed.upgrades,
       ElementsAre(

@@ -129,6 +129,71 @@ TEST_F(DnfFamily, AsksRpmAndDnfForTheVersions) {
   EXPECT_EQ(versions.offered, "1.1-1");
 }
 
+TEST_F(DnfFamily, AsksRpmForTheKeysItTrusts) {
+  host_.trust(
+      "gpg-pubkey-22222222-5f5e1000 B\x1b[2J public key\ngpg-pubkey-11111111-5f5e1000 A public key\n");
+  EXPECT_THAT(family_.trusted_keys(host_.services).value(),
+              ElementsAre("gpg-pubkey-11111111-5f5e1000 A public key",
+                          "gpg-pubkey-22222222-5f5e1000 B\\x1b[2J public key"));
+
+  host_.trust("");
+  EXPECT_THAT(family_.trusted_keys(host_.services).value(), IsEmpty());
+
+  host_.system->on(El_Host::LIST_KEYS, 1, "error: cannot open Packages database\n");
+  EXPECT_FALSE(family_.trusted_keys(host_.services));
+}
+
+class KeyAddress : public DnfFamily {
+ protected:
+  Check_Report check(const std::string& address) {
+    host_.pass_checks();
+    host_.set("package.dnf.repo.gpg_key", address);
+    Check_Report report;
+    family_.check(host_.settings(), host_.services, velmora::Init::systemd, report);
+    return report;
+  }
+};
+
+TEST_F(KeyAddress, WithoutProtectionOnTheWayIsFound) {
+  for (const char* address : {"http://repo.velmora.test/key", "ftp://repo.velmora.test/key"}) {
+    const auto report = check(address);
+
+    ASSERT_EQ(report.findings.size(), 1U);
+    EXPECT_EQ(report.findings[0].code, "repository.key_address_unprotected");
+    EXPECT_EQ(report.findings[0].where, "package.dnf.repo.gpg_key");
+    EXPECT_EQ(
+        report.findings[0].what,
+        std::string("is \"") + address +
+            "\", which anybody on the network path can answer: every cycle imports what is served, and this "
+            "host trusts it from then on");
+    EXPECT_THAT(report.unchecked, IsEmpty());
+  }
+}
+
+TEST_F(KeyAddress, ThatIsRemoteIsNamedWithWhatItMeans) {
+  const auto report = check("https://repo.velmora.test/key");
+
+  EXPECT_THAT(report.findings, IsEmpty());
+  ASSERT_EQ(report.unchecked.size(), 1U);
+  EXPECT_EQ(report.unchecked[0].code, "key_address");
+  EXPECT_EQ(report.unchecked[0].what, "which keys https://repo.velmora.test/key yields");
+  EXPECT_EQ(
+      report.unchecked[0].reason,
+      "every cycle fetches and imports what is there: whoever controls that address decides which keys this "
+      "host trusts, whereas a key file of this host (file:///...) stays what it is");
+}
+
+TEST_F(KeyAddress, OfAFileOfTheHostPassesWhenTheFileIsThere) {
+  auto report = check("file:///usr/share/key.asc");
+  ASSERT_EQ(report.findings.size(), 1U);
+  EXPECT_EQ(report.findings[0].code, "repository.key_missing");
+
+  host_.write("/usr/share/key.asc", "the key");
+  report = check("file:///usr/share/key.asc");
+  EXPECT_THAT(report.findings, IsEmpty());
+  EXPECT_THAT(report.unchecked, IsEmpty());
+}
+
 TEST_F(DnfFamily, FindsADnfThatCannotReleaseHolds) {
   host_.pass_checks();
   host_.system->on("dnf config-manager --help &> /dev/null || command -v yum-config-manager > /dev/null", 1);

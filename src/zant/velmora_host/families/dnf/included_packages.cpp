@@ -1,0 +1,105 @@
+#include <zant/velmora_host/families/dnf/included_packages.hpp>
+
+#include <zant/velmora_host/families/dnf/repository_files.hpp>
+
+#include <zant/velmora/dnf/dnf_constants.hpp>
+
+#include <fmt/format.h>
+#include <boost/algorithm/string/join.hpp>
+#include <boost/algorithm/string/trim.hpp>
+
+#include <sstream>
+#include <stdexcept>
+#include <utility>
+
+namespace zant::velmora_host {
+namespace {
+
+using boost::filesystem::path;
+using zant::logging::severity_level;
+namespace DNF_Constants = velmora::DNF_Constants;
+
+constexpr const char* OPTION = "includepkgs";
+constexpr const char* MARK = "# The setting minder.repository_packages of package-minder:";
+
+bool is_section_head(const std::string& line) {
+  return line.starts_with('[');
+}
+
+bool sets_option(const std::string& line) {
+  return boost::algorithm::trim_copy(line.substr(0, line.find('='))) == OPTION;
+}
+
+bool continues_a_value(const std::string& line) {
+  return line.starts_with(' ') || line.starts_with('\t');
+}
+
+// The vendor's own value gives way to the administrator's.
+std::string with_option(const std::string& text, const std::string& value) {
+  std::string result;
+  bool is_dropping = false;
+  std::istringstream lines(text);
+  for (std::string line; std::getline(lines, line);) {
+    is_dropping = sets_option(line) || (is_dropping && continues_a_value(line));
+    if (!is_dropping && line != MARK) {
+      result += line + "\n";
+    }
+    if (is_section_head(line)) {
+      result += fmt::format("{}\n{}={}\n", MARK, OPTION, value);
+    }
+  }
+  return result;
+}
+
+bool has_mark(const std::string& text) {
+  std::istringstream lines(text);
+  for (std::string line; std::getline(lines, line);) {
+    if (boost::algorithm::trim_copy(line) == MARK) {
+      return true;
+    }
+  }
+  return false;
+}
+
+}  // namespace
+
+Included_Packages::Included_Packages(std::shared_ptr<velmora::Filesystem> filesystem,
+                                     std::vector<std::string> patterns, const path& staging_directory)
+    : filesystem_(std::move(filesystem)),
+      patterns_(std::move(patterns)),
+      template_(staging_directory / "config-files" / "dnf" / "templates" /
+                (DNF_Constants::DNF_REPO_FILE + ".template")),
+      staged_file_(staging_directory / "config-files" / "dnf" / DNF_Constants::DNF_REPO_FILE) {
+  log_.init_("Included_Packages", "");
+}
+
+void Included_Packages::prepare_templates() {
+  if (patterns_.empty()) {
+    return;
+  }
+  const std::string text = filesystem_->read_file(template_, velmora::Read_Flag::WHOLE_TEXT);
+  if (!filesystem_->write_file(template_, with_option(text, boost::algorithm::join(patterns_, " ")),
+                               velmora::Write_Flag::REPLACE)) {
+    throw std::runtime_error(fmt::format("Failed to prepare {}", template_.string()));
+  }
+}
+
+void Included_Packages::set_up_if_necessary() {
+  const path installed = DNF_Constants::REPO_FILE_PATH;
+  const std::string text = filesystem_->read_file(installed, velmora::Read_Flag::WHOLE_TEXT);
+  // A file that is not there yet is installed whole with the repository.
+  const bool is_in_step = patterns_.empty() ? !has_mark(text) : included_packages_are(text, patterns_);
+  if (!filesystem_->exists(installed) || is_in_step) {
+    return;
+  }
+  ZANT_LOG(log_, severity_level::notice)
+      << (patterns_.empty()
+              ? std::string("Removing the limit on what DNF installs from the repository")
+              : fmt::format("Limiting what DNF installs from the repository to these packages: {}",
+                            boost::algorithm::join(patterns_, " ")));
+  if (!filesystem_->copy_file(staged_file_, installed, velmora::Copy_Option::OVERWRITE_EXISTING)) {
+    throw std::runtime_error(fmt::format("Failed to install {}", installed.string()));
+  }
+}
+
+}  // namespace zant::velmora_host
