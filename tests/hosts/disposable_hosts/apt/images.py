@@ -12,6 +12,9 @@ KEEP_UNATTENDED_UPGRADES = (
     'mkdir -p "$1/srv/packages" && chroot "$1" sh -c "cd /srv/packages && apt-get -qq download unattended-upgrades"'
 )
 
+# What hooks into every installation on many servers.
+HOOKS = ("etckeeper", "git", "needrestart", "apt-listchanges")
+
 # Where a host finds what package-minder's own packages depend on; Debian's archive would offer it to a real one.
 DISTRIBUTION = "/srv/distribution"
 RUNTIME_LIBRARIES = ("libboost-filesystem1.74.0", "libboost-log1.74.0", "libfmt9", "libpocoutil80")
@@ -19,8 +22,8 @@ DEVELOPMENT_LIBRARIES = ("libboost-filesystem-dev", "libboost-log-dev", "libpoco
 COMPILER = ("g++", "make", "cmake", "pkg-config")
 
 
-def _recipe(name, release, init):
-    return Recipe(name, release, (*init, *SERVER), (KEEP_UNATTENDED_UPGRADES,))
+def _recipe(name, release, init, *more_packages):
+    return Recipe(name, release, (*init, *SERVER, *more_packages), (KEEP_UNATTENDED_UPGRADES,))
 
 
 def _offer(*packages):
@@ -38,6 +41,7 @@ RECIPES = (
     _recipe("bookworm", "bookworm", SYSTEMD),
     _recipe("trixie", "trixie", SYSTEMD),
     _recipe("bookworm-sysvinit", "bookworm", SYSVINIT),
+    _recipe("bookworm-hooks", "bookworm", SYSTEMD, *HOOKS),
     # For package-minder's own packages: a server that has nothing of what they need, and a developer's machine.
     Recipe("bookworm-server", "bookworm", (*SYSTEMD, *SERVER), _offer(*RUNTIME_LIBRARIES)),
     Recipe("bookworm-developer", "bookworm", (*SYSTEMD, "apt-utils", *COMPILER), _offer(*RUNTIME_LIBRARIES, *DEVELOPMENT_LIBRARIES)),
