@@ -2,6 +2,7 @@
 
 #include <zant/velmora_host/base/printable.hpp>
 #include <zant/velmora_host/base/refusal.hpp>
+#include <zant/velmora_host/settings/address_credentials.hpp>
 #include <zant/velmora_host/settings/properties_text.hpp>
 
 #include <Poco/Exception.h>
@@ -60,9 +61,9 @@ void add_file(Setting_Layers& layers, const Settings_Sources& sources) {
     const std::string place = fmt::format("{}:{}", sources.file.string(), line.number);
     if (!line.has_separator || line.key.empty()) {
       const std::string text = line.has_separator ? "= " + line.value : line.key;
-      layers.faults.push_back({place, fmt::format("\"{}\" is not a setting", printable(text)),
-                               "a line must be KEY = VALUE, or a comment that begins with #",
-                               "settings.not_a_setting"});
+      layers.faults.push_back(
+          {place, fmt::format("\"{}\" is not a setting", printable(address_credentials::masked(text))),
+           "a line must be KEY = VALUE, or a comment that begins with #", "settings.not_a_setting"});
     } else {
       layers.settings.push_back({std::move(line.key), std::move(line.value), Setting_Source::FILE, place});
     }

@@ -1,6 +1,7 @@
 #include <zant/velmora_host/settings/setting_rules.hpp>
 
 #include <zant/velmora_host/base/printable.hpp>
+#include <zant/velmora_host/settings/address_credentials.hpp>
 #include <zant/velmora_host/settings/package_patterns.hpp>
 
 #include <zant/logging/severity_level.hpp>
@@ -42,6 +43,19 @@ constexpr const char* URL_REMEDY =
     "must be an address such as https://repo.example/path, without blanks or quotes";
 constexpr const char* CHANNEL_REMEDY = "must be a name of letters, digits and . _ - + ~ /";
 
+// Each where a package manager of the family finds credentials that others cannot read.
+constexpr const char* APT_CREDENTIALS_REMEDY =
+    "must not hold a user name or password, which every user of the host could read: write \"machine HOST "
+    "login "
+    "USER password PASSWORD\" into a file of mode 0600, /etc/apt/auth.conf.d/NAME.conf";
+constexpr const char* DNF_CREDENTIALS_REMEDY =
+    "must not hold a user name or password, which every user of the host could read: let the server ask for "
+    "a "
+    "certificate instead, and name it and its key with sslclientcert and sslclientkey in /etc/dnf/dnf.conf";
+constexpr const char* CHOCOLATEY_CREDENTIALS_REMEDY =
+    "must not hold a user name or password, which other users could read: add the source of this location "
+    "yourself, with the options --user and --password of \"choco source add\"";
+
 bool has_control_character(const std::string& text) {
   return std::any_of(text.begin(), text.end(),
                      [](char c) { return static_cast<unsigned char>(c) < 0x20 || c == 0x7f; });
@@ -51,6 +65,13 @@ Setting_Rule matching(const char* type, const char* pattern, const char* remedy)
   return {type, {}, [expression = std::regex(pattern), remedy](const std::string& value) {
             return std::regex_match(value, expression) ? "" : remedy;
           }};
+}
+
+Setting_Rule without_credentials(Setting_Rule rule, const char* remedy) {
+  rule.find_fault = [find_other_fault = std::move(rule.find_fault), remedy](const std::string& value) {
+    return address_credentials::are_in(value) ? remedy : find_other_fault(value);
+  };
+  return rule;
 }
 
 std::string find_directory_fault(const std::string& value) {
@@ -205,17 +226,21 @@ Setting_Rule metrics_file() {
 }
 
 Setting_Rule apt_url() {
-  return matching("URL that APT reads", APT_URL, URL_REMEDY);
+  return without_credentials(matching("URL that APT reads", APT_URL, URL_REMEDY), APT_CREDENTIALS_REMEDY);
 }
 
 Setting_Rule dnf_url() {
-  return matching("http, https, ftp or file URL", DNF_URL, URL_REMEDY);
+  return without_credentials(matching("http, https, ftp or file URL", DNF_URL, URL_REMEDY),
+                             DNF_CREDENTIALS_REMEDY);
 }
 
 Setting_Rule key_url() {
-  return matching("http, https, ftp or file URL", KEY_URL,
-                  "must be an http, https, ftp or file address without blanks, quotes or anything that a "
-                  "shell would interpret");
+  return without_credentials(
+      matching("http, https, ftp or file URL", KEY_URL,
+               "must be an http, https, ftp or file address without blanks, quotes or anything that a "
+               "shell would interpret"),
+      "must not hold a user name or password, which every user of the host could read: copy the key to the "
+      "host, and name it with a file:// address");
 }
 
 Setting_Rule channel() {
@@ -251,6 +276,10 @@ Setting_Rule package_patterns() {
 
 Setting_Rule shell_words(const std::string& type) {
   return {type, {}, find_shell_fault};
+}
+
+Setting_Rule chocolatey_source() {
+  return without_credentials(shell_words("location of a Chocolatey source"), CHOCOLATEY_CREDENTIALS_REMEDY);
 }
 
 }  // namespace zant::velmora_host::setting_rules

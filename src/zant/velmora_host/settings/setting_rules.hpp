@@ -24,6 +24,8 @@ Setting_Rule one_of(const std::vector<std::string>& choices);
 Setting_Rule log_level();
 Setting_Rule directory();
 Setting_Rule metrics_file();
+
+/// Addresses hold no credentials: they end up where everybody can read them.
 Setting_Rule apt_url();
 Setting_Rule dnf_url();
 
@@ -47,6 +49,7 @@ Setting_Rule package_patterns();
 
 /// A part of a command line that cmd.exe reads, of this type.
 Setting_Rule shell_words(const std::string& type);
+Setting_Rule chocolatey_source();
 
 }  // namespace setting_rules
 }  // namespace zant::velmora_host

@@ -3,6 +3,7 @@
 #include <zant/velmora_host/base/finding.hpp>
 #include <zant/velmora_host/base/printable.hpp>
 #include <zant/velmora_host/base/refusal.hpp>
+#include <zant/velmora_host/settings/address_credentials.hpp>
 #include <zant/velmora_host/settings/package_patterns.hpp>
 #include <zant/velmora_host/settings/reference_expansion.hpp>
 #include <zant/velmora_host/settings/setting_layers.hpp>
@@ -46,8 +47,9 @@ std::optional<Finding> judge(const Setting& setting, const std::string& place,
   if (remedy.empty()) {
     return std::nullopt;
   }
-  return Finding{place, fmt::format("{} is \"{}\"", setting.key, printable(expanded.value)), remedy,
-                 "settings.bad_value"};
+  return Finding{
+      place, fmt::format("{} is \"{}\"", setting.key, printable(address_credentials::masked(expanded.value))),
+      remedy, "settings.bad_value"};
 }
 
 Finding unknown_key(const Written_Setting& written, const Setting_Table& table) {
