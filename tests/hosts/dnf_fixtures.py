@@ -19,11 +19,12 @@ def dnf_signing_key(tmp_path_factory):
         yield key
 
 
-def _open_sites(bundle, dnf_signing_key, say):
+def _open_sites(bundle, dnf_signing_key, authority, say):
     with contextlib.ExitStack() as stack:
 
-        def open_one(image_name="el-bookworm", *, settings=None):
-            site = stack.enter_context(DnfSite(image_name, bundle, dnf_signing_key, say=say))
+        def open_one(image_name="el-bookworm", *, https=False, settings=None):
+            site = DnfSite(image_name, bundle, dnf_signing_key, authority=authority if https else None, say=say)
+            stack.enter_context(site)
             site.install_package("1.0")
             site.install_minder(settings)
             return site

@@ -41,6 +41,21 @@ void Fake_Filesystem::add_directory(const Path& path) {
   }
 }
 
+void Fake_Filesystem::make_private(const Path& directory) {
+  private_directories_.insert(key(directory));
+}
+
+void Fake_Filesystem::set_mode(const Path& path, unsigned int mode) {
+  modes_[key(path)] = mode;
+}
+
+unsigned int Fake_Filesystem::mode_of(const Path& path) const {
+  constexpr unsigned int FILE_MODE = 0644;
+  constexpr unsigned int DIRECTORY_MODE = 0755;
+  const auto mode = modes_.find(key(path));
+  return mode != modes_.end() ? mode->second : has_directory(path) ? DIRECTORY_MODE : FILE_MODE;
+}
+
 std::optional<std::string> Fake_Filesystem::contents(const Path& path) const {
   const auto file = files_.find(key(path));
   return file == files_.end() ? std::nullopt : std::optional(file->second);
@@ -171,6 +186,7 @@ bool Fake_Filesystem::write_file(const Path& path, const std::string& contents, 
     return false;
   }
   files_[key(path)] = contents;
+  modes_.erase(key(path));
   return true;
 }
 
@@ -184,6 +200,10 @@ bool Fake_Filesystem::create_directories(const Path& path) {
     }
   }
   add_directory(path);
+  if (is_private_(path)) {
+    constexpr unsigned int PRIVATE_MODE = 0700;
+    set_mode(path, PRIVATE_MODE);
+  }
   return true;
 }
 
@@ -215,6 +235,10 @@ bool Fake_Filesystem::has_entries_(const std::string& directory) const {
          std::any_of(directories_.begin(), directories_.end(), lies_here);
 }
 
+bool Fake_Filesystem::is_private_(const Path& directory) const {
+  return private_directories_.contains(key(directory));
+}
+
 bool Fake_Filesystem::copy_(const Path& source, const Path& destination, int copy_option) {
   const auto text = contents(source);
   const bool may_write = copy_option == Copy_Option::OVERWRITE_EXISTING || !files_.contains(key(destination));
@@ -223,6 +247,10 @@ bool Fake_Filesystem::copy_(const Path& source, const Path& destination, int cop
     return false;
   }
   files_[key(destination)] = *text;
+  modes_.erase(key(destination));
+  if (is_private_(source.parent_path()) || is_private_(destination.parent_path())) {
+    set_mode(destination, mode_of(source));
+  }
   return true;
 }
 

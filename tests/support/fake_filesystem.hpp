@@ -32,6 +32,15 @@ class Fake_Filesystem : public Filesystem {
   /// Arranges a directory, with those above it.
   void add_directory(const Path& path);
 
+  /// Arranges that a directory, which need not be there, is private to the service.
+  void make_private(const Path& directory);
+
+  /// Arranges the permissions of a file or directory.
+  void set_mode(const Path& path, unsigned int mode);
+
+  /// The permissions of a file or directory.
+  unsigned int mode_of(const Path& path) const;
+
   /// What a file holds; nothing when it is missing.
   std::optional<std::string> contents(const Path& path) const;
 
@@ -72,6 +81,7 @@ class Fake_Filesystem : public Filesystem {
   bool record_(const std::string& operation);
   bool is_directory_(const std::string& path) const;
   bool has_entries_(const std::string& directory) const;
+  bool is_private_(const Path& directory) const;
   bool copy_(const Path& source, const Path& destination, int copy_option);
 
   std::shared_ptr<Call_Journal> journal_;
@@ -80,6 +90,8 @@ class Fake_Filesystem : public Filesystem {
   std::map<std::string, int> failures_;
   std::map<std::string, std::function<void()>> actions_;
   std::set<std::string> uncopyable_;
+  std::set<std::string> private_directories_;
+  std::map<std::string, unsigned int> modes_;  // of those that do not have the usual one
 };
 
 }  // namespace zant::velmora::test_support

@@ -11,6 +11,7 @@
 // The names that the linker's --wrap gives the real calls and those that are made in their place.
 // NOLINTBEGIN(bugprone-reserved-identifier)
 extern "C" {
+int __real_fchown(int descriptor, uid_t owner, gid_t group);
 int __real_fsync(int descriptor);
 int __real_rename(const char* from, const char* to);
 ssize_t __real_write(int descriptor, const void* data, std::size_t size);
@@ -25,6 +26,7 @@ struct State {
   int write_error = 0;
   int sync_error = 0;
   int rename_error = 0;
+  int owner_error = 0;
 };
 
 State& state() {
@@ -51,7 +53,7 @@ bool is_file(int descriptor) {
 void reset() {
   const std::lock_guard lock(state().mutex);
   state().calls.clear();
-  state().write_error = state().sync_error = state().rename_error = 0;
+  state().write_error = state().sync_error = state().rename_error = state().owner_error = 0;
 }
 
 std::vector<std::string> calls() {
@@ -67,6 +69,10 @@ void fail_next_sync(int error_number) {
   state().sync_error = error_number;
 }
 
+void fail_next_change_of_owner(int error_number) {
+  state().owner_error = error_number;
+}
+
 void fail_next_rename(int error_number) {
   state().rename_error = error_number;
 }
@@ -76,6 +82,11 @@ void fail_next_rename(int error_number) {
 using zant::velmora::test_support::Disk_Seams::is_file;
 using zant::velmora::test_support::Disk_Seams::state;
 using zant::velmora::test_support::Disk_Seams::takes_failure;
+
+extern "C" int __wrap_fchown(int descriptor, uid_t owner, gid_t group) {
+  const std::lock_guard lock(state().mutex);
+  return takes_failure(state().owner_error) ? -1 : __real_fchown(descriptor, owner, group);
+}
 
 extern "C" int __wrap_fsync(int descriptor) {
   const std::lock_guard lock(state().mutex);

@@ -19,6 +19,9 @@ void fail_next_write(int error_number);
 /// The next request to bring a file or directory to the disk fails with this error number.
 void fail_next_sync(int error_number);
 
+/// The next file cannot be given another owner; the call fails with this error number.
+void fail_next_change_of_owner(int error_number);
+
 /// The next rename fails with this error number.
 void fail_next_rename(int error_number);
 

@@ -6,12 +6,14 @@
 
 #include <support/captured_log.hpp>
 
+#include <fmt/format.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <boost/filesystem/directory.hpp>
 #include <boost/filesystem/operations.hpp>
 
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -50,6 +52,12 @@ class FileService : public ::testing::Test {
     struct stat status {};
     EXPECT_EQ(::lstat(at(name).c_str(), &status), 0);
     return status.st_mode & 07777U;
+  }
+
+  std::string access_of(const std::string& name) const {
+    struct stat status {};
+    EXPECT_EQ(::lstat(at(name).c_str(), &status), 0);
+    return fmt::format("{:o} {}:{}", status.st_mode & 07777U, status.st_uid, status.st_gid);
   }
 
   std::vector<std::string> entries() const {
@@ -108,6 +116,66 @@ TEST_F(FileService, ReplacingAFileRepairsItsMode) {
   write("a", "new");
 
   EXPECT_EQ(mode_of("a"), 0644U);
+}
+
+TEST_F(FileService, CopiesOfPrivateDirectoriesKeepOwnerAndGroup) {
+  if (::geteuid() != 0) {
+    GTEST_SKIP() << "only root may give files away";
+  }
+  File_Service files({at("backups")});
+  files.create_directories(at("backups"));
+  given_file("a", "secret");
+  ASSERT_EQ(::chown(at("a").c_str(), 1, 2), 0);
+  ASSERT_EQ(::chmod(at("a").c_str(), 0640), 0);
+
+  files.copy_files({at("a")}, at("backups"), velmora::Copy_Option::OVERWRITE_EXISTING);
+  write("a", "ours");
+  files.copy_file(at("backups/a"), at("a"), velmora::Copy_Option::OVERWRITE_EXISTING);
+
+  EXPECT_EQ(access_of("backups/a"), "640 1:2");
+  EXPECT_EQ(access_of("a"), "640 1:2");
+}
+
+TEST_F(FileService, ACopyThatCannotBeGivenAwayIsForItsNewOwnerAlone) {
+  File_Service files({at("backups")});
+  files.create_directories(at("backups"));
+  given_file("a", "secret");
+  ASSERT_EQ(::chmod(at("a").c_str(), 0664), 0);
+  Disk_Seams::reset();
+  Disk_Seams::fail_next_change_of_owner(EPERM);
+
+  EXPECT_EQ(files.copy_files({at("a")}, at("backups"), velmora::Copy_Option::OVERWRITE_EXISTING), 1U);
+
+  EXPECT_EQ(mode_of("backups/a"), 0600U);
+}
+
+TEST_F(FileService, SetUserIdIsNotCopied) {
+  File_Service files({at("backups")});
+  files.create_directories(at("backups"));
+  given_file("a", "text");
+  ASSERT_EQ(::chmod(at("a").c_str(), 06755), 0);
+
+  files.copy_file(at("a"), at("backups/a"), velmora::Copy_Option::OVERWRITE_EXISTING);
+
+  EXPECT_EQ(mode_of("backups/a"), 0755U);
+}
+
+TEST_F(FileService, APrivateDirectoryIsPrivateWhateverTheMask) {
+  const Mask mask(0);
+  File_Service files({at("d/backups")});
+
+  files.create_directories(at("d/backups"));
+
+  EXPECT_EQ(mode_of("d"), 0755U);
+  EXPECT_EQ(mode_of("d/backups"), 0700U);
+}
+
+TEST_F(FileService, APrivateDirectoryThatIsAFileIsNoDirectory) {
+  given_file("backups", "text");
+
+  EXPECT_FALSE(File_Service({at("backups")}).create_directories(at("backups")));
+
+  EXPECT_EQ(mode_of("backups"), 0644U);
 }
 
 TEST_F(FileService, CreatedDirectoriesCanBeEnteredByEverybodyWhateverTheMask) {

@@ -1,9 +1,11 @@
 """Serves a directory inside a host's private network, over http and https.
 
 The server is a process of this machine in the host's network, so no image needs
-one. It can fall silent: connections are then accepted and never answered.
+one. It can fall silent: connections are then accepted and never answered. It can
+ask who is there: a file in the directory says what it wants to see.
 """
 
+import base64
 import contextlib
 import functools
 import http.server
@@ -13,9 +15,12 @@ import ssl
 import subprocess
 import sys
 import threading
+from pathlib import Path
 
 NAME = "repo.velmora.test"
 HTTP_PORT, HTTPS_PORT = 80, 443
+# What it asks for; the first holds USER:PASSWORD.
+PASSWORD_FILE, CERTIFICATE_FILE = ".password", ".certificate"
 # Nobody listens here.
 CLOSED_PORT = 9
 
@@ -50,8 +55,16 @@ class WebServer:
         finally:
             self._start()
 
+    def ask_for_password(self, user, password):
+        """From now on it answers those alone who name this user and this password."""
+        (Path(self._directory) / PASSWORD_FILE).write_text(f"{user}:{password}", encoding="utf-8")
+
+    def ask_for_certificate(self):
+        """From now on it answers those alone who come by https with a certificate of the authority."""
+        (Path(self._directory) / CERTIFICATE_FILE).touch()
+
     def _start(self):
-        credentials = [str(self._authority.server_credentials)] if self._authority else []
+        credentials = [str(self._authority.server_credentials), str(self._authority.certificate)] if self._authority else []
         command, descriptors = self._host.in_network(
             ["setpriv", "--pdeathsig", "TERM", sys.executable, __file__, str(self._directory), *credentials]
         )
@@ -90,7 +103,31 @@ class _Handler(http.server.SimpleHTTPRequestHandler):
     def send_head(self):
         # Its answers to this header compare whole seconds; tests publish more often.
         del self.headers["If-Modified-Since"]
+        if not self._has_password():
+            self._refuse(401, "WWW-Authenticate", 'Basic realm="repository"')
+            return None
+        if not self._has_certificate():
+            self._refuse(403)
+            return None
         return super().send_head()
+
+    def _has_password(self):
+        wanted = Path(self.directory) / PASSWORD_FILE
+        if not wanted.exists():
+            return True
+        return self.headers["Authorization"] == "Basic " + base64.b64encode(wanted.read_bytes()).decode()
+
+    def _has_certificate(self):
+        if not (Path(self.directory) / CERTIFICATE_FILE).exists():
+            return True
+        return isinstance(self.connection, ssl.SSLSocket) and bool(self.connection.getpeercert())
+
+    def _refuse(self, status, *header):
+        self.send_response(status)
+        if header:
+            self.send_header(*header)
+        self.send_header("Content-Length", "0")
+        self.end_headers()
 
     def log_message(self, format, *args):
         pass
@@ -101,12 +138,14 @@ class _Server(http.server.ThreadingHTTPServer):
         pass  # Clients that are killed in the middle of an answer are what some tests are about.
 
 
-def _serve(directory, credentials=None):
+def _serve(directory, credentials=None, authority=None):
     handler = functools.partial(_Handler, directory=directory)
     servers = [_Server(("127.0.0.1", HTTP_PORT), handler)]
     if credentials:
         context = ssl.create_default_context(ssl.Purpose.CLIENT_AUTH)
         context.load_cert_chain(credentials)
+        context.load_verify_locations(authority)
+        context.verify_mode = ssl.CERT_OPTIONAL
         secure = _Server(("127.0.0.1", HTTPS_PORT), handler)
         # The handshake belongs to the connection's own thread: in the listener's, one slow client would stop all.
         secure.socket = context.wrap_socket(secure.socket, server_side=True, do_handshake_on_connect=False)

@@ -104,6 +104,9 @@ class Family {
   virtual Installed_Paths installed_paths() const = 0;
   virtual Staging_Layout staging_layout() const = 0;
 
+  /// Where the library keeps copies of the host's own files, which may hold what only root may read.
+  virtual std::vector<boost::filesystem::path> private_directories() const = 0;
+
   /// Directories of the package manager's that the library writes into.
   virtual std::vector<boost::filesystem::path> directories() const = 0;
 

@@ -31,6 +31,15 @@ std::map<std::string, std::string> Family_Registry::command_environment() const 
   return environment;
 }
 
+std::vector<boost::filesystem::path> Family_Registry::private_directories() const {
+  std::vector<boost::filesystem::path> directories;
+  for (const auto& family : families_) {
+    const auto added = family->private_directories();
+    directories.insert(directories.end(), added.begin(), added.end());
+  }
+  return directories;
+}
+
 bool Family_Registry::installs_packages(const std::string& line) const {
   return std::any_of(families_.begin(), families_.end(), [&line](const auto& family) {
     return family->traits_of(line).kind == Command_Kind::INSTALLS_PACKAGES;

@@ -29,6 +29,9 @@ class Family_Registry {
   /// The variables that the command lines of all families need.
   std::map<std::string, std::string> command_environment() const;
 
+  /// The directories of all families where the library keeps copies of the host's own files.
+  std::vector<boost::filesystem::path> private_directories() const;
+
   /// Whether a command line of any family installs, upgrades or removes packages.
   bool installs_packages(const std::string& line) const;
 

@@ -16,6 +16,15 @@ Minded_Host find_host(const Settings& settings, const Host_Services& services,
   return host;
 }
 
+// Where everybody could read what lies there: earlier versions made them so.
+void close_private_directories(const Family& family, Host_Filesystem& filesystem) {
+  for (const auto& directory : family.private_directories()) {
+    if (filesystem.exists(directory)) {
+      filesystem.create_directories(directory);
+    }
+  }
+}
+
 }  // namespace
 
 Cycle_Runner::Cycle_Runner(const std::string& name, const Settings& settings, const Host_Services& services,
@@ -26,6 +35,7 @@ Cycle_Runner::Cycle_Runner(const std::string& name, const Settings& settings, co
       factory_(host_.family.create_package_factory(observation_.services(), settings,
                                                    work_area_.staging_directory())) {
   remove_interrupted_writes(host_.family, *services.filesystem);
+  close_private_directories(host_.family, *services.filesystem);
   observation_.add_listener([this](const Cycle_State& state) { last_state_ = state; });
   minder_ = make_minder_();
 }

@@ -13,7 +13,8 @@ Host_Services make_host_services(const Settings& settings) {
   options.kill_delay = settings.command_kill_delay();
   options.environment = families.command_environment();
   options.runs_to_its_end = [&families](const std::string& line) { return families.installs_packages(line); };
-  return {std::make_shared<Command_Service>(options), std::make_shared<File_Service>()};
+  return {std::make_shared<Command_Service>(options),
+          std::make_shared<File_Service>(families.private_directories())};
 }
 
 }  // namespace zant::velmora_host

@@ -7,7 +7,8 @@
 namespace zant::velmora_host {
 
 /// The services of this system, set up as libpackage_minder needs them: the settings' time limits, which end
-/// no installation, and the environment that package managers need.
+/// no installation, the environment that package managers need, and the directories of backups, which are
+/// for root alone.
 PACKAGE_MINDER_HOST_EXPORT Host_Services make_host_services(const Settings& settings);
 
 }  // namespace zant::velmora_host

@@ -114,6 +114,9 @@ std::vector<Path> Planning_Filesystem::list_files(const Path& directory, const s
 }
 
 bool Planning_Filesystem::copy_file(const Path& source, const Path& destination, int copy_option) {
+  if (is_scratch_(source) && is_scratch_(destination)) {
+    return real().copy_file(source, destination, copy_option);
+  }
   const bool may_write = copy_option == velmora::Copy_Option::OVERWRITE_EXISTING || !exists(destination);
   const auto text = text_of_(source);
   return may_write && text && write_file(destination, *text, velmora::Write_Flag::REPLACE);

@@ -11,9 +11,15 @@ namespace zant::velmora_host::disk {
 
 using Path = boost::filesystem::path;
 
+/// Who may use a copy.
+enum class Access {
+  FOR_EVERYBODY,  ///< everybody may read it, only the process's user may change it
+  AS_THE_SOURCE   ///< it has the mode, owner and group of the file that it is a copy of
+};
+
 std::string read(const Path& path);
 void write(const Path& path, const std::string& contents);
-void copy(const Path& source, const Path& destination);
+void copy(const Path& source, const Path& destination, Access access);
 bool are_equal(const Path& first, const Path& second);
 
 /// Deletes a file, but never a directory. A link is deleted itself.
@@ -24,6 +30,9 @@ void remove(const Path& path);
 
 /// Creates a directory whose parent is there. One that is there already is no failure.
 void create_directory(const Path& path);
+
+/// The same, for a directory that nobody but its owner may enter; one that is there already becomes so.
+void create_private_directory(const Path& path);
 
 /// Whether an error code of the operating system says that nothing is there.
 bool means_missing(int error_code);

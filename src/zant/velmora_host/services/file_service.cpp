@@ -19,7 +19,15 @@ using zant::logging::severity_level;
 // Carries the operations out, and logs why one failed.
 class PACKAGE_MINDER_HOST_LOCAL File_Service::Implementation {
  public:
-  Implementation() { log_.init_("File_Service", ""); }
+  explicit Implementation(const std::vector<Path>& private_directories)
+      : private_directories_(private_directories) {
+    log_.init_("File_Service", "");
+  }
+
+  bool is_private(const Path& directory) const {
+    return std::find(private_directories_.begin(), private_directories_.end(), directory) !=
+           private_directories_.end();
+  }
 
   // Whether a missing file is a failure of an operation, or an answer.
   enum class Missing { IS_A_FAILURE, IS_AN_ANSWER };
@@ -56,10 +64,14 @@ class PACKAGE_MINDER_HOST_LOCAL File_Service::Implementation {
     ZANT_LOG(log_, severity_level::warning) << fmt::format("Cannot {} {}: {}", what, path.string(), reason);
   }
 
+  const std::vector<Path> private_directories_;
   zant::logging::Source log_;
 };
 
-File_Service::File_Service() : implementation_(std::make_unique<Implementation>()) {}
+File_Service::File_Service() : File_Service(std::vector<Path>{}) {}
+
+File_Service::File_Service(const std::vector<Path>& private_directories)
+    : implementation_(std::make_unique<Implementation>(private_directories)) {}
 
 File_Service::~File_Service() = default;
 
@@ -102,9 +114,12 @@ bool File_Service::copy_file(const Path& source, const Path& destination, int co
   if (copy_option != velmora::Copy_Option::OVERWRITE_EXISTING && exists(destination)) {
     return false;
   }
+  const bool keeps_access = implementation_->is_private(source.parent_path()) ||
+                            implementation_->is_private(destination.parent_path());
+  const auto access = keeps_access ? disk::Access::AS_THE_SOURCE : disk::Access::FOR_EVERYBODY;
   return implementation_->attempt(fmt::format("copy {} to", source.string()), destination,
                                   Implementation::Missing::IS_A_FAILURE,
-                                  [&] { disk::copy(source, destination); });
+                                  [&] { disk::copy(source, destination, access); });
 }
 
 std::size_t File_Service::copy_files(const std::vector<Path>& sources, const Path& directory,
@@ -127,13 +142,15 @@ bool File_Service::write_file(const Path& path, const std::string& contents, int
 }
 
 bool File_Service::create_directories(const Path& path) {
-  if (type_of(path) == File_Type::DIRECTORY) {
+  const bool is_private = implementation_->is_private(path);
+  if (type_of(path) == File_Type::DIRECTORY && !is_private) {
     return true;
   }
+  const auto create = is_private ? disk::create_private_directory : disk::create_directory;
   const Path parent = path.parent_path();
   return (parent.empty() || create_directories(parent)) &&
          implementation_->attempt("create the directory", path, Implementation::Missing::IS_A_FAILURE,
-                                  [&] { disk::create_directory(path); });
+                                  [&] { create(path); });
 }
 
 bool File_Service::files_equal(const Path& first, const Path& second) {

@@ -27,6 +27,9 @@ namespace zant::velmora_host {
 ///   returns.
 /// - Files get mode 0644 and directories 0755, whatever the source or the process's mask say, because the
 ///   package managers' unprivileged helpers read them.
+/// - Private directories get mode 0700, and a file that is copied into one or out of one keeps its mode, its
+///   owner and its group: what an administrator narrowed is as narrow beside its place and back in it. Where
+///   the process may not give files away, such a copy is for the process's user alone.
 /// - A destination that is a symbolic link is replaced itself, not what it points to.
 ///
 /// On Windows:
@@ -43,6 +46,11 @@ class PACKAGE_MINDER_HOST_EXPORT File_Service : public Host_Filesystem {
   static const char* const TEMPORARY_EXTENSION;
 
   File_Service();
+
+  /// @param private_directories where copies of an administrator's files are kept. The ones that the families
+  ///        use are in `Family::private_directories`; `make_host_services` knows them.
+  explicit File_Service(const std::vector<Path>& private_directories);
+
   ~File_Service() override;
   File_Service(const File_Service&) = delete;
   File_Service& operator=(const File_Service&) = delete;
@@ -61,7 +69,10 @@ class PACKAGE_MINDER_HOST_EXPORT File_Service : public Host_Filesystem {
   std::size_t copy_files(const std::vector<Path>& sources, const Path& directory, int copy_option) override;
   std::string read_file(const Path& path, int read_flag) override;
   bool write_file(const Path& path, const std::string& contents, int write_flag) override;
+
+  /// A private directory that is there already, and that others may enter, becomes private.
   bool create_directories(const Path& path) override;
+
   bool files_equal(const Path& first, const Path& second) override;
   File_Type type_of(const Path& path) override;
   std::vector<Path> list_entries(const Path& directory) override;

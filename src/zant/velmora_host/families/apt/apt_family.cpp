@@ -188,6 +188,10 @@ Staging_Layout APT_Family::staging_layout() const {
           {keyring_in_tree()}};
 }
 
+std::vector<path> APT_Family::private_directories() const {
+  return {APT_Constants::APT_CONFIG_BACKUP_DIR};
+}
+
 std::vector<path> APT_Family::directories() const {
   return {path(APT_Constants::REPO_KEYRING_PATH).parent_path(),
           path(APT_Constants::SOURCE_LIST_PATH).parent_path(), APT_Constants::APT_GLOBAL_CONFIG_DIR};

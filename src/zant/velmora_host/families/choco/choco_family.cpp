@@ -179,6 +179,10 @@ Staging_Layout Choco_Family::staging_layout() const {
   return {};
 }
 
+std::vector<path> Choco_Family::private_directories() const {
+  return {};
+}
+
 std::vector<path> Choco_Family::directories() const {
   return {};
 }

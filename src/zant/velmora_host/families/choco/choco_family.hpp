@@ -25,6 +25,7 @@ class Choco_Family : public Family {
   File_Kind kind_of(const boost::filesystem::path& file) const override;
   Installed_Paths installed_paths() const override;
   Staging_Layout staging_layout() const override;
+  std::vector<boost::filesystem::path> private_directories() const override;
   std::vector<boost::filesystem::path> directories() const override;
 
   std::vector<Required_Tool> required_tools() const override;

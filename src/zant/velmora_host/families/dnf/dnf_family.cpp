@@ -244,6 +244,10 @@ Staging_Layout DNF_Family::staging_layout() const {
           {path("keyrings") / SHIPPED_KEY_FILE}};
 }
 
+std::vector<path> DNF_Family::private_directories() const {
+  return {};
+}
+
 std::vector<path> DNF_Family::directories() const {
   return {path(DNF_Constants::REPO_FILE_PATH).parent_path()};
 }

@@ -22,10 +22,28 @@ namespace disk {
 namespace {
 
 constexpr mode_t DIRECTORY_MODE = 0755;
+constexpr mode_t PRIVATE_DIRECTORY_MODE = 0700;
+constexpr mode_t ACCESS_OF_OTHERS = 0077;
 
 bool directory_exists(const Path& path) {
   boost::system::error_code ignored;
   return boost::filesystem::is_directory(path, ignored);
+}
+
+// With this mode, whatever the process's mask says.
+void create_directory_with(const Path& path, mode_t mode) {
+  if (::mkdir(path.c_str(), mode) != 0) {
+    const int error_number = errno;
+    // Another process may have created it meanwhile.
+    if (error_number == EEXIST && directory_exists(path)) {
+      return;
+    }
+    throw_system_error("cannot create it", error_number);
+  }
+  if (::chmod(path.c_str(), mode) != 0) {
+    throw_system_error("cannot set its mode");
+  }
+  sync_directory(path.parent_path());
 }
 
 // The reason alone: the log says already what could not be done.
@@ -50,11 +68,14 @@ void write(const Path& path, const std::string& contents) {
   file.commit();
 }
 
-void copy(const Path& source, const Path& destination) {
+void copy(const Path& source, const Path& destination, Access access) {
   Input_File original(source);
   Replacement_File copy(destination);
   for (auto piece = original.next_piece(); !piece.empty(); piece = original.next_piece()) {
     copy.write(piece);
+  }
+  if (access == Access::AS_THE_SOURCE) {
+    copy.give_access_of(original.status());
   }
   copy.commit();
 }
@@ -89,18 +110,16 @@ void remove(const Path& path) {
 }
 
 void create_directory(const Path& path) {
-  if (::mkdir(path.c_str(), DIRECTORY_MODE) != 0) {
-    const int error_number = errno;
-    // Another process may have created it meanwhile.
-    if (error_number == EEXIST && directory_exists(path)) {
-      return;
-    }
-    throw_system_error("cannot create it", error_number);
-  }
-  if (::chmod(path.c_str(), DIRECTORY_MODE) != 0) {
+  create_directory_with(path, DIRECTORY_MODE);
+}
+
+void create_private_directory(const Path& path) {
+  create_directory_with(path, PRIVATE_DIRECTORY_MODE);
+  struct stat status {};
+  if (::stat(path.c_str(), &status) != 0 ||
+      ((status.st_mode & ACCESS_OF_OTHERS) != 0 && ::chmod(path.c_str(), PRIVATE_DIRECTORY_MODE) != 0)) {
     throw_system_error("cannot set its mode");
   }
-  sync_directory(path.parent_path());
 }
 
 bool means_missing(int error_code) {

@@ -3,7 +3,6 @@
 #include <zant/velmora_host/services/posix/system_error.hpp>
 
 #include <fcntl.h>
-#include <sys/stat.h>
 
 namespace zant::velmora_host {
 
@@ -13,14 +12,12 @@ Input_File::Input_File(const boost::filesystem::path& path)
   if (!file_.is_open()) {
     throw_system_error("cannot open");
   }
-  struct stat status {};
-  if (::fstat(file_.get(), &status) != 0) {
+  if (::fstat(file_.get(), &status_) != 0) {
     throw_system_error("cannot read");
   }
-  if (!S_ISREG(status.st_mode)) {
-    throw_system_error("not a regular file", S_ISDIR(status.st_mode) ? EISDIR : EINVAL);
+  if (!S_ISREG(status_.st_mode)) {
+    throw_system_error("not a regular file", S_ISDIR(status_.st_mode) ? EISDIR : EINVAL);
   }
-  size_ = static_cast<std::uintmax_t>(status.st_size);
 }
 
 std::string_view Input_File::next_piece() {

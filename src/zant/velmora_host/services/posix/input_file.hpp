@@ -4,6 +4,8 @@
 
 #include <boost/filesystem/path.hpp>
 
+#include <sys/stat.h>
+
 #include <array>
 #include <cstdint>
 #include <string_view>
@@ -17,14 +19,17 @@ class Input_File {
   explicit Input_File(const boost::filesystem::path& path);
 
   /// The size that the file system tells; 0 for the kernel's pseudo-files, whatever they hold.
-  std::uintmax_t size() const noexcept { return size_; }
+  std::uintmax_t size() const noexcept { return static_cast<std::uintmax_t>(status_.st_size); }
+
+  /// Its mode and owner when it was opened.
+  const struct stat& status() const noexcept { return status_; }
 
   /// The next piece, valid until the next call; empty at the end.
   std::string_view next_piece();
 
  private:
   File_Descriptor file_;
-  std::uintmax_t size_ = 0;
+  struct stat status_ {};
   std::array<char, 65536> buffer_;
 };
 

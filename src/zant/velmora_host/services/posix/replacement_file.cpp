@@ -13,6 +13,9 @@ namespace zant::velmora_host {
 namespace {
 
 constexpr mode_t FILE_MODE = 0644;
+// Without set-user-ID and the like, which no text has a use for.
+constexpr mode_t PERMISSIONS = 0777;
+constexpr mode_t OWNERS_PERMISSIONS = 0700;
 
 // Hidden, so that package managers ignore what a killed process leaves.
 std::string temporary_path_template(const boost::filesystem::path& destination) {
@@ -23,7 +26,7 @@ std::string temporary_path_template(const boost::filesystem::path& destination) 
 }  // namespace
 
 Replacement_File::Replacement_File(const boost::filesystem::path& destination)
-    : destination_(destination), temporary_path_(temporary_path_template(destination)) {
+    : destination_(destination), temporary_path_(temporary_path_template(destination)), mode_(FILE_MODE) {
   const auto suffix_size = static_cast<int>(std::strlen(EXTENSION));
   file_ = File_Descriptor(::mkostemps(temporary_path_.data(), suffix_size, O_CLOEXEC));
   if (!file_.is_open()) {
@@ -48,8 +51,14 @@ void Replacement_File::write(std::string_view data) {
   }
 }
 
+void Replacement_File::give_access_of(const struct stat& other) {
+  // Until the end it has mode 0600, so that nobody opens it meanwhile.
+  const bool has_its_owner = ::fchown(file_.get(), other.st_uid, other.st_gid) == 0;
+  mode_ = other.st_mode & (has_its_owner ? PERMISSIONS : OWNERS_PERMISSIONS);
+}
+
 void Replacement_File::commit() {
-  if (::fchmod(file_.get(), FILE_MODE) != 0 || ::fsync(file_.get()) != 0) {
+  if (::fchmod(file_.get(), mode_) != 0 || ::fsync(file_.get()) != 0) {
     throw_system_error("cannot write");
   }
   if (::rename(temporary_path_.c_str(), destination_.c_str()) != 0) {

@@ -4,6 +4,8 @@
 
 #include <boost/filesystem/path.hpp>
 
+#include <sys/stat.h>
+
 #include <string>
 #include <string_view>
 
@@ -23,6 +25,10 @@ class Replacement_File {
 
   void write(std::string_view data);
 
+  /// Gives the file the mode, owner and group of another one, instead of mode 0644 and the process's user.
+  /// One that may not be given away is for the process's user alone.
+  void give_access_of(const struct stat& other);
+
   /// Brings the contents to the disk and puts the file in the destination's place.
   void commit();
 
@@ -30,6 +36,7 @@ class Replacement_File {
   boost::filesystem::path destination_;
   std::string temporary_path_;
   File_Descriptor file_;
+  mode_t mode_;
   bool is_in_place_ = false;
 };
 

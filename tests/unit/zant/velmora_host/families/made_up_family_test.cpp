@@ -134,6 +134,7 @@ class Parcel_Family : public Family {
   }
   Installed_Paths installed_paths() const override { return {{REPOSITORY_FILE}, {}}; }
   Staging_Layout staging_layout() const override { return {}; }
+  std::vector<boost::filesystem::path> private_directories() const override { return {}; }
   std::vector<boost::filesystem::path> directories() const override { return {"/etc/parcel"}; }
   std::vector<Required_Tool> required_tools() const override { return {{"parcel", "parcel-tools"}}; }
   std::vector<std::string> units() const override { return {"parcel.timer"}; }

@@ -1,0 +1,111 @@
+#include <zant/velmora_host/contract/private_directory_contract.hpp>
+
+#include <zant/velmora_host/families/family_registry.hpp>
+#include <zant/velmora_host/observation/cycle_recorder.hpp>
+#include <zant/velmora_host/observation/observed_filesystem.hpp>
+#include <zant/velmora_host/reports/planning_filesystem.hpp>
+#include <zant/velmora_host/services/file_service.hpp>
+#include <zant/velmora_host/services/forwarding_filesystem.hpp>
+#include <zant/velmora_host/services/temporary_directory.hpp>
+
+#include <support/fake_filesystem.hpp>
+
+#include <sys/stat.h>
+
+#include <array>
+#include <memory>
+#include <string>
+
+namespace zant::velmora_host::contract {
+namespace {
+
+using boost::filesystem::path;
+
+class Fake_Host {
+ public:
+  Fake_Host() {
+    filesystem_.add_directory(root());
+    filesystem_.make_private(private_directory());
+  }
+
+  velmora::Filesystem& filesystem() { return filesystem_; }
+  path root() const { return "/somewhere"; }
+  path private_directory() const { return "/somewhere/private"; }
+  unsigned int mode_of(const path& place) const { return filesystem_.mode_of(place); }
+  void set_mode(const path& place, unsigned int mode) { filesystem_.set_mode(place, mode); }
+
+ private:
+  velmora::test_support::Fake_Filesystem filesystem_;
+};
+
+class Disk_Host {
+ public:
+  path root() const { return directory_.path(); }
+  path private_directory() const { return root() / "private"; }
+
+  unsigned int mode_of(const path& place) const {
+    struct stat status {};
+    EXPECT_EQ(::lstat(place.c_str(), &status), 0);
+    return status.st_mode & 0777U;
+  }
+  void set_mode(const path& place, unsigned int mode) { EXPECT_EQ(::chmod(place.c_str(), mode), 0); }
+
+ protected:
+  const std::shared_ptr<Host_Filesystem>& disk() const { return disk_; }
+
+ private:
+  Temporary_Directory directory_;
+  std::shared_ptr<Host_Filesystem> disk_ = std::make_shared<File_Service>(std::vector{private_directory()});
+};
+
+class File_Service_Host : public Disk_Host {
+ public:
+  Host_Filesystem& filesystem() { return *disk(); }
+};
+
+class Forwarding_Host : public Disk_Host {
+ public:
+  Host_Filesystem& filesystem() { return filesystem_; }
+
+ private:
+  Forwarding_Filesystem filesystem_{disk()};
+};
+
+class Observed_Host : public Disk_Host {
+ public:
+  Host_Filesystem& filesystem() { return filesystem_; }
+
+ private:
+  const Family& family_ = *Family_Registry::built_in().all().front();
+  Temporary_Directory state_;
+  Observed_Filesystem filesystem_{
+      disk(), std::make_shared<Cycle_Recorder>("run", disk(), family_, state_.path() / "last-cycle.json"),
+      state_.path() / "staging"};
+};
+
+// What is only planned has no mode: this is the directory in which the service really writes.
+class Planning_Host_In_Scratch : public Disk_Host {
+ public:
+  Host_Filesystem& filesystem() { return filesystem_; }
+
+ private:
+  Planning_Filesystem filesystem_{disk(), root()};
+};
+
+using Hosts =
+    ::testing::Types<Fake_Host, File_Service_Host, Forwarding_Host, Observed_Host, Planning_Host_In_Scratch>;
+
+// For the names of the tests.
+class Host_Names {
+ public:
+  template <typename Host>
+  static std::string GetName(int index) {
+    constexpr std::array NAMES = {"Fake", "FileService", "Forwarding", "Observed", "PlanningInScratch"};
+    return NAMES.at(static_cast<std::size_t>(index));
+  }
+};
+
+INSTANTIATE_TYPED_TEST_SUITE_P(Of, PrivateDirectoryContract, Hosts, Host_Names);
+
+}  // namespace
+}  // namespace zant::velmora_host::contract
