@@ -2,6 +2,7 @@
 
 #include <program/commands/command_table.hpp>
 #include <program/exit_status.hpp>
+#include <zant/velmora_host/base/printable.hpp>
 #include <zant/velmora_host/reports/failure_document.hpp>
 #include <zant/velmora_host/settings/build_config.hpp>
 #include <zant/velmora_host/settings/host_defaults.hpp>
@@ -237,7 +238,8 @@ Parsed_Command_Line parse_command_line(int argc, const char* const* argv, std::o
   } catch (const CLI::ParseError& error) {
     const std::vector<std::string> words(argv + 1, argv + argc);
     const std::string message = describe(error, words);
-    err << "package-minder: " << message << "\nTry \"package-minder --help\".\n";
+    err << "package-minder: " << velmora_host::printable_lines(message, "\n")
+        << "\nTry \"package-minder --help\".\n";
     print_usage_failure(words, message, out);
     return {std::nullopt, Exit_Status::WRONG_USAGE};
   }

@@ -1,5 +1,7 @@
 #include <zant/velmora_host/base/json_document.hpp>
 
+#include <zant/velmora_host/base/printable.hpp>
+
 #include <nlohmann/json.hpp>
 
 namespace zant::velmora_host::json_document {
@@ -20,7 +22,7 @@ Json text_or_null(const std::string& text) {
 }
 
 std::string text_of(const Json& document) {
-  return document.dump(INDENT, ' ', false, Json::error_handler_t::replace) + "\n";
+  return printable_json(document.dump(INDENT, ' ', false, Json::error_handler_t::replace)) + "\n";
 }
 
 }  // namespace zant::velmora_host::json_document

@@ -1,5 +1,7 @@
 #include <zant/velmora_host/observation/cycle_recorder.hpp>
 
+#include <zant/velmora_host/base/printable.hpp>
+
 #include <Poco/SHA2Engine.h>
 #include <fmt/format.h>
 #include <boost/algorithm/string/predicate.hpp>
@@ -26,7 +28,7 @@ void add_bounded(std::vector<Entry>& entries, Entry entry) {
 }
 
 std::string shortened(const std::string& text) {
-  return text.size() <= LONGEST_TEXT ? text : text.substr(0, LONGEST_TEXT) + "[...]";
+  return text.size() <= LONGEST_TEXT ? text : std::string(whole_beginning(text, LONGEST_TEXT)) + "[...]";
 }
 
 using Keys = std::vector<std::string>;

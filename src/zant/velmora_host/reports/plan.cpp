@@ -1,6 +1,7 @@
 #include <zant/velmora_host/reports/plan.hpp>
 
 #include <zant/velmora_host/base/json_document.hpp>
+#include <zant/velmora_host/base/printable.hpp>
 #include <zant/velmora_host/base/refusal.hpp>
 #include <zant/velmora_host/families/minded_host.hpp>
 #include <zant/velmora_host/reports/planning_filesystem.hpp>
@@ -81,7 +82,7 @@ std::string list_commands(const Plan& plan, bool is_noop, const char* title) {
   std::string text;
   for (const auto& command : plan.commands) {
     if (command.is_noop == is_noop) {
-      text += "  " + command.line + "\n";
+      text += "  " + printable_lines(command.line, "\\n") + "\n";
     }
   }
   return text.empty() ? "" : fmt::format("\n{}\n{}", title, text);
@@ -160,10 +161,10 @@ std::string to_text(const Plan& plan) {
     text += "\nThe program's own files in its state directory are removed.\n";
   }
   for (const auto& file : plan.files) {
-    text += "\n" + unified_diff(file);
+    text += "\n" + printable_report(unified_diff(file));
   }
   if (plan.failure) {
-    text += fmt::format("\nIt would fail after that: {}\n", *plan.failure);
+    text += fmt::format("\nIt would fail after that: {}\n", printable_lines(*plan.failure, "\n    "));
   }
   return text;
 }

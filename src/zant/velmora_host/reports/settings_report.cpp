@@ -100,7 +100,7 @@ std::string describe_service(const Settings_Report& report) {
     return "not running";
   }
   if (report.service == Service::UNKNOWN) {
-    return fmt::format("process {} is running, with unknown settings", report.process);
+    return fmt::format("process {} is running, with unknown settings", printable(report.process));
   }
   return fmt::format("running (process {}), {}", report.process,
                      report.needs_restart() ? "restart it to apply changed settings" : "has these settings");
@@ -119,7 +119,7 @@ std::string describe(const Row& row, Service service) {
                          ? fmt::format("{:<{}}{}\n", row.key, KEY_WIDTH, value)
                          : fmt::format("{}\n    {}\n", row.key, value);
   if (!row.place.empty()) {
-    text += fmt::format("    from {}\n", row.place);
+    text += fmt::format("    from {}\n", printable_lines(row.place, "\\n"));
   }
   if (service == Service::RUNNING && differs(row)) {
     text += fmt::format("    the service has: {}\n", shown(row.service_value, row));
@@ -173,8 +173,9 @@ std::string to_json_text(const Settings_Report& report) {
 }
 
 std::string to_text(const Settings_Report& report) {
-  std::string text = fmt::format("Settings file  {}{}\nService        {}\n\n", report.file.string(),
-                                 report.file_exists ? "" : " (missing)", describe_service(report));
+  std::string text =
+      fmt::format("Settings file  {}{}\nService        {}\n\n", printable_lines(report.file.string(), "\\n"),
+                  report.file_exists ? "" : " (missing)", describe_service(report));
   for (const auto& row : report.rows) {
     text += describe(row, report.service);
   }

@@ -65,7 +65,7 @@ Json last_cycle_to_json(const std::optional<Cycle_State>& cycles) {
 }
 
 std::string row(const char* name, const std::string& value) {
-  return fmt::format("{:<20}{}\n", name, value);
+  return fmt::format("{:<20}{}\n", name, printable_lines(value, "\\n"));
 }
 
 std::string item(const std::string& text) {

@@ -1,5 +1,6 @@
 #include <zant/velmora_host/services/command_service.hpp>
 
+#include <zant/velmora_host/base/printable.hpp>
 #include <zant/velmora_host/services/posix/child_process.hpp>
 #include <zant/velmora_host/services/posix/command_environment.hpp>
 
@@ -21,8 +22,9 @@ using zant::logging::severity_level;
 constexpr std::size_t LONGEST_COMMAND_IN_LOG = 500;
 
 std::string shortened(const std::string& command) {
-  return command.size() <= LONGEST_COMMAND_IN_LOG ? command
-                                                  : command.substr(0, LONGEST_COMMAND_IN_LOG) + "[...]";
+  return command.size() <= LONGEST_COMMAND_IN_LOG
+             ? command
+             : std::string(whole_beginning(command, LONGEST_COMMAND_IN_LOG)) + "[...]";
 }
 
 std::string in_seconds(std::chrono::milliseconds duration) {
@@ -32,7 +34,7 @@ std::string in_seconds(std::chrono::milliseconds duration) {
 std::string error_text_of(const Child_Process& child) {
   const auto& stream = child.error_output();
   const std::string text = boost::algorithm::trim_copy(stream.text());
-  return stream.is_truncated() ? "[...] " + text : text;
+  return stream.is_truncated() ? "[...] " + std::string(whole_end(text)) : text;
 }
 
 }  // namespace
