@@ -3,6 +3,7 @@
 #include <zant/velmora_host/base/enum_names.hpp>
 #include <zant/velmora_host/base/refusal.hpp>
 #include <zant/velmora_host/staging/staging_tree.hpp>
+#include <zant/velmora_host/staging/state_directory.hpp>
 
 namespace zant::velmora_host {
 namespace {
@@ -21,6 +22,7 @@ Minded_Host find_minded_host(const Settings& settings, const Host_Services& serv
   if (const Staging_Layout layout = registry.staging_layout(); !layout.templates.empty()) {
     append(faults, find_staging_tree_faults(settings.staging_directory(), layout));
   }
+  append(faults, state_directory::find_faults(settings));
   refuse_if_any(faults);
   return {settings, services, family, find_init(*services.filesystem)};
 }

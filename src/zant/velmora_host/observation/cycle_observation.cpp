@@ -4,6 +4,7 @@
 #include <zant/velmora_host/observation/observed_filesystem.hpp>
 #include <zant/velmora_host/observation/observed_package.hpp>
 #include <zant/velmora_host/observation/observed_system.hpp>
+#include <zant/velmora_host/staging/metrics_file.hpp>
 
 #include <utility>
 
@@ -42,7 +43,9 @@ Cycle_Recorder::Listener metrics_writer(const Minded_Host& host, const path& sta
       [file = host.settings.metrics_file(), filesystem = host.services.filesystem,
        keys = host.family.read_keys(host.services, staging_directory).value_or(std::vector<Signing_Key>{})](
           const Cycle_State& state) {
-        filesystem->write_file(file, metrics_text(state, keys), velmora::Write_Flag::REPLACE);
+        if (may_write_metrics_file(file)) {
+          filesystem->write_file(file, metrics_text(state, keys), velmora::Write_Flag::REPLACE);
+        }
       };
 }
 
@@ -78,7 +81,7 @@ void Cycle_Observation::record_failed_start(const std::string& reason) const {
 
 void remove_observations(const Settings& settings, velmora::Filesystem& filesystem) {
   filesystem.remove(cycle_store::file_in(settings.state_directory()));
-  if (!settings.metrics_file().empty()) {
+  if (!settings.metrics_file().empty() && may_write_metrics_file(settings.metrics_file())) {
     filesystem.remove(settings.metrics_file());
   }
 }

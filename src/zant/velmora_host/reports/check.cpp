@@ -1,10 +1,13 @@
 #include <zant/velmora_host/reports/check.hpp>
 
 #include <zant/velmora_host/base/json_document.hpp>
+#include <zant/velmora_host/base/printable.hpp>
 #include <zant/velmora_host/families/minded_host.hpp>
 #include <zant/velmora_host/reports/host_check.hpp>
 #include <zant/velmora_host/reports/reports_of_families.hpp>
+#include <zant/velmora_host/staging/metrics_file.hpp>
 #include <zant/velmora_host/staging/staging_tree.hpp>
+#include <zant/velmora_host/staging/state_directory.hpp>
 
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
@@ -26,6 +29,10 @@ void check_host(const Settings& settings, const Host_Services& services, const F
   family.check(settings, services, init, report);
 }
 
+std::string on_one_line(const std::string& text) {
+  return printable_lines(text, "\\n");
+}
+
 std::string count_of(std::size_t number) {
   return number == 1 ? "1 finding." : fmt::format("{} findings.", number);
 }
@@ -39,6 +46,8 @@ Check_Report make_check_report(const Settings& settings, const Host_Services& se
 Check_Report make_check_report(const Settings& settings, const Host_Services& services,
                                const Family_Registry& registry) {
   Check_Report report;
+  append(report.findings, state_directory::find_faults(settings));
+  append(report.findings, find_metrics_file_faults(settings.metrics_file()));
   if (const Staging_Layout layout = registry.staging_layout(); !layout.templates.empty()) {
     append(report.findings, find_staging_tree_faults(settings.staging_directory(), layout));
     append(report.findings, find_foreign_files(settings.staging_directory(), layout));
@@ -72,11 +81,12 @@ std::string to_json_text(const Check_Report& report) {
 std::string to_text(const Check_Report& report) {
   std::string text;
   for (const auto& finding : report.findings) {
-    text += fmt::format("{}: {}\n    Remedy: {}\n    [{}]\n", finding.where, finding.what, finding.remedy,
-                        finding.code);
+    text += fmt::format("{}: {}\n    Remedy: {}\n    [{}]\n", on_one_line(finding.where),
+                        on_one_line(finding.what), on_one_line(finding.remedy), finding.code);
   }
   for (const auto& unchecked : report.unchecked) {
-    text += fmt::format("Not checked: {}, because {}.\n", unchecked.what, unchecked.reason);
+    text += fmt::format("Not checked: {}, because {}.\n", on_one_line(unchecked.what),
+                        on_one_line(unchecked.reason));
   }
   return text + (report.findings.empty() ? "Nothing found that needs to be put right.\n"
                                          : count_of(report.findings.size()) + "\n");

@@ -2,6 +2,8 @@
 
 #include <zant/velmora_host/base/printable.hpp>
 #include <zant/velmora_host/base/refusal.hpp>
+#include <zant/velmora_host/services/judged_file.hpp>
+#include <zant/velmora_host/services/privileges.hpp>
 #include <zant/velmora_host/settings/address_credentials.hpp>
 #include <zant/velmora_host/settings/properties_text.hpp>
 
@@ -9,9 +11,6 @@
 #include <fmt/format.h>
 #include <boost/filesystem/operations.hpp>
 
-#include <cerrno>
-#include <fstream>
-#include <sstream>
 #include <system_error>
 #include <utility>
 
@@ -21,26 +20,39 @@ namespace {
 using Poco::Util::AbstractConfiguration;
 
 [[noreturn]] void refuse_file(const boost::filesystem::path& file, const std::string& what,
-                              const std::string& remedy) {
-  throw Refusal(Refusal_Reason::BAD_SETTINGS,
-                Findings{{file.string(), what, remedy, Finding_Code::UNREADABLE_SETTINGS}});
+                              const std::string& remedy,
+                              const char* code = Finding_Code::UNREADABLE_SETTINGS) {
+  throw Refusal(Refusal_Reason::BAD_SETTINGS, Findings{{file.string(), what, remedy, code}});
+}
+
+void refuse_if_foreign(const boost::filesystem::path& file, const std::string& foreign_writer) {
+  if (!foreign_writer.empty()) {
+    refuse_file(
+        file, foreign_writer,
+        "the file and every directory above it must belong to root, and nobody else may write to them",
+        "settings.writable_by_others");
+  }
+}
+
+Judged_Text read_or_refuse(const boost::filesystem::path& file) {
+  try {
+    return read_judged(file);
+  } catch (const std::system_error& error) {
+    if (error.code() == std::errc::is_a_directory) {
+      refuse_file(file, "is a directory", "name a settings file");
+    }
+    if (error.code() == std::errc::invalid_argument) {
+      refuse_file(file, "is not a regular file", "name a settings file");
+    }
+    refuse_file(file, "cannot be read: " + error.code().message(),
+                "it must be readable by the administrator");
+  }
 }
 
 std::string read_settings_file(const boost::filesystem::path& file) {
-  boost::system::error_code ignored;
-  if (boost::filesystem::is_directory(file, ignored)) {
-    refuse_file(file, "is a directory", "name a settings file");
-  }
-  errno = 0;
-  std::ifstream stream(file.c_str(), std::ios::binary);
-  std::ostringstream contents;
-  contents << stream.rdbuf();
-  const std::string text = contents.str();
-  if (!stream.is_open() || stream.bad()) {
-    const int error_number = errno != 0 ? errno : EIO;
-    refuse_file(file, "cannot be read: " + std::generic_category().message(error_number),
-                "it must be readable by the administrator");
-  }
+  const Judged_Text judged = read_or_refuse(file);
+  refuse_if_foreign(file, judged.foreign_writer);
+  const std::string& text = judged.text;
   if (text.find('\0') != std::string::npos) {
     refuse_file(file, "is not a text file", "it consists of lines KEY = VALUE");
   }
@@ -55,6 +67,7 @@ bool may_be_missing(const Settings_Sources& sources) {
 
 void add_file(Setting_Layers& layers, const Settings_Sources& sources) {
   if (may_be_missing(sources)) {
+    refuse_if_foreign(sources.file, privileges::who_else_may_write_what_is_there(sources.file));
     return;
   }
   for (auto& line : parse_properties(read_settings_file(sources.file))) {

@@ -69,7 +69,8 @@ std::vector<Setting> program_settings(const Setting_Defaults& defaults) {
        .default_value = defaults.state_directory,
        .default_note = R"(on Windows `%ProgramData%\package-minder\state`)",
        .meaning = "Rendered files, the record of the last cycle and a lock.",
-       .detail = "A directory that cannot be written to, or that others may write to, is refused."},
+       .detail = "A directory that cannot be written to, that others may write to or replace, or that holds "
+                 "something of anybody else's, is refused."},
       {.key = "minder.base_directory",
        .group = PROGRAM,
        .system = WINDOWS,

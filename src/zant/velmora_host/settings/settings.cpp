@@ -29,8 +29,12 @@ std::string find_value_fault(const Setting& setting, const Reference_Expansion::
     case Reference_Expansion::Fault::HIDDEN:
       return "must not put a reference ${...} together from parts";
     default:
-      return setting.rule.find_fault(expanded.value);
+      break;
   }
+  const std::string fault = setting.rule.find_fault(expanded.value);
+  // The files that it goes into are read by programs which such bytes end.
+  return fault.empty() && !is_plain_text(expanded.value) ? "must be UTF-8 text without control characters"
+                                                         : fault;
 }
 
 std::optional<Finding> judge(const Setting& setting, const std::string& place,

@@ -114,10 +114,14 @@ Findings find_staging_tree_faults(const path& tree, const Staging_Layout& layout
     return {{tree.string(), "this directory, the staging tree, is missing",
              "install it, or name another one with minder.staging_directory", "staging.missing"}};
   }
-  Findings findings = find_template_faults(tree, layout);
+  // First, and alone: nothing is read that others may swap meanwhile.
+  Findings findings = find_first_entry_fault(tree);
+  if (!findings.empty()) {
+    return findings;
+  }
+  append(findings, find_template_faults(tree, layout));
   append(findings, find_missing_files(tree, layout.static_files, "this file is missing", REINSTALL,
                                       "staging.file_missing"));
-  append(findings, find_first_entry_fault(tree));
   return findings;
 }
 

@@ -1,8 +1,8 @@
 #include <zant/velmora_host/staging/work_area.hpp>
 
 #include <zant/velmora_host/base/refusal.hpp>
-#include <zant/velmora_host/services/privileges.hpp>
 #include <zant/velmora_host/staging/staging_tree.hpp>
+#include <zant/velmora_host/staging/state_directory.hpp>
 
 #include <boost/filesystem/operations.hpp>
 
@@ -25,15 +25,9 @@ constexpr const char* UNFINISHED_STAGING_DIRECTORY = "staging.new";
                           "minder.state_directory must name another one"}});
 }
 
-path prepare_directory(const path& directory, velmora::Filesystem& filesystem) {
-  if (!filesystem.create_directories(directory)) {
-    refuse(directory, "the state directory cannot be created");
-  }
-  // Files are installed from here.
-  if (const std::string fault = privileges::who_else_may_write(directory); !fault.empty()) {
-    refuse(directory, fault);
-  }
-  return directory;
+path prepare_directory(const Settings& settings, velmora::Filesystem& filesystem) {
+  state_directory::prepare(settings, filesystem);
+  return settings.state_directory();
 }
 
 path lock_file_in(const path& directory) {
@@ -45,7 +39,7 @@ path lock_file_in(const path& directory) {
 Work_Area::Work_Area(const Settings& settings, const Staging_Layout& layout,
                      std::shared_ptr<velmora::Filesystem> filesystem) try
     : filesystem_(std::move(filesystem)),
-      directory_(prepare_directory(settings.state_directory(), *filesystem_)),
+      directory_(prepare_directory(settings, *filesystem_)),
       lock_(lock_file_in(directory_)) {
   make_staging_directory_(settings, layout);
 } catch (const std::system_error& error) {
@@ -63,8 +57,7 @@ path Work_Area::staging_directory() const {
 void Work_Area::remove() {
   filesystem_->remove_all(staging_directory());
   lock_.remove_file();
-  boost::system::error_code not_empty;
-  boost::filesystem::remove(directory_, not_empty);
+  state_directory::remove(directory_, *filesystem_);
 }
 
 void Work_Area::make_staging_directory_(const Settings& settings, const Staging_Layout& layout) {

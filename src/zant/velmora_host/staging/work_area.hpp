@@ -18,8 +18,9 @@ namespace zant::velmora_host {
 class Work_Area {
  public:
   /// @param layout of the host's family; empty when nothing is staged.
-  /// @throws Refusal when the state directory cannot be used or another process has locked it; nothing in it
-  ///         is changed then.
+  /// @throws Refusal when the state directory cannot be used, is not ours (`state_directory::find_faults`),
+  /// or
+  ///         another process has locked it; nothing in it is changed then but its mark, which may be new.
   Work_Area(const Settings& settings, const Staging_Layout& layout,
             std::shared_ptr<velmora::Filesystem> filesystem);
 
@@ -31,7 +32,8 @@ class Work_Area {
   /// The staging directory.
   boost::filesystem::path staging_directory() const;
 
-  /// Removes everything that is kept in the state directory, and the directory if it is empty then.
+  /// Removes everything that is kept in the state directory, and the directory if nothing but its mark is
+  /// left.
   void remove();
 
  private:

@@ -54,12 +54,7 @@ void create_directory_with(const Path& path, mode_t mode) {
 }  // namespace
 
 std::string read(const Path& path) {
-  std::string text;
-  Input_File file(path);
-  for (auto piece = file.next_piece(); !piece.empty(); piece = file.next_piece()) {
-    text += piece;
-  }
-  return text;
+  return Input_File(path).read_all();
 }
 
 void write(const Path& path, const std::string& contents) {

@@ -1,14 +1,28 @@
 #include <zant/velmora_host/services/posix/input_file.hpp>
 
+#include <zant/velmora_host/services/posix/path_walk.hpp>
 #include <zant/velmora_host/services/posix/system_error.hpp>
 
 #include <fcntl.h>
 
+#include <utility>
+
 namespace zant::velmora_host {
 
+namespace {
+
+// A fifo in the file's place must not make the caller wait for a writer.
+constexpr int OPEN_FLAGS = O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
+
+}  // namespace
+
 Input_File::Input_File(const boost::filesystem::path& path)
-    // A fifo in the file's place must not make the caller wait for a writer.
-    : file_(::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC)) {
+    : Input_File(File_Descriptor(::open(path.c_str(), OPEN_FLAGS))) {}
+
+Input_File::Input_File(const File_Descriptor& directory, const std::string& name)
+    : Input_File(File_Descriptor(::openat(directory.get(), name.c_str(), OPEN_FLAGS | O_NOFOLLOW))) {}
+
+Input_File::Input_File(File_Descriptor file) : file_(std::move(file)) {
   if (!file_.is_open()) {
     throw_system_error("cannot open");
   }
@@ -35,6 +49,22 @@ std::string_view Input_File::next_piece() {
     }
   }
   return {buffer_.data(), filled};
+}
+
+std::string Input_File::read_all() {
+  std::string text;
+  for (auto piece = next_piece(); !piece.empty(); piece = next_piece()) {
+    text += piece;
+  }
+  return text;
+}
+
+std::string Input_File::who_else_may_write() const {
+  struct stat status {};
+  if (::fstat(file_.get(), &status) != 0) {
+    throw_system_error("cannot read");
+  }
+  return velmora_host::who_else_may_write(file_.get(), status);
 }
 
 }  // namespace zant::velmora_host

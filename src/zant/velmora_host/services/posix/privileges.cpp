@@ -1,11 +1,11 @@
 #include <zant/velmora_host/services/privileges.hpp>
 
+#include <zant/velmora_host/services/posix/path_walk.hpp>
 #include <zant/velmora_host/services/posix/system_error.hpp>
 
-#include <fmt/format.h>
-
-#include <sys/stat.h>
 #include <unistd.h>
+
+#include <cerrno>
 
 namespace zant::velmora_host::privileges {
 
@@ -16,17 +16,14 @@ bool may_administer() {
 }
 
 std::string who_else_may_write(const boost::filesystem::path& path) {
-  struct stat status {};
-  if (::stat(path.c_str(), &status) != 0) {
-    return "cannot be examined: " + error_text(errno);
-  }
-  if (status.st_uid != 0 && status.st_uid != ::geteuid()) {
-    return fmt::format("belongs to the user with id {}, who may change it", status.st_uid);
-  }
-  if ((status.st_mode & (S_IWGRP | S_IWOTH)) != 0) {
-    return fmt::format("may be changed by others (mode {:04o})", status.st_mode & 07777);
-  }
-  return "";
+  const Walked_Path walked = walk_path(path);
+  return walked.error == 0 ? walked.foreign_writer : "cannot be examined: " + error_text(walked.error);
+}
+
+std::string who_else_may_write_what_is_there(const boost::filesystem::path& path) {
+  const Walked_Path walked = walk_path(path);
+  const bool is_known = walked.error == 0 || walked.error == ENOENT || walked.error == ENOTDIR;
+  return is_known ? walked.foreign_writer : "cannot be examined: " + error_text(walked.error);
 }
 
 }  // namespace zant::velmora_host::privileges

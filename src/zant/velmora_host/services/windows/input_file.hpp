@@ -14,6 +14,8 @@ class Input_File {
  public:
   explicit Input_File(const boost::filesystem::path& path);
 
+  const Handle& handle() const noexcept { return file_; }
+
   /// What remains of it.
   std::string read_all();
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <zant/velmora_host/services/windows/handle.hpp>
+
 #include <boost/filesystem/path.hpp>
 
 namespace zant::velmora_host {
@@ -10,5 +12,11 @@ namespace zant::velmora_host {
 ///
 /// @throws std::system_error when it is there already or cannot be made.
 void create_protected_directory(const boost::filesystem::path& path);
+
+/// Lets administrators and the system alone open a file, not even to read it.
+///
+/// @param file open with WRITE_DAC.
+/// @throws std::system_error when it cannot be done.
+void make_private(const Handle& file);
 
 }  // namespace zant::velmora_host

@@ -30,5 +30,21 @@ TEST(CheckReport, HasForEachFindingWhatIsRight) {
   EXPECT_EQ(json_document::Json::parse(to_json_text(report)).at("unchecked")[0].at("code"), "keyring");
 }
 
+TEST(CheckReport, ShowsNothingOfOthersThatATerminalObeys) {
+  const Check_Report report = {
+      {{"/srv/a\x1b[2J\nb", "holds \u202egnp", "remove \xff\u009b", "staging.foreign_file"}},
+      {{"keyring", "the keys\n", "gpg\x07"}}};
+
+  EXPECT_EQ(
+      to_text(report),
+      "/srv/a\\x1b[2J\\nb: holds \\u202egnp\n    Remedy: remove \\xff\\u009b\n    [staging.foreign_file]\n"
+      "Not checked: the keys\\n, because gpg\\x07.\n"
+      "1 finding.\n");
+  const std::string json = to_json_text(report);
+  EXPECT_EQ(json.find_first_of("\x1b\x07\x7f"), std::string::npos);
+  EXPECT_EQ(json.find("\u202e"), std::string::npos);
+  EXPECT_EQ(json_document::Json::parse(json).at("findings")[0].at("message"), "holds \u202egnp");
+}
+
 }  // namespace
 }  // namespace zant::velmora_host

@@ -446,6 +446,31 @@ TEST_F(SettingsTest, ShowControlCharactersOfABadValueEscaped) {
                           "percentage"));
 }
 
+TEST_F(SettingsTest, AreTextWithoutControlCharactersWhateverTheirRuleSays) {
+  given_override("package.apt.repo.origins_pattern", "o=Qu\xfforvane");
+  EXPECT_THAT(refusals(),
+              ElementsAre("--set: package.apt.repo.origins_pattern is \"o=Qu\\xfforvane\"; must be "
+                          "UTF-8 text without control characters"));
+
+  given_override("package.apt.repo.origins_pattern", "o=Qu\xc2\x85orvane");
+  EXPECT_THAT(refusals(),
+              ElementsAre("--set: package.apt.repo.origins_pattern is \"o=Qu\\u0085orvane\"; must be "
+                          "UTF-8 text without control characters"));
+
+  given_override("package.apt.repo.origins_pattern", "o=Qu\u00e4ne");
+  EXPECT_THAT(refusals(), ElementsAre());
+}
+
+TEST_F(SettingsTest, InAFileThatAreNoUtf8AreNamedWithTheirLine) {
+  given_file(
+      "# Gr\xfc\xdf"
+      "e\nminder.staging_directory = /srv/Gr\xfc\xdf"
+      "e\n");
+
+  EXPECT_THAT(refusals(), ElementsAre(file() + ":2: minder.staging_directory is \"/srv/Gr\\xfc\\xdfe\"; "
+                                               "must be UTF-8 text without control characters"));
+}
+
 TEST_F(SettingsTest, OfAbsurdLengthAreRefused) {
   given_override("package.apt.repo.url", "https://" + std::string(1000000, 'x'));
 

@@ -135,10 +135,10 @@ TEST_F(StagingTree, WithATemplateThatUsesFewerValuesIsAllRight) {
 TEST_F(StagingTree, ThatOthersMayWriteToIsRefused) {
   namespace fs = boost::filesystem;
   const path file = at("config-files/apt/20auto-upgrades");
-  fs::permissions(file, fs::add_perms | fs::group_write);
+  fs::permissions(file, fs::add_perms | fs::others_write);
 
   EXPECT_THAT(faults(), ElementsAre(file.string() +
-                                    ": may be changed by others (mode 0664); its files are installed on the "
+                                    ": may be changed by others (mode 0646); its files are installed on the "
                                     "host: it must belong to root, and nobody else may write to it"));
 }
 
@@ -150,6 +150,21 @@ TEST_F(StagingTree, WhoseDirectoriesOthersMayWriteToIsRefused) {
 
   fs::permissions(tree(), fs::add_perms | fs::others_write);
   EXPECT_EQ(faults().size(), 1U);
+}
+
+TEST_F(StagingTree, BelowADirectoryOfOthersIsRefusedBeforeAnythingIsRead) {
+  namespace fs = boost::filesystem;
+  fs::create_directory(directory_.path() / "others");
+  fs::rename(tree(), directory_.path() / "others" / "staging");
+  fs::permissions(directory_.path() / "others", fs::add_perms | fs::others_write);
+  const path moved = directory_.path() / "others" / "staging";
+  fs::remove(moved / "config-files/apt/20auto-upgrades");
+
+  const Findings findings = find_staging_tree_faults(moved, layout_);
+
+  ASSERT_EQ(findings.size(), 1U);
+  EXPECT_EQ(findings[0].code, "staging.writable_by_others");
+  EXPECT_THAT(findings[0].what, ::testing::StartsWith("can be replaced: " + moved.parent_path().string()));
 }
 
 TEST_F(StagingTree, WithALinkToADirectoryIsRefused) {

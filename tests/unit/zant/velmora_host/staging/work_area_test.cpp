@@ -62,6 +62,7 @@ TEST_F(WorkArea, HasAFreshCopyOfTheStagingTree) {
 }
 
 TEST_F(WorkArea, KeepsNothingOfAnEarlierRun) {
+  { const Work_Area earlier(settings(), layout_, files_); }
   files_->create_directories(state() / "staging/config-files/apt");
   files_->write_file(state() / "staging/config-files/apt/zant-on-calendar.conf", "stale",
                      velmora::Write_Flag::REPLACE);
@@ -110,9 +111,67 @@ TEST_F(WorkArea, IsRefusedWhereOthersMayWrite) {
 
 TEST_F(WorkArea, IsRefusedWhereItCannotBeLocked) {
   files_->create_directories(state() / "lock");
+  files_->write_file(state() / "package-minder-state", "", velmora::Write_Flag::REPLACE);
 
   EXPECT_THAT(refusal(Refusal_Reason::BAD_SETTINGS),
               StartsWith(state().string() + ": cannot open " + (state() / "lock").string()));
+}
+
+TEST_F(WorkArea, CarriesItsMark) {
+  const Work_Area area(settings(), layout_, files_);
+
+  EXPECT_TRUE(exists(state() / "package-minder-state"));
+}
+
+TEST_F(WorkArea, IsRefusedBelowADirectoryOfOthers) {
+  namespace fs = boost::filesystem;
+  files_->create_directories(state());
+  fs::permissions(state().parent_path(), fs::add_perms | fs::others_write);
+
+  EXPECT_THAT(refusal(Refusal_Reason::BAD_SETTINGS),
+              StartsWith(state().string() + ": can be replaced: " + state().parent_path().string() +
+                         " may be changed by others (mode 0757)"));
+  EXPECT_TRUE(fs::is_empty(state()));
+}
+
+TEST_F(WorkArea, IsNotMadeOfADirectoryOfSomebodyElse) {
+  files_->create_directories(state() / "staging");
+  files_->write_file(state() / "staging/precious", "text", velmora::Write_Flag::REPLACE);
+
+  EXPECT_THAT(refusal(Refusal_Reason::BAD_SETTINGS),
+              StartsWith(state().string() + ": is not empty, and holds no file package-minder-state"));
+
+  files_->write_file(state() / "notes", "text", velmora::Write_Flag::REPLACE);
+  EXPECT_THAT(refusal(Refusal_Reason::BAD_SETTINGS),
+              StartsWith(state().string() + ": holds notes, and no file package-minder-state"));
+  EXPECT_TRUE(exists(state() / "staging/precious"));
+  EXPECT_FALSE(exists(state() / "package-minder-state"));
+  EXPECT_FALSE(exists(state() / "lock"));
+}
+
+TEST_F(WorkArea, IsMadeOfAnEmptyDirectory) {
+  files_->create_directories(state() / "lost+found");
+
+  EXPECT_EQ(refusal(Refusal_Reason::BAD_SETTINGS), "");
+  EXPECT_TRUE(exists(state() / "package-minder-state"));
+}
+
+TEST_F(WorkArea, TakesOverWhatAnEarlierVersionLeft) {
+  files_->create_directories(state() / "staging");
+  files_->write_file(state() / "lock", "4194304000", velmora::Write_Flag::REPLACE);
+  files_->write_file(state() / "settings-in-force.json", "{}", velmora::Write_Flag::REPLACE);
+  files_->write_file(state() / ".last-cycle.json.aBcDeF.package-minder", "{", velmora::Write_Flag::REPLACE);
+
+  EXPECT_EQ(refusal(Refusal_Reason::BAD_SETTINGS), "");
+  EXPECT_TRUE(exists(state() / "package-minder-state"));
+}
+
+TEST_F(WorkArea, IsNotMadeOfADirectoryWithALockOfSomethingElse) {
+  files_->create_directories(state() / "staging");
+  files_->write_file(state() / "lock", "locked by somebody", velmora::Write_Flag::REPLACE);
+
+  EXPECT_NE(refusal(Refusal_Reason::BAD_SETTINGS), "");
+  EXPECT_TRUE(exists(state() / "staging"));
 }
 
 TEST_F(WorkArea, LeavesNothingAfterItsRemoval) {
@@ -132,6 +191,7 @@ TEST_F(WorkArea, LeavesWhatIsNotItsOwn) {
   EXPECT_TRUE(exists(state() / "somebody-elses"));
   EXPECT_FALSE(exists(state() / "staging"));
   EXPECT_FALSE(exists(state() / "lock"));
+  EXPECT_EQ(refusal(Refusal_Reason::BAD_SETTINGS), "") << "it still has its mark";
 }
 
 }  // namespace
