@@ -8,10 +8,11 @@
 namespace zant::velmora_host {
 
 /// Keeps other processes of this program from working in the same place for as long as it lives. The lock of
-/// a process that is killed ends with it.
+/// a process that is killed ends with it. The file is for the administrator's account alone: who can open it
+/// can keep others out.
 class Instance_Lock {
  public:
-  /// @param file created where missing.
+  /// @param file created where missing; made inaccessible to others where an earlier version did not.
   /// @throws Refusal that names the process which holds the lock, or std::system_error when the file cannot
   ///         be locked.
   explicit Instance_Lock(const boost::filesystem::path& file);

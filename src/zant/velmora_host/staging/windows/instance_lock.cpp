@@ -2,6 +2,7 @@
 
 #include <zant/velmora_host/base/refusal.hpp>
 #include <zant/velmora_host/services/windows/handle.hpp>
+#include <zant/velmora_host/services/windows/protected_directory.hpp>
 #include <zant/velmora_host/services/windows/win32_error.hpp>
 
 #include <fmt/format.h>
@@ -15,8 +16,8 @@ using boost::filesystem::path;
 
 // Opened to write by one process alone, which makes it a lock; but to read by others, to learn who holds it.
 Handle open_as_holder(const path& file) {
-  return Handle(::CreateFileW(file.c_str(), GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ, nullptr,
-                              OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
+  return Handle(::CreateFileW(file.c_str(), GENERIC_READ | GENERIC_WRITE | WRITE_DAC, FILE_SHARE_READ,
+                              nullptr, OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
 }
 
 // Does not lock the file, nor keep others from opening, writing and deleting it.
@@ -78,6 +79,8 @@ class Instance_Lock::Lock_File {
       }
       throw_win32_error("cannot open " + file.string(), code);
     }
+    // Who can open it can keep the next process out, by opening it without sharing it.
+    make_private(handle_);
     // Waits for a process that asks at this moment who holds the lock.
     if (!set_mark(handle_, LOCKFILE_EXCLUSIVE_LOCK)) {
       throw_win32_error("cannot lock " + file.string());

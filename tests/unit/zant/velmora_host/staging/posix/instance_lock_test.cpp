@@ -1,6 +1,7 @@
 #include <zant/velmora_host/staging/instance_lock.hpp>
 
 #include <zant/velmora_host/base/refusal.hpp>
+#include <zant/velmora_host/services/posix/file_descriptor.hpp>
 #include <zant/velmora_host/services/temporary_directory.hpp>
 
 #include <support/host_side/denied_system_call.hpp>
@@ -9,6 +10,7 @@
 #include <boost/filesystem/operations.hpp>
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
@@ -78,6 +80,51 @@ TEST_F(InstanceLock, ThatCannotBeTakenForAnotherReasonDoesNotNameAProcess) {
   };
 
   EXPECT_EXIT(lock_without_locks(), ::testing::ExitedWithCode(0), "");
+}
+
+TEST_F(InstanceLock, CanBeOpenedByNobodyElse) {
+  std::ofstream(file_.string()) << "4194304000";
+  ::chmod(file_.c_str(), 0644);
+
+  const Instance_Lock lock(file_);
+
+  struct stat status {};
+  ASSERT_EQ(::stat(file_.c_str(), &status), 0);
+  EXPECT_EQ(status.st_mode & 07777U, 0600U);
+}
+
+// Locks the file as a user can who may read it.
+void lock_to_read(int descriptor) {
+  struct flock lock {};
+  lock.l_type = F_RDLCK;
+  lock.l_whence = SEEK_SET;
+  ASSERT_EQ(::fcntl(descriptor, F_OFD_SETLK, &lock), 0);
+}
+
+TEST_F(InstanceLock, IsTakenFromAUserWhoLockedTheFileOfAnEarlierVersion) {
+  std::ofstream(file_.string()) << "4194304000";
+  ::chmod(file_.c_str(), 0644);
+  const File_Descriptor users(::open(file_.c_str(), O_RDONLY | O_CLOEXEC));
+  lock_to_read(users.get());
+
+  const Instance_Lock lock(file_);
+
+  EXPECT_EQ(Instance_Lock::find_holder(file_), std::to_string(::getpid()));
+}
+
+TEST_F(InstanceLock, IsNotTakenFromARunningEarlierVersion) {
+  std::ofstream(file_.string()) << ::getpid();
+  ::chmod(file_.c_str(), 0644);
+  const File_Descriptor running(::open(file_.c_str(), O_RDONLY | O_CLOEXEC));
+  lock_to_read(running.get());
+
+  EXPECT_NE(refusal(), "");
+}
+
+TEST_F(InstanceLock, IsNoFifo) {
+  ASSERT_EQ(::mkfifo(file_.c_str(), 0600), 0);
+
+  EXPECT_THROW(Instance_Lock{file_}, std::system_error);
 }
 
 TEST_F(InstanceLock, NamesItsHolderToThoseWhoAsk) {
