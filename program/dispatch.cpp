@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <exception>
 #include <optional>
+#include <stdexcept>
 #include <string>
 #include <variant>
 #include <vector>
@@ -52,6 +53,19 @@ int carry_out(const Command_Line& command_line, const Service_Maker& make_servic
   return std::get<Work>(command_line.command->work)(invocation, settings, make_services(settings));
 }
 
+// The log has the reason already, also why the document of a report could not be written.
+int print_failure(const std::string& kind, int exit_status, const std::vector<std::string>& messages) {
+  try {
+    print_failure_document(kind, exit_status, messages);
+    return exit_status;
+  } catch (const std::runtime_error& error) {
+    if (messages != std::vector<std::string>{std::string("Encountered error: ") + error.what()}) {
+      log_message(severity_level::error, std::string("Encountered error: ") + error.what());
+    }
+    return Exit_Status::FAILED;
+  }
+}
+
 int fail(const Command_Line& command_line, int exit_status, const std::vector<std::string>& messages) {
   for (const auto& message : messages) {
     log_message(severity_level::error, message);
@@ -59,7 +73,7 @@ int fail(const Command_Line& command_line, int exit_status, const std::vector<st
   if (command_line.invocation.json) {
     const Command& command = *command_line.command;
     const bool is_of_report = command.group == Command::Group::REPORTS;
-    print_failure_document(is_of_report ? command.name : "plan", exit_status, messages);
+    return print_failure(is_of_report ? command.name : "plan", exit_status, messages);
   }
   return exit_status;
 }

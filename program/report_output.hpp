@@ -10,6 +10,10 @@ namespace zant::program {
 /// @throws std::runtime_error when it could not be written.
 void print(const std::string& text);
 
+/// The status to exit with when all that was to be printed is in standard output's buffer: the given one, or
+/// that of a failure, which is told on standard error, when it could not be written.
+int exit_status_after_output(int exit_status);
+
 /// Prints a report for a person, or its document for programs.
 template <typename Report>
 void print_report(const Report& report, bool as_json) {

@@ -50,5 +50,18 @@ TEST(TheProgram, ExitsWithWhatItsWorkCameTo) {
               HasSubstr("\"bad_settings\""));
 }
 
+TEST(TheProgram, FailsWhenWhatItPrintsCannotBeWritten) {
+  EXPECT_EQ(call("--version > /dev/full 2> /dev/null").exit_status, 1);
+  EXPECT_EQ(call("--help > /dev/full 2> /dev/null").exit_status, 1);
+  EXPECT_EQ(call("check --help > /dev/full 2> /dev/null").exit_status, 1);
+  EXPECT_EQ(call("twice --json > /dev/full 2> /dev/null").exit_status, 1);
+  EXPECT_EQ(call("check --json --settings /nowhere/settings > /dev/full 2> /dev/null").exit_status, 1);
+  EXPECT_EQ(call("--version 2>&1 >&-").output, "package-minder: cannot write to standard output\n");
+}
+
+TEST(TheProgram, RefusesAFifoInPlaceOfItsSettings) {
+  EXPECT_EQ(call("check --json --settings /dev/stdin < /dev/null 2> /dev/null").exit_status, 78);
+}
+
 }  // namespace
 }  // namespace zant::program

@@ -1,10 +1,13 @@
 #pragma once
 
+#include <zant/velmora_host/export.hpp>
+
 #include <boost/filesystem/path.hpp>
 
 namespace zant::velmora_host {
 
-/// A new directory that only this process's user can enter, deleted with everything in it at the end.
+/// A new directory that only this process's user can enter, deleted with everything in it at the end. Those
+/// of a process can be made and deleted in several threads.
 class Temporary_Directory {
  public:
   /// @throws std::system_error when it cannot be made.
@@ -14,6 +17,10 @@ class Temporary_Directory {
   Temporary_Directory& operator=(const Temporary_Directory&) = delete;
 
   const boost::filesystem::path& path() const noexcept { return path_; }
+
+  /// Deletes all that there are, for a process that is about to be ended by a signal. No thread can make or
+  /// delete one from then on: it waits for the end of the process.
+  PACKAGE_MINDER_HOST_EXPORT static void delete_all_for_ever();
 
  private:
   boost::filesystem::path path_;

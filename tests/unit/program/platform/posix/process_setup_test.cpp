@@ -2,8 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <fcntl.h>
 #include <signal.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace zant::program {
 namespace {
@@ -41,6 +43,20 @@ TEST_F(ProcessSetup, DoesAwayWithWhatTheCallerLeft) {
   EXPECT_EQ(::umask(0), 0022U) << "what package managers create is for everybody to read";
   EXPECT_EQ(handler_of(SIGPIPE), SIG_IGN) << "a reader of the log may go away";
   EXPECT_EQ(handler_of(SIGCHLD), SIG_DFL) << "or every command would lose its exit status";
+}
+
+TEST(StandardDescriptors, ThatAreClosedAreOpenedForNothing) {
+  const auto start_without_descriptors = [] {
+    for (const int number : {0, 1, 2}) {
+      ::close(number);
+    }
+    set_up_process();
+    const bool is_next_number_free = ::open("/dev/null", O_RDONLY) == 3;
+    const bool is_output_refused = ::write(1, "x", 1) == -1 && ::write(2, "x", 1) == -1;
+    ::_exit(is_next_number_free && is_output_refused ? 0 : 1);
+  };
+
+  EXPECT_EXIT(start_without_descriptors(), ::testing::ExitedWithCode(0), "");
 }
 
 }  // namespace
