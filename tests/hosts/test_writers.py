@@ -186,8 +186,9 @@ def test_what_cannot_be_printed_is_a_failure(site, command):
         assert "cannot write to standard output" in result.error
 
 
-def test_a_log_without_standard_error_goes_nowhere(site):
-    site.host.run("package-minder once <&- >&- 2>&-")
+@pytest.mark.parametrize("closed", ["2>&-", "<&- >&- 2>&-"])
+def test_a_log_without_standard_error_goes_nowhere(site, closed):
+    site.host.run(f"package-minder --log-level trace once {closed}")
 
     assert site.host.read(f"{STATE}/lock").isdigit()
 
