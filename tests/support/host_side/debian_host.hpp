@@ -1,6 +1,7 @@
 #pragma once
 
 #include <support/host_side/host_in_directory.hpp>
+#include <support/host_side/keyring_examples.hpp>
 
 #include <string>
 
@@ -16,6 +17,8 @@ class Debian_Host : public Host_In_Directory {
       services.filesystem->create_directories(directory);
     }
     system->on("dpkg-query -f='${Architecture}' -W zant-velmora", 0, "amd64");
+    system->on("apt-config dump", 0, "Acquire::AllowInsecureRepositories \"0\";\n");
+    system->on("apt-get --print-uris update 2> /dev/null", 0, "");
     release();
     script(0, {"which unattended-upgrades > /dev/null",
                "test ! -d /run/systemd/system || systemctl is-active --quiet unattended-upgrades.service",
@@ -57,6 +60,7 @@ class Debian_Host : public Host_In_Directory {
                "zant-velmora:\n  Installed: 1.0\n  Candidate: 1.1\n  Version table:\n");
     system->on("systemctl is-active package-minder.service 2> /dev/null", 0, "active\n");
     system->on("systemctl is-active --quiet apt-daily-upgrade.timer", 0);
+    system->on("systemctl is-enabled --quiet apt-daily-upgrade.timer 2> /dev/null", 0);
     system->on(
         "TZ=UTC systemctl show --property=NextElapseUSecRealtime --value apt-daily-upgrade.timer 2> "
         "/dev/null",
@@ -66,27 +70,23 @@ class Debian_Host : public Host_In_Directory {
   /// What the checks ask: nothing is missing, masked or read-only, and the keyring holds one good key.
   void pass_checks() {
     services.filesystem->create_directories("/etc/systemd/system");
-    script(0,
-           {"command -v bash > /dev/null", "command -v grep > /dev/null", "command -v apt-get > /dev/null",
-            "command -v apt-mark > /dev/null", "command -v apt-cache > /dev/null",
-            "command -v dpkg-query > /dev/null", "command -v which > /dev/null",
-            "command -v service > /dev/null", "command -v systemctl > /dev/null",
-            "command -v gpg > /dev/null", "test -w /etc/apt/trusted.gpg.d", "test -w /etc/apt/sources.list.d",
-            "test -w /etc/apt/apt.conf.d", "test -w /etc/systemd/system"});
+    script(0, {"command -v bash > /dev/null", "command -v grep > /dev/null", "command -v apt-get > /dev/null",
+               "command -v apt-mark > /dev/null", "command -v apt-cache > /dev/null",
+               "command -v dpkg-query > /dev/null", "command -v which > /dev/null",
+               "command -v service > /dev/null", "command -v systemctl > /dev/null",
+               "test -w /etc/apt/trusted.gpg.d", "test -w /etc/apt/sources.list.d",
+               "test -w /etc/apt/apt.conf.d", "test -w /etc/systemd/system"});
     for (const char* unit : {"apt-daily-upgrade.timer", "apt-daily-upgrade.service", "apt-daily.timer",
                              "apt-daily.service", "unattended-upgrades.service"}) {
       system->on(std::string("systemctl is-enabled ") + unit + " 2> /dev/null", 0, "enabled\n");
     }
-    list_keys("pub:-:255:22:01:1700000000:::-:::scSC:::::ed25519:::0:\nfpr:::::::::AA:\n");
+    put_keyring(GOOD_KEYRING);
   }
 
-  /// What gpg lists of the installed keyring.
-  void list_keys(const std::string& listing, int exit_code = 0) {
-    system->on_like(
-        "gpg --homedir '*' --batch --no-options --no-autostart --with-colons --fixed-list-mode --show-keys "
-        "'" +
-            (installed_tree() / "keyrings/zant-velmora.gpg").string() + "'",
-        exit_code, listing);
+  /// Replaces the keyring of the installed staging tree.
+  void put_keyring(const std::string& keyring) {
+    services.filesystem->write_file(installed_tree() / "keyrings/zant-velmora.gpg", keyring,
+                                    velmora::Write_Flag::REPLACE);
   }
 };
 

@@ -11,6 +11,7 @@ namespace zant::velmora_host::test_support {
 class El_Host : public Host_In_Directory {
  public:
   El_Host() : Host_In_Directory("ID=\"rocky\"\nID_LIKE=\"rhel centos fedora\"\nVERSION_ID=\"9.4\"\n") {
+    answer_about_upgrades(1, "", "");
     services.filesystem->create_directories("/etc/yum.repos.d");
     release();
     trust("gpg-pubkey-11111111-5f5e1000 Vendor <vendor@velmora.test> public key\n");
@@ -20,6 +21,19 @@ class El_Host : public Host_In_Directory {
                "! systemctl is-active --quiet dnf-automatic.timer dnf-automatic-download.timer "
                "dnf-automatic-notifyonly.timer",
                "test ! -d /run/systemd/system || systemctl is-active --quiet dnf-automatic-install.timer"});
+  }
+
+  /// What the last automatic upgrade printed when it failed, and when DNF last refreshed the repository, in
+  /// seconds of the epoch; empty for never.
+  void answer_about_upgrades(int is_failed, const std::string& journal, const std::string& refreshed) {
+    system->on(
+        "systemctl is-failed --quiet dnf-automatic-install.service && journalctl --quiet --output=cat "
+        "--lines=60 --unit=dnf-automatic-install.service 2> /dev/null",
+        is_failed, journal);
+    system->on(
+        "stat --format=%Y /var/cache/dnf/quorvane-*/repodata/repomd.xml 2> /dev/null | sort "
+        "--numeric-sort | tail -n 1",
+        0, refreshed);
   }
 
   /// The packages of the repository are excluded from now on, or it cannot be reached: DNF says the same.
@@ -48,7 +62,8 @@ class El_Host : public Host_In_Directory {
     write("/etc/yum.repos.d/quorvane.repo",
           "[quorvane]\nname=Velmora Recorder\n"
           "baseurl=https://repo.velmora.example/velmora-yum-repo/repos/systemd-production/\n"
-          "gpgkey=https://repo.velmora.example/velmora-yum-repo/quorvane-yum-repo.gpg\nthrottle=500k\n");
+          "gpgkey=https://repo.velmora.example/velmora-yum-repo/"
+          "quorvane-yum-repo.gpg\nthrottle=500k\ngpgcheck=1\n");
   }
 
   /// What the status asks beside a plan: version 1.0-1 is installed and 1.1-1 offered, service and timer run.
@@ -60,6 +75,7 @@ class El_Host : public Host_In_Directory {
         0, "1.1-1\n");
     system->on("systemctl is-active package-minder.service 2> /dev/null", 0, "active\n");
     system->on("systemctl is-active --quiet dnf-automatic-install.timer", 0);
+    system->on("systemctl is-enabled --quiet dnf-automatic-install.timer 2> /dev/null", 0);
     system->on(
         "TZ=UTC systemctl show --property=NextElapseUSecRealtime --value dnf-automatic-install.timer 2> "
         "/dev/null",

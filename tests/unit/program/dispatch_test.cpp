@@ -252,6 +252,7 @@ TEST_F(Dispatch, OfAStatusForProgramsPrintsTheWholeDocument) {
             "  \"timer\": {\n"
             "    \"unit\": \"apt-daily-upgrade.timer\",\n"
             "    \"running\": true,\n"
+            "    \"enabled\": true,\n"
             "    \"next_run\": \"2026-11-21T03:00:00Z\"\n"
             "  },\n"
             "  \"last_cycle\": null,\n"
@@ -280,12 +281,17 @@ TEST_F(Dispatch, OfACheckWithoutFindingsSucceeds) {
 
   const auto outcome = call({"check"});
 
-  EXPECT_EQ(outcome.output, "Nothing found that needs to be put right.\n");
+  EXPECT_EQ(outcome.output,
+            "Trusted key 4A3B843A1F3D4F09D7A06659C4A1C7AE6D372198 (EdDSA 255, created 2026-01-01, never "
+            "expires)\n"
+            "    Good Key <good@velmora.test>\n"
+            "Nothing found that needs to be put right.\n");
   EXPECT_EQ(outcome.exit_status, 0);
 }
 
 TEST_F(Dispatch, OfACheckWithFindingsExitsWithOne) {
   host_.pass_checks();
+  host_.put_keyring("");
   host_.system->on("command -v grep > /dev/null", 1);
 
   const auto outcome = call({"check", "--json"});
@@ -301,10 +307,19 @@ TEST_F(Dispatch, OfACheckWithFindingsExitsWithOne) {
             "      \"where\": \"grep\",\n"
             "      \"message\": \"this command is missing\",\n"
             "      \"remedy\": \"install the package grep\"\n"
-            "    }\n"
-            "  ],\n"
-            "  \"unchecked\": []\n"
-            "}\n");
+            "    },\n"
+            "    {\n"
+            "      \"code\": \"keyring.empty\",\n"
+            "      \"where\": \"" +
+                (host_.installed_tree() / "keyrings/zant-velmora.gpg").string() +
+                "\",\n"
+                "      \"message\": \"holds no key that can sign\",\n"
+                "      \"remedy\": \"put the keyring with the repository's current keys there\"\n"
+                "    }\n"
+                "  ],\n"
+                "  \"unchecked\": [],\n"
+                "  \"keys\": []\n"
+                "}\n");
 }
 
 TEST_F(Dispatch, OfACheckFindsWrongSettingsAndLooksAtNothingElse) {

@@ -14,10 +14,25 @@ struct Unchecked {
   std::string reason;
 };
 
-/// The findings of the preflight checks, and what could not be checked.
+/// A key that the repository's signatures may be checked with, as the keyring states it.
+struct Listed_Key {
+  std::string keyring;                  ///< the file
+  std::string fingerprint;              ///< in capital hexadecimal digits
+  std::string primary;                  ///< the fingerprint of the key that it is a subkey of, or its own
+  std::vector<std::string> user_names;  ///< of a primary key, as they stand there: untrusted text
+  std::string algorithm;                ///< "Ed25519", "RSA"
+  int bits = 0;
+  std::string created;  ///< a day in UTC, "2026-01-31"
+  std::string expires;  ///< the same; empty when it never does
+  bool is_revoked = false;
+  bool can_sign = false;
+};
+
+/// The findings of the preflight checks, what could not be checked, and the keys that are trusted.
 struct Check_Report {
   Findings findings;
   std::vector<Unchecked> unchecked;
+  std::vector<Listed_Key> keys = {};
 };
 
 }  // namespace zant::velmora_host

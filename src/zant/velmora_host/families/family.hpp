@@ -4,6 +4,7 @@
 #include <zant/velmora_host/base/finding.hpp>
 #include <zant/velmora_host/families/command_traits.hpp>
 #include <zant/velmora_host/families/cycle_failure.hpp>
+#include <zant/velmora_host/families/displaced_setting.hpp>
 #include <zant/velmora_host/families/file_kind.hpp>
 #include <zant/velmora_host/families/package_factory.hpp>
 #include <zant/velmora_host/families/package_state.hpp>
@@ -148,6 +149,26 @@ class Family {
   virtual std::optional<std::vector<std::string>> trusted_keys(const Host_Services& services) const = 0;
 
   /// Adds what this family finds wrong with a host, beyond tools, units and directories.
+  /// What must be put right before a cycle can begin; nothing when nothing must.
+  virtual std::optional<Finding> find_cycle_obstacle(const Host_Services& services) const = 0;
+
+  /// What keeps upgrades from being trustworthy or from arriving although the registration is in step:
+  /// findings of a check, and reasons of a status.
+  virtual Findings find_weaknesses(const Settings& settings, const Host_Services& services,
+                                   velmora::Init init) const = 0;
+
+  /// The host's own files that automatic upgrades take the place of.
+  virtual std::vector<boost::filesystem::path> replaced_files() const = 0;
+
+  /// What one of these files says and the text in its place does not; nothing once the files are the
+  /// library's.
+  virtual std::vector<Displaced_Setting> find_displaced_settings(const boost::filesystem::path& file,
+                                                                 const std::string& before,
+                                                                 const std::string& after,
+                                                                 velmora::Filesystem& filesystem) const = 0;
+
+  /// Adds what this family finds wrong with a host, beyond tools, units, directories and what the operations
+  /// above find.
   virtual void check(const Settings& settings, const Host_Services& services, velmora::Init init,
                      Check_Report& report) const = 0;
 

@@ -2,82 +2,136 @@
 
 #include <fmt/chrono.h>
 #include <fmt/format.h>
-#include <boost/algorithm/string/predicate.hpp>
 
+#include <algorithm>
+#include <map>
 #include <set>
 
 namespace zant::velmora_host {
 namespace {
 
+using boost::filesystem::path;
 using std::chrono::system_clock;
 
-constexpr const char* ARMOUR = "-----BEGIN PGP";
 constexpr int SMALLEST_RSA_BITS = 2048;
 constexpr auto SOON = std::chrono::hours(24 * 30);
+constexpr const char* NEW_KEYRING = "put the keyring with the repository's current keys there";
 
 bool is_weak(const Signing_Key& key) {
   static const std::set<int> rsa = {1, 2, 3};
   static const std::set<int> outdated = {16, 17, 20};  // DSA and ElGamal
-  return outdated.contains(key.algorithm) || (rsa.contains(key.algorithm) && key.bits < SMALLEST_RSA_BITS);
+  return key.version < 4 || outdated.contains(key.algorithm) ||
+         (rsa.contains(key.algorithm) && key.bits < SMALLEST_RSA_BITS);
+}
+
+bool has_weak_digest(const Signing_Key& key) {
+  static const std::set<int> outdated = {1, 2, 3};  // MD5, SHA-1, RIPEMD-160
+  return outdated.contains(key.digest);
+}
+
+// RFC 4880, 9.1, and RFC 9580.
+std::string algorithm_name(const Signing_Key& key) {
+  static const std::map<int, const char*> names = {
+      {1, "RSA"},   {2, "RSA"},      {3, "RSA"},      {16, "ElGamal"}, {17, "DSA"},
+      {18, "ECDH"}, {19, "ECDSA"},   {20, "ElGamal"}, {22, "EdDSA"},   {25, "X25519"},
+      {26, "X448"}, {27, "Ed25519"}, {28, "Ed448"}};
+  const auto found = names.find(key.algorithm);
+  return found == names.end() ? fmt::format("algorithm {}", key.algorithm) : found->second;
 }
 
 std::string day_of(system_clock::time_point time) {
   return fmt::format("{:%Y-%m-%d}", fmt::gmtime(system_clock::to_time_t(time)));
 }
 
+Listed_Key listed(const path& keyring, const Signing_Key& key) {
+  return {keyring.string(),    key.fingerprint, key.primary,         key.user_names,
+          algorithm_name(key), key.bits,        day_of(key.created), key.expiry ? day_of(*key.expiry) : "",
+          key.revoked,         key.can_sign};
+}
+
+// APT accepts nothing that is signed with one of these.
+void find_invalidity(const Signing_Key& key, system_clock::time_point now, const path& keyring,
+                     Findings& findings) {
+  const auto add = [&](const std::string& fault, const char* code) {
+    findings.push_back(
+        {keyring.string(), fmt::format("the key {} {}", key.fingerprint, fault), NEW_KEYRING, code});
+  };
+  if (key.revoked) {
+    add("is revoked: APT accepts nothing signed with it", "keyring.key_revoked");
+  } else if (key.expiry && *key.expiry <= now) {
+    add("expired on " + day_of(*key.expiry), "keyring.key_expired");
+  } else if (key.expiry && *key.expiry - now < SOON) {
+    add("expires on " + day_of(*key.expiry), "keyring.key_expires_soon");
+  }
+}
+
+void find_weakness(const Signing_Key& key, const path& keyring, Findings& findings) {
+  if (is_weak(key)) {
+    findings.push_back(
+        {keyring.string(),
+         fmt::format("the key {} is weak (algorithm {}, {} bits): new releases of APT refuse it",
+                     key.fingerprint, key.algorithm, key.bits),
+         "have the repository signed with an Ed25519 key or an RSA key of at least 2048 bits",
+         "keyring.weak_key"});
+  } else if (has_weak_digest(key)) {
+    findings.push_back({keyring.string(),
+                        fmt::format("the key {} is bound by a signature with an outdated digest (SHA-1 or "
+                                    "older): new releases of APT refuse it",
+                                    key.fingerprint),
+                        "have the key certified again with SHA-256 or better, and export it anew",
+                        "keyring.weak_digest"});
+  }
+}
+
+bool can_sign(const Signing_Key& key) {
+  return key.can_sign;
+}
+
+Finding unreadable(const path& keyring) {
+  return {keyring.string(), "is not a keyring",
+          "put the repository's public keys there, binary, as \"gpg --export\" writes them",
+          "keyring.unreadable"};
+}
+
 }  // namespace
 
-Findings find_key_faults(const boost::filesystem::path& keyring, const std::vector<Signing_Key>& keys,
+Findings find_key_faults(const path& keyring, const std::vector<Signing_Key>& keys,
                          system_clock::time_point now) {
   Findings findings;
-  const auto add = [&](const Signing_Key& key, const std::string& fault, const char* remedy,
-                       const char* code) {
-    findings.push_back(
-        {keyring.string(), fmt::format("the key {} {}", key.fingerprint, fault), remedy, code});
-  };
-  const char* const new_keyring = "put the keyring with the repository's current keys there";
   for (const auto& key : keys) {
-    if (key.revoked) {
-      add(key, "is revoked: APT accepts nothing signed with it", new_keyring, "keyring.key_revoked");
-    } else if (key.expiry && *key.expiry <= now) {
-      add(key, "expired on " + day_of(*key.expiry), new_keyring, "keyring.key_expired");
-    } else if (key.expiry && *key.expiry - now < SOON) {
-      add(key, "expires on " + day_of(*key.expiry), new_keyring, "keyring.key_expires_soon");
-    }
-    if (is_weak(key)) {
-      add(key,
-          fmt::format("is weak (algorithm {}, {} bits): new releases of APT refuse it", key.algorithm,
-                      key.bits),
-          "have the repository signed with an Ed25519 key or an RSA key of at least 2048 bits",
-          "keyring.weak_key");
+    if (can_sign(key)) {
+      find_invalidity(key, now, keyring, findings);
+      find_weakness(key, keyring, findings);
     }
   }
-  if (keys.empty()) {
-    findings.push_back({keyring.string(), "holds no key that can sign", new_keyring, "keyring.empty"});
+  if (std::none_of(keys.begin(), keys.end(), can_sign)) {
+    findings.push_back({keyring.string(), "holds no key that can sign", NEW_KEYRING, "keyring.empty"});
   }
   return findings;
 }
 
-void check_keyring(velmora::System& system, velmora::Filesystem& filesystem,
-                   const boost::filesystem::path& keyring, Check_Report& report) {
-  if (boost::algorithm::starts_with(filesystem.read_file(keyring, velmora::Read_Flag::WHOLE_TEXT), ARMOUR)) {
+void check_keyring(velmora::Filesystem& filesystem, const path& keyring, Check_Report& report) {
+  const auto parsed = parse_keyring(filesystem.read_file(keyring, velmora::Read_Flag::WHOLE_TEXT));
+  if (!parsed) {
+    report.findings.push_back(unreadable(keyring));
+    return;
+  }
+  if (parsed->is_armoured) {
     report.findings.push_back({keyring.string(),
                                "is armoured, and APT reads only binary keyrings under this name",
                                "convert it with \"gpg --dearmor\"", "keyring.armoured"});
   }
-  const auto keys = read_keyring(system, keyring);
-  if (keys) {
-    append(report.findings, find_key_faults(keyring, *keys, system_clock::now()));
-    return;
-  }
-  if (has_gpg(system)) {
-    report.findings.push_back(
-        {keyring.string(), "is no keyring that gpg can read",
-         "put the repository's public keys there, binary, as \"gpg --export\" writes them",
-         "keyring.unreadable"});
+  if (parsed->has_secret_keys) {
+    report.findings.push_back({keyring.string(),
+                               "holds a secret key: whoever reads this file can sign in the vendor's name",
+                               "tell the vendor, and put a keyring of public keys there, as \"gpg --export\" "
+                               "writes it",
+                               "keyring.secret_key"});
   } else {
-    report.unchecked.push_back({"keyring", "the keys in " + keyring.string() + " (age, strength)",
-                                "gpg is not installed on this host"});
+    append(report.findings, find_key_faults(keyring, parsed->keys, system_clock::now()));
+  }
+  for (const auto& key : parsed->keys) {
+    report.keys.push_back(listed(keyring, key));
   }
 }
 

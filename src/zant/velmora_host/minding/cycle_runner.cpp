@@ -5,6 +5,7 @@
 #include <zant/velmora_host/staging/staging_tree.hpp>
 
 #include <exception>
+#include <stdexcept>
 
 namespace zant::velmora_host {
 namespace {
@@ -42,6 +43,9 @@ Cycle_Runner::Cycle_Runner(const std::string& name, const Settings& settings, co
 
 std::shared_ptr<velmora::Package_Minder> Cycle_Runner::make_minder_() const {
   try {
+    if (const auto obstacle = host_.family.find_cycle_obstacle(host_.services)) {
+      throw std::runtime_error(to_string(*obstacle));
+    }
     const auto config = factory_->create_package_config(host_.settings.automatic_upgrades());
     return std::make_shared<velmora::Package_Minder>(observation_.observe(factory_->create_package(config)));
   } catch (const std::exception& error) {

@@ -12,14 +12,38 @@
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
+#include <algorithm>
+
 namespace zant::velmora_host {
 namespace {
 
+// Only for a host that has such files: a plan of others may need the network.
+void check_displaced_settings(const Settings& settings, const Host_Services& services, const Family& family,
+                              const Family_Registry& registry, Check_Report& report) {
+  const auto files = family.replaced_files();
+  const bool has_any = std::any_of(files.begin(), files.end(), [&services](const auto& file) {
+    return services.filesystem->exists(file);
+  });
+  // With a staging tree that is not in order there is nothing to compare with.
+  if (!settings.automatic_upgrades() || !has_any || !report.findings.empty()) {
+    return;
+  }
+  for (const auto& displaced :
+       make_plan(Plan::Operation::CYCLE, settings, services, registry).displaced_settings) {
+    report.findings.push_back({displaced.file.string(),
+                               printable(displaced.message) + " while package-minder's file is in its place",
+                               "to keep it, say it in a file of yours that sorts later, such as "
+                               "/etc/apt/apt.conf.d/52local",
+                               "upgrades.setting_displaced"});
+  }
+}
+
 void check_host(const Settings& settings, const Host_Services& services, const Family& family,
-                Check_Report& report) {
+                const Family_Registry& registry, Check_Report& report) {
   const velmora::Init init = find_init(*services.filesystem);
   append(report.findings, family.find_setting_faults(settings));
   append(report.findings, find_keyring_faults(settings.staging_directory(), family.staging_layout()));
+  check_displaced_settings(settings, services, family, registry, report);
   host_check::check_tools(*services.system, family, init, report);
   host_check::check_directories(services, settings, family, init, report);
   if (settings.automatic_upgrades()) {
@@ -27,6 +51,37 @@ void check_host(const Settings& settings, const Host_Services& services, const F
     host_check::check_schedule(*services.system, settings, family, init, report);
   }
   family.check(settings, services, init, report);
+  if (const auto obstacle = family.find_cycle_obstacle(services)) {
+    report.findings.push_back(*obstacle);
+  }
+  append(report.findings, family.find_weaknesses(settings, services, init));
+}
+
+json_document::Json to_json(const Listed_Key& key) {
+  return {{"keyring", key.keyring},
+          {"fingerprint", json_document::text_or_null(key.fingerprint)},
+          {"primary", json_document::text_or_null(key.primary)},
+          {"user_names", key.user_names},
+          {"algorithm", key.algorithm},
+          {"bits", key.bits},
+          {"created", key.created},
+          {"expires", json_document::text_or_null(key.expires)},
+          {"revoked", key.is_revoked},
+          {"can_sign", key.can_sign}};
+}
+
+// A key, its subkeys indented below it.
+std::string describe(const Listed_Key& key) {
+  const bool is_primary = key.fingerprint == key.primary;
+  std::string text =
+      fmt::format("{}{} ({} {}, created {}, {}{}{})\n", is_primary ? "Trusted key " : "    Subkey ",
+                  key.fingerprint.empty() ? "without a fingerprint" : key.fingerprint, key.algorithm,
+                  key.bits, key.created, key.expires.empty() ? "never expires" : "expires " + key.expires,
+                  key.is_revoked ? ", revoked" : "", key.can_sign ? "" : ", does not sign");
+  for (const auto& name : key.user_names) {
+    text += "    " + printable(name) + "\n";
+  }
+  return text;
 }
 
 std::string on_one_line(const std::string& text) {
@@ -53,7 +108,7 @@ Check_Report make_check_report(const Settings& settings, const Host_Services& se
     append(report.findings, find_foreign_files(settings.staging_directory(), layout));
   }
   if (const Family* const family = registry.find(*services.filesystem)) {
-    check_host(settings, services, *family, report);
+    check_host(settings, services, *family, registry, report);
   } else {
     report.findings.push_back({"/etc/os-release", "names neither a Debian or Ubuntu nor a RHEL family host",
                                "package-minder supports no other hosts", "host.unsupported"});
@@ -75,11 +130,18 @@ std::string to_json_text(const Check_Report& report) {
     document["unchecked"].push_back(
         {{"code", unchecked.code}, {"what", unchecked.what}, {"reason", unchecked.reason}});
   }
+  document["keys"] = json_document::Json::array();
+  for (const auto& key : report.keys) {
+    document["keys"].push_back(to_json(key));
+  }
   return json_document::text_of(document);
 }
 
 std::string to_text(const Check_Report& report) {
   std::string text;
+  for (const auto& key : report.keys) {
+    text += describe(key);
+  }
   for (const auto& finding : report.findings) {
     text += fmt::format("{}: {}\n    Remedy: {}\n    [{}]\n", on_one_line(finding.where),
                         on_one_line(finding.what), on_one_line(finding.remedy), finding.code);

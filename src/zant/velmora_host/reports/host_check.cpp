@@ -76,6 +76,13 @@ void check_units(velmora::System& system, const Family& family, velmora::Init in
           {unit, "is masked: automatic upgrades need it to run",
            fmt::format("\"systemctl unmask {}\", or minder.automatic_upgrades = false", unit),
            "units.masked"});
+    } else if (boost::algorithm::starts_with(state, "disabled") &&
+               boost::algorithm::ends_with(unit, ".timer")) {
+      report.findings.push_back(
+          {unit,
+           "is not enabled: after a start of the host it does not run, or only when a cycle "
+           "of package-minder's has started it",
+           fmt::format("\"systemctl enable {}\"", unit), "units.not_enabled"});
     }
   }
 }

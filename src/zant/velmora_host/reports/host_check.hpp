@@ -12,7 +12,8 @@ namespace zant::velmora_host::host_check {
 /// Commands that the library runs and the host lacks.
 void check_tools(velmora::System& system, const Family& family, velmora::Init init, Check_Report& report);
 
-/// Timers and services that an administrator has masked: they never run.
+/// Timers and services that an administrator has masked: they never run. Timers that are not enabled: they do
+/// not start with the host.
 void check_units(velmora::System& system, const Family& family, velmora::Init init, Check_Report& report);
 
 /// The schedule of automatic upgrades, as systemd judges it.

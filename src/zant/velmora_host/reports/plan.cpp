@@ -17,6 +17,7 @@
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
+#include <stdexcept>
 
 namespace zant::velmora_host {
 namespace {
@@ -39,6 +40,33 @@ void carry_out(Plan::Operation operation, const Package_Factory& factory, bool a
       config->purge_unattended_upgrade_configuration();
       break;
   }
+}
+
+// What the library would not notice until the host's own tools fail.
+void require_no_obstacle(Plan::Operation operation, const Minded_Host& host) {
+  if (operation != Plan::Operation::CYCLE) {
+    return;
+  }
+  if (const auto obstacle = host.family.find_cycle_obstacle(host.services)) {
+    throw std::runtime_error(to_string(*obstacle));
+  }
+}
+
+std::vector<Displaced_Setting> find_displaced_settings(const Plan& plan, const Minded_Host& host) {
+  std::vector<Displaced_Setting> displaced;
+  if (plan.operation != Plan::Operation::CYCLE) {
+    return displaced;
+  }
+  const auto replaced = host.family.replaced_files();
+  for (const auto& change : plan.files) {
+    if (change.before && change.after &&
+        std::find(replaced.begin(), replaced.end(), change.path) != replaced.end()) {
+      const auto more = host.family.find_displaced_settings(change.path, *change.before, *change.after,
+                                                            *host.services.filesystem);
+      displaced.insert(displaced.end(), more.begin(), more.end());
+    }
+  }
+  return displaced;
 }
 
 Hold_State find_hold(const Minded_Host& host, const Planning_System& system) {
@@ -123,12 +151,14 @@ Plan make_plan(Plan::Operation operation, const Settings& settings, const Host_S
   Plan plan;
   plan.operation = operation;
   try {
+    require_no_obstacle(operation, host);
     carry_out(operation, *factory, settings.automatic_upgrades());
   } catch (const std::exception& error) {
     plan.failure = error.what();
   }
   plan.commands = system->planned();
   plan.files = filesystem->changes();
+  plan.displaced_settings = find_displaced_settings(plan, host);
   plan.hold = find_hold(host, *system);
   plan.removes_own_files =
       operation == Plan::Operation::PURGE && services.filesystem->exists(settings.state_directory());
@@ -149,6 +179,11 @@ std::string to_json_text(const Plan& plan) {
     document["files"].push_back(
         {{"path", file.path.string()}, {"change", change_name(file)}, {"diff", unified_diff(file)}});
   }
+  document["displaced_settings"] = json_document::Json::array();
+  for (const auto& displaced : plan.displaced_settings) {
+    document["displaced_settings"].push_back(
+        {{"path", displaced.file.string()}, {"setting", displaced.setting}, {"message", displaced.message}});
+  }
   document["removes_own_files"] = plan.removes_own_files;
   return json_document::text_of(document);
 }
@@ -157,6 +192,12 @@ std::string to_text(const Plan& plan) {
   std::string text = headline(plan);
   text += list_commands(plan, false, "Commands that change the host, in this order:");
   text += list_commands(plan, true, "Commands run every cycle, with no effect now:");
+  if (!plan.displaced_settings.empty()) {
+    text += "\nSettings of this host that its own files lose while they are replaced:\n";
+  }
+  for (const auto& displaced : plan.displaced_settings) {
+    text += fmt::format("  {}: {}\n", displaced.file.string(), printable(displaced.message));
+  }
   if (plan.removes_own_files) {
     text += "\nThe program's own files in its state directory are removed.\n";
   }

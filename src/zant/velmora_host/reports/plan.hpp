@@ -2,6 +2,7 @@
 
 #include <zant/velmora_host/export.hpp>
 #include <zant/velmora_host/families/command_traits.hpp>
+#include <zant/velmora_host/families/displaced_setting.hpp>
 #include <zant/velmora_host/families/package_state.hpp>
 #include <zant/velmora_host/reports/file_change.hpp>
 #include <zant/velmora_host/services/host_services.hpp>
@@ -32,6 +33,10 @@ struct PACKAGE_MINDER_HOST_EXPORT Plan {
   Operation operation = Operation::CYCLE;
   std::vector<Planned_Command> commands;
   std::vector<File_Change> files;
+
+  /// What goes out of force with the host's own files that the first cycle replaces. It returns with a purge.
+  std::vector<Displaced_Setting> displaced_settings;
+
   bool removes_own_files = false;      ///< the state directory's contents go too
   std::optional<std::string> failure;  ///< why it would not come to its end
   Hold_State hold = Hold_State::UNKNOWN;

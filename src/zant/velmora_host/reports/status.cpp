@@ -4,6 +4,7 @@
 #include <zant/velmora_host/observation/cycle_store.hpp>
 #include <zant/velmora_host/reports/plan.hpp>
 #include <zant/velmora_host/reports/reports_of_families.hpp>
+#include <zant/velmora_host/staging/work_area.hpp>
 
 #include <zant/velmora/host/command_success.hpp>
 #include <zant/velmora/package_minder/package_constants.hpp>
@@ -20,6 +21,7 @@ using velmora::Package_Constants::PACKAGE_NAME;
 
 constexpr const char* SERVICE_STATE_QUERY = "systemctl is-active {}.service 2> /dev/null";
 constexpr const char* TIMER_STATE_QUERY = "systemctl is-active --quiet {}";
+constexpr const char* TIMER_ENABLED_QUERY = "systemctl is-enabled --quiet {} 2> /dev/null";
 // The time comes as text, in the zone of whoever asks.
 constexpr const char* NEXT_RUN_QUERY =
     "TZ=UTC systemctl show --property=NextElapseUSecRealtime --value {} 2> /dev/null";
@@ -45,6 +47,8 @@ void find_service_and_timer(const Minded_Host& host, const std::string& service,
   status.service_state = output_of(system, fmt::format(SERVICE_STATE_QUERY, service));
   if (!status.timer.empty()) {
     status.timer_is_running = velmora::command_succeeds(system, fmt::format(TIMER_STATE_QUERY, status.timer));
+    status.timer_is_enabled =
+        velmora::command_succeeds(system, fmt::format(TIMER_ENABLED_QUERY, status.timer));
     status.next_run = iso_time_in(output_of(system, fmt::format(NEXT_RUN_QUERY, status.timer)));
   }
 }
@@ -141,10 +145,27 @@ std::vector<Status::Reason> find_reasons(const Status& status, const Plan& plan,
          "The automatic upgrades are out of step");
   add_if(status.upgrades_are_wanted && has_systemd && !status.timer.empty() && !status.timer_is_running,
          "timer.not_running", status.timer + " is not running");
+  add_if(status.upgrades_are_wanted && status.timer_is_running && !status.timer_is_enabled,
+         "timer.not_enabled",
+         fmt::format("{0} runs, but is not enabled: after a start of the host only a cycle starts it; run "
+                     "\"systemctl enable {0}\"",
+                     status.timer));
   add_if(plan.failure.has_value(), "cycle.would_fail",
          "The next cycle would fail: " + plan.failure.value_or(""));
   add_cycle_reasons(status, reasons);
   return reasons;
+}
+
+void add_weaknesses(const Findings& weaknesses, std::vector<Status::Reason>& reasons) {
+  for (const auto& weakness : weaknesses) {
+    reasons.push_back({weakness.code, to_string(weakness)});
+  }
+}
+
+// Where systemd does not run the program nobody else does, but an administrator.
+bool is_started_by_nobody(const Minded_Host& host, const std::string& service) {
+  return host.init != velmora::Init::systemd && service == PROGRAM_SERVICE &&
+         Work_Area::find_holder(host.settings).empty();
 }
 
 }  // namespace
@@ -167,6 +188,13 @@ Status make_status(const Settings& settings, const Host_Services& services, cons
   find_service_and_timer(host, service, status);
   status.cycles = cycle_store::read(*services.filesystem, cycle_store::file_in(settings.state_directory()));
   status.reasons = find_reasons(status, plan, service);
+  if (is_started_by_nobody(host, service)) {
+    status.reasons.push_back(
+        {"service.no_systemd",
+         "This host has no systemd, so no service of package-minder's runs here: have cron run "
+         "\"package-minder once\", for example every hour"});
+  }
+  add_weaknesses(host.family.find_weaknesses(settings, services, host.init), status.reasons);
   return status;
 }
 

@@ -47,7 +47,8 @@ struct Status {
   std::vector<std::string> upgrade_commands;  ///< that the next cycle would run for them
   std::string timer;                          ///< empty where no systemd timer starts upgrades
   bool timer_is_running = false;
-  std::string next_run;  ///< of the timer, in UTC, "2026-01-31T03:00:00Z"; empty when it has none
+  bool timer_is_enabled = false;  ///< it starts with the host
+  std::string next_run;           ///< of the timer, in UTC, "2026-01-31T03:00:00Z"; empty when it has none
   std::optional<Cycle_State> cycles;
   std::vector<Reason> reasons;
 };

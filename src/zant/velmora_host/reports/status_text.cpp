@@ -161,7 +161,8 @@ std::string describe_reasons(const std::vector<Status::Reason>& reasons) {
   }
   std::string text = "\nNeeds attention:\n";
   for (const auto& reason : reasons) {
-    text += fmt::format("  - {} [{}]\n", printable(reason.message), reason.code);
+    // Whole: the remedy stands at the end.
+    text += fmt::format("  - {} [{}]\n", printable_lines(reason.message, "\\n"), reason.code);
   }
   return text;
 }
@@ -184,6 +185,7 @@ std::string to_json_text(const Status& status) {
                                     {"pending_commands", status.upgrade_commands}};
   document["timer"] = {{"unit", text_or_null(status.timer)},
                        {"running", status.timer_is_running},
+                       {"enabled", status.timer_is_enabled},
                        {"next_run", text_or_null(status.next_run)}};
   document["last_cycle"] = last_cycle_to_json(status.cycles);
   document["conflicts"] = status.cycles ? conflicts(status.cycles->history) : std::vector<std::string>{};

@@ -155,7 +155,9 @@ std::vector<Setting> apt_settings(const Setting_Defaults& defaults) {
            "Origins that unattended-upgrades upgrades from, beside those that the template names for the "
            "host. "
            "The names are o or origin, l or label, a, suite or archive, c or component, n or codename, and "
-           "site.",
+           "site. Name the site too, as in \"o=Quorvane Velmora Core VMS Repo,site=repo.velmora.example\": "
+           "any "
+           "repository can claim the same origin.",
        .detail = "One bad entry would stop unattended upgrades of everything, so it is refused."},
       {.key = "package.apt.repo.bandwidth_limit",
        .group = APT,

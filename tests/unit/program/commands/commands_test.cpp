@@ -2,6 +2,7 @@
 #include <program/exit_status.hpp>
 
 #include <zant/velmora_host/base/refusal.hpp>
+#include <zant/velmora_host/observation/cycle_store.hpp>
 #include <zant/velmora_host/staging/instance_lock.hpp>
 
 #include <support/captured_log.hpp>
@@ -17,6 +18,7 @@
 
 #include <algorithm>
 #include <functional>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -73,6 +75,63 @@ class CommandsTest : public ::testing::Test {
 const auto SET_UP =
     ElementsAre("apt.conf.d/20auto-upgrades", "apt.conf.d/50unattended-upgrades", "apt.conf.d/75lowerspeed",
                 "sources.list.d/zant-velmora.list", "trusted.gpg.d/zant-velmora.gpg");
+
+// --- before the package is there --------------------------------------------
+
+TEST_F(CommandsTest, OnceRefusesToBeginWithoutThePackageAndRecordsIt) {
+  host_.system->on("dpkg-query -f='${Architecture}' -W zant-velmora", 1);
+
+  try {
+    carry_out("once");
+    FAIL() << "the cycle began";
+  } catch (const std::exception& error) {
+    EXPECT_STREQ(error.what(),
+                 "zant-velmora: is not installed, and the repository's source list needs its architecture; "
+                 "install the package first, from the file that the vendor ships");
+  }
+
+  EXPECT_THAT(files_in_etc(), IsEmpty());
+  const auto kept = velmora_host::cycle_store::read(
+      *host_.services.filesystem, velmora_host::cycle_store::file_in(host_.state_directory()));
+  ASSERT_TRUE(kept);
+  ASSERT_EQ(kept->last_cycle.failures.size(), 1U);
+  EXPECT_THAT(kept->last_cycle.failures[0].message, StartsWith("zant-velmora: is not installed, "));
+}
+
+TEST_F(CommandsTest, OnceTakesAnEmptyArchitectureForNoPackage) {
+  host_.system->on("dpkg-query -f='${Architecture}' -W zant-velmora", 0, "");
+
+  EXPECT_THROW(carry_out("once"), std::runtime_error);
+  EXPECT_THAT(files_in_etc(), IsEmpty());
+}
+
+TEST_F(CommandsTest, PurgeNeedsNoPackage) {
+  carry_out("once");
+  host_.system->on("dpkg-query -f='${Architecture}' -W zant-velmora", 1);
+
+  EXPECT_EQ(carry_out("purge"), 0);
+  EXPECT_THAT(files_in_etc(), IsEmpty());
+}
+
+// --- hold --------------------------------------------------------------------
+
+TEST_F(CommandsTest, HoldBesideARunningServiceSaysThatItWillBeReleased) {
+  host_.services.filesystem->create_directories(host_.state_directory());
+  const velmora_host::Instance_Lock lock(host_.state_directory() / "lock");
+
+  EXPECT_EQ(carry_out("hold"), 0);
+
+  EXPECT_THAT(host_.log.messages(4),
+              ElementsAre("package-minder is running (process " + std::to_string(::getpid()) +
+                          ") and releases this hold in its next cycle; to keep the hold, stop it first: "
+                          "\"systemctl stop package-minder\""));
+}
+
+TEST_F(CommandsTest, HoldWithoutAServiceWarnsOfNothing) {
+  EXPECT_EQ(carry_out("hold"), 0);
+
+  EXPECT_THAT(host_.log.messages(4), IsEmpty());
+}
 
 // --- once --------------------------------------------------------------------
 

@@ -1,6 +1,8 @@
 #include <zant/velmora_host/families/apt/apt_family.hpp>
 
 #include <zant/velmora_host/families/apt/repository_pin.hpp>
+#include <zant/velmora_host/families/apt/apt_weaknesses.hpp>
+#include <zant/velmora_host/families/apt/displaced_settings.hpp>
 #include <zant/velmora_host/families/apt/source_lists.hpp>
 #include <zant/velmora_host/families/keyring_check.hpp>
 #include <zant/velmora_host/families/linux_package_factory.hpp>
@@ -17,7 +19,9 @@
 #include <boost/algorithm/string/predicate.hpp>
 #include <boost/algorithm/string/trim.hpp>
 
+#include <chrono>
 #include <sstream>
+#include <tuple>
 
 namespace zant::velmora_host {
 namespace {
@@ -28,6 +32,7 @@ namespace APT_Constants = velmora::APT_Constants;
 namespace Upgrade_Timer_Constants = velmora::Upgrade_Timer_Constants;
 
 constexpr const char* FOLDER = "apt";
+constexpr const char* CONFIGURATION_QUERY = "apt-config dump";
 
 path keyring_in_tree() {
   return path("keyrings") / APT_Constants::APT_REPO_KEYRING_FILE;
@@ -53,6 +58,12 @@ const std::map<std::string, Command_Traits>& command_table() {
       {APT_Constants::RELOAD_TIMER, {Command_Kind::RELOADS_TIMER}},
   };
   return table;
+}
+
+// As the origins of its repositories name it.
+std::string distribution_of(velmora::Filesystem& filesystem) {
+  const std::string os_release = filesystem.read_file("/etc/os-release", velmora::Read_Flag::WHOLE_TEXT);
+  return boost::algorithm::icontains(os_release, "ubuntu") ? "Ubuntu" : "Debian";
 }
 
 // "  Installed: 1.0" and the like; "(none)" stands for nothing.
@@ -243,7 +254,68 @@ Hold_State APT_Family::hold_state_of(const velmora::Command_Result& answer,
 std::optional<std::vector<Signing_Key>> APT_Family::read_keys(const Host_Services& services,
                                                               const path& staging_tree) const {
   const path keyring = staging_tree / keyring_in_tree();
-  return services.filesystem->exists(keyring) ? read_keyring(*services.system, keyring) : std::nullopt;
+  return services.filesystem->exists(keyring) ? read_keyring(*services.filesystem, keyring) : std::nullopt;
+}
+
+// The library asks for the package's architecture when it makes the source list, and takes no answer for an
+// empty one: APT refuses to work with "[arch=]".
+std::optional<Finding> APT_Family::find_cycle_obstacle(const Host_Services& services) const {
+  const auto architecture =
+      services.system->run_command(APT_Constants::ARCHITECTURE_QUERY, velmora::Run_Flag::WAIT_AND_CAPTURE);
+  if (architecture.exit_code == 0 && !boost::algorithm::trim_copy(architecture.output).empty()) {
+    return std::nullopt;
+  }
+  return Finding{PACKAGE_NAME, "is not installed, and the repository's source list needs its architecture",
+                 "install the package first, from the file that the vendor ships", "package.not_installed"};
+}
+
+Findings APT_Family::find_weaknesses(const Settings& settings, const Host_Services& services,
+                                     velmora::Init init) const {
+  const velmora::APT_Repo_Config repo(services.system, settings.configuration(), settings.staging_directory(),
+                                      init);
+  const auto& [url, channel] = std::tie(repo.source_list.url, repo.source_list.channel);
+  const auto dump = services.system->run_command(CONFIGURATION_QUERY, velmora::Run_Flag::WAIT_AND_CAPTURE);
+  Findings findings = find_weak_apt_configuration(dump.output, url);
+  const path list = APT_Constants::SOURCE_LIST_PATH;
+  if (services.filesystem->exists(list)) {
+    append(findings, find_weak_list_options(
+                         list, services.filesystem->read_file(list, velmora::Read_Flag::WHOLE_TEXT)));
+    append(findings, find_apt_refresh_faults(services, url, channel, APT_Constants::REPO_KEYRING_PATH,
+                                             std::chrono::system_clock::now()));
+  }
+  return findings;
+}
+
+std::vector<path> APT_Family::replaced_files() const {
+  std::vector<path> files;
+  for (const auto& name : APT_Constants::UNATTENDED_UPGRADE_SERVICE_FILENAMES) {
+    files.push_back(path(APT_Constants::APT_GLOBAL_CONFIG_DIR) / name);
+  }
+  return files;
+}
+
+std::vector<Displaced_Setting> APT_Family::find_displaced_settings(const path& file,
+                                                                   const std::string& before,
+                                                                   const std::string& after,
+                                                                   velmora::Filesystem& filesystem) const {
+  // With backups the files in place are the library's, and an edit of them is drift.
+  if (filesystem.exists(APT_Constants::APT_CONFIG_BACKUP_DIR)) {
+    return {};
+  }
+  std::vector<std::string> later;
+  for (const char* const extension : {"", ".conf"}) {
+    for (const auto& other : filesystem.list_files(file.parent_path(), extension)) {
+      if (other.filename().string() > file.filename().string()) {
+        later.push_back(filesystem.read_file(other, velmora::Read_Flag::WHOLE_TEXT));
+      }
+    }
+  }
+  std::vector<Displaced_Setting> displaced;
+  for (const auto& [setting, message] :
+       find_displaced_apt_settings(before, after, later, distribution_of(filesystem))) {
+    displaced.push_back({file, setting, message});
+  }
+  return displaced;
 }
 
 // APT reads the keyring that is installed from the staging tree, and the library fetches none.
@@ -255,7 +327,7 @@ void APT_Family::check(const Settings& settings, const Host_Services& services, 
                        Check_Report& report) const {
   const path tree = settings.staging_directory();
   if (services.filesystem->exists(tree / keyring_in_tree())) {
-    check_keyring(*services.system, *services.filesystem, tree / keyring_in_tree(), report);
+    check_keyring(*services.filesystem, tree / keyring_in_tree(), report);
   }
   const velmora::APT_Repo_Config repo(services.system, settings.configuration(), tree, init);
   append(report.findings,

@@ -237,6 +237,25 @@ std::optional<std::vector<std::string>> Choco_Family::trusted_keys(const Host_Se
   return std::nullopt;
 }
 
+std::optional<Finding> Choco_Family::find_cycle_obstacle(const Host_Services& /*services*/) const {
+  return std::nullopt;
+}
+
+Findings Choco_Family::find_weaknesses(const Settings& /*settings*/, const Host_Services& /*services*/,
+                                       velmora::Init /*init*/) const {
+  return {};
+}
+
+std::vector<path> Choco_Family::replaced_files() const {
+  return {};
+}
+
+std::vector<Displaced_Setting> Choco_Family::find_displaced_settings(
+    const path& /*file*/, const std::string& /*before*/, const std::string& /*after*/,
+    velmora::Filesystem& /*filesystem*/) const {
+  return {};
+}
+
 void Choco_Family::check(const Settings& settings, const Host_Services& services, velmora::Init /*init*/,
                          Check_Report& report) const {
   if (const path program = choco_program(settings); !services.filesystem->exists(program)) {

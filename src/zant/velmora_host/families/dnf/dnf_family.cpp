@@ -4,6 +4,7 @@
 #include <zant/velmora_host/families/dnf/included_packages.hpp>
 #include <zant/velmora_host/families/dnf/repository_files.hpp>
 #include <zant/velmora_host/families/linux_package_factory.hpp>
+#include <zant/velmora_host/families/refresh_age.hpp>
 #include <zant/velmora_host/families/staged_template.hpp>
 #include <zant/velmora_host/families/systemd_commands.hpp>
 
@@ -20,6 +21,9 @@
 #include <boost/algorithm/string/trim.hpp>
 
 #include <algorithm>
+#include <array>
+#include <charconv>
+#include <chrono>
 
 namespace zant::velmora_host {
 namespace {
@@ -61,6 +65,15 @@ constexpr const char* DNF_OFFER_QUERY =
 constexpr const char* CONFIG_MANAGER_PRESENCE =
     "dnf config-manager --help &> /dev/null || command -v yum-config-manager > /dev/null";
 constexpr const char* DNF5_QUERY = "dnf --version 2> /dev/null | head -n 1 | grep -q dnf5";
+
+constexpr const char* MAIN_CONFIGURATION = "/etc/dnf/dnf.conf";
+constexpr const char* UPGRADE_SERVICE = "dnf-automatic-install.service";
+// DNF touches the file whenever the repository has said that it has nothing newer.
+constexpr const char* REFRESH_TIME_QUERY =
+    "stat --format=%Y /var/cache/dnf/{}-*/repodata/repomd.xml 2> /dev/null | sort --numeric-sort | tail -n 1";
+// The words of its last run, when that failed.
+constexpr const char* FAILED_UPGRADE_QUERY =
+    "systemctl is-failed --quiet {0} && journalctl --quiet --output=cat --lines=60 --unit={0} 2> /dev/null";
 
 const std::map<std::string, Command_Traits>& command_table() {
   using systemd_commands::noop_check_of_start;
@@ -113,6 +126,38 @@ void check_key_address(const std::string& address, velmora::Filesystem& filesyst
 bool is_excluded_by_file(velmora::Filesystem& filesystem) {
   return excludes_packages(
       filesystem.read_file(DNF_Constants::REPO_FILE_PATH, velmora::Read_Flag::WHOLE_TEXT));
+}
+
+std::optional<Finding> find_old_metadata(velmora::System& system) {
+  const std::string text = output_of(system, fmt::format(REFRESH_TIME_QUERY, DNF_Constants::DNF_REPO_ID));
+  long long seconds = 0;
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), seconds);
+  if (error != std::errc() || end != text.data() + text.size()) {
+    return std::nullopt;
+  }
+  using std::chrono::system_clock;
+  return find_old_refresh(DNF_Constants::DNF_REPO_ID, system_clock::from_time_t(seconds), system_clock::now(),
+                          fmt::format("run \"dnf --refresh --repo {} makecache\" and see what it says",
+                                      DNF_Constants::DNF_REPO_ID));
+}
+
+Findings find_failed_upgrade(velmora::System& system) {
+  const auto answer = system.run_command(fmt::format(FAILED_UPGRADE_QUERY, UPGRADE_SERVICE),
+                                         velmora::Run_Flag::WAIT_AND_CAPTURE);
+  if (answer.exit_code != 0) {
+    return {};
+  }
+  const std::string remedy = fmt::format("see \"journalctl --unit={}\"", UPGRADE_SERVICE);
+  static const std::array<const char*, 3> refusals = {"GPG check FAILED", "is not signed",
+                                                      "is not installed. Failing package is:"};
+  if (std::any_of(refusals.begin(), refusals.end(),
+                  [&answer](const char* words) { return answer.output.find(words) != std::string::npos; })) {
+    return {{UPGRADE_SERVICE,
+             "the last automatic upgrade was refused: a package's signature is missing or of a key "
+             "that rpm does not have",
+             remedy + "; ask the vendor which key signs the packages", "repository.signature_refused"}};
+  }
+  return {{UPGRADE_SERVICE, "the last automatic upgrade failed", remedy, "upgrades.last_run_failed"}};
 }
 
 void check_dnf(velmora::System& system, Check_Report& report) {
@@ -311,6 +356,39 @@ std::optional<std::vector<std::string>> DNF_Family::trusted_keys(const Host_Serv
   std::transform(keys.begin(), keys.end(), keys.begin(), printable);
   std::sort(keys.begin(), keys.end());
   return keys;
+}
+
+std::optional<Finding> DNF_Family::find_cycle_obstacle(const Host_Services& /*services*/) const {
+  return std::nullopt;
+}
+
+Findings DNF_Family::find_weaknesses(const Settings& /*settings*/, const Host_Services& services,
+                                     velmora::Init init) const {
+  const auto text_of = [&services](const path& file) {
+    return services.filesystem->read_file(file, velmora::Read_Flag::WHOLE_TEXT);
+  };
+  const path repository_file = DNF_Constants::REPO_FILE_PATH;
+  if (!services.filesystem->exists(repository_file)) {
+    return {};
+  }
+  Findings findings = find_weak_options(text_of(repository_file), text_of(MAIN_CONFIGURATION));
+  if (const auto old = find_old_metadata(*services.system)) {
+    findings.push_back(*old);
+  }
+  if (init == velmora::Init::systemd) {
+    append(findings, find_failed_upgrade(*services.system));
+  }
+  return findings;
+}
+
+std::vector<path> DNF_Family::replaced_files() const {
+  return {};
+}
+
+std::vector<Displaced_Setting> DNF_Family::find_displaced_settings(
+    const path& /*file*/, const std::string& /*before*/, const std::string& /*after*/,
+    velmora::Filesystem& /*filesystem*/) const {
+  return {};
 }
 
 void DNF_Family::check(const Settings& settings, const Host_Services& services, velmora::Init /*init*/,

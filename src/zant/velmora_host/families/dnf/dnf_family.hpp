@@ -41,6 +41,13 @@ class DNF_Family : public Family {
   std::optional<std::vector<Signing_Key>> read_keys(
       const Host_Services& services, const boost::filesystem::path& staging_tree) const override;
   std::optional<std::vector<std::string>> trusted_keys(const Host_Services& services) const override;
+  std::optional<Finding> find_cycle_obstacle(const Host_Services& services) const override;
+  Findings find_weaknesses(const Settings& settings, const Host_Services& services,
+                           velmora::Init init) const override;
+  std::vector<boost::filesystem::path> replaced_files() const override;
+  std::vector<Displaced_Setting> find_displaced_settings(const boost::filesystem::path& file,
+                                                         const std::string& before, const std::string& after,
+                                                         velmora::Filesystem& filesystem) const override;
   void check(const Settings& settings, const Host_Services& services, velmora::Init init,
              Check_Report& report) const override;
 };

@@ -87,6 +87,15 @@ bool uses_address(const Repository& repository, const std::string& base_url) {
   });
 }
 
+Repository section_of(const std::string& text, const std::string& id) {
+  for (const auto& repository : parse(text)) {
+    if (repository.id == id) {
+      return repository;
+    }
+  }
+  return {};
+}
+
 void find_in_file(const path& file, const std::string& text, const std::string& base_url,
                   Findings& findings) {
   const char* const remedy = "remove it from that file: package-minder registers the repository";
@@ -132,6 +141,40 @@ bool included_packages_are(const std::string& repository_file, const std::vector
     return repository.id != DNF_Constants::DNF_REPO_ID ||
            words_of(repository.option("includepkgs")) == patterns;
   });
+}
+
+Findings find_weak_options(const std::string& repository_file, const std::string& main_configuration) {
+  struct Weak_Option {
+    const char* name;
+    bool is_off_by_default;
+    const char* effect;
+    const char* code;
+  };
+  static const std::array<Weak_Option, 4> weak = {{
+      {"enabled", false, "DNF does not read the repository: no upgrade arrives", "repository.switched_off"},
+      {"gpgcheck", true, "packages are installed without a valid signature", "repository.unsigned_accepted"},
+      {"sslverify", false, "anybody on the network can pose as the server", "repository.server_not_verified"},
+      {"proxy_sslverify", false, "anybody on the network can pose as the proxy",
+       "repository.server_not_verified"},
+  }};
+  const Repository ours = section_of(repository_file, DNF_Constants::DNF_REPO_ID);
+  const Repository main = section_of(main_configuration, "main");
+  Findings findings;
+  for (const auto& option : weak) {
+    const std::string own = ours.option(option.name);
+    const bool is_repositorys_alone = std::string(option.name) == "enabled";
+    const std::string general = is_repositorys_alone ? "" : main.option(option.name);
+    const bool is_general = own.empty() && !general.empty();
+    const std::string value = is_general ? general : own;
+    if (value.empty() ? option.is_off_by_default : is_off(value)) {
+      findings.push_back(
+          {is_general ? "/etc/dnf/dnf.conf" : DNF_Constants::REPO_FILE_PATH,
+           fmt::format("{} {}: {}", option.name, value.empty() ? "is not set" : "is off", option.effect),
+           is_general ? "remove it from that file" : "delete the file: the next cycle writes it again",
+           option.code});
+    }
+  }
+  return findings;
 }
 
 }  // namespace zant::velmora_host

@@ -19,5 +19,11 @@ bool excludes_packages(const std::string& repository_file);
 
 /// Whether the text of our repository file has just these patterns in "includepkgs".
 bool included_packages_are(const std::string& repository_file, const std::vector<std::string>& patterns);
+/// Options in force for our repository that have DNF accept what is not signed or whom it does not know, or
+/// that keep it from reading the repository.
+///
+/// @param repository_file    the text of our repository file.
+/// @param main_configuration the text of DNF's own, which holds where the repository says nothing.
+Findings find_weak_options(const std::string& repository_file, const std::string& main_configuration);
 
 }  // namespace zant::velmora_host

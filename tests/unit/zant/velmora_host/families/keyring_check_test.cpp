@@ -1,11 +1,16 @@
 #include <zant/velmora_host/families/keyring_check.hpp>
 
 #include <support/fake_filesystem.hpp>
+#include <support/host_side/keyring_examples.hpp>
+
+#include <Poco/Base64Encoder.h>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <sstream>
 #include <string>
+#include <vector>
 
 namespace zant::velmora_host {
 namespace {
@@ -14,34 +19,7 @@ using std::chrono::hours;
 using std::chrono::system_clock;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
-
-constexpr const char* LISTING =
-    "pub:-:255:22:0123456789ABCDEF:1700000000:1800000000::-:::scSC:::::ed25519:::0:\n"
-    "fpr:::::::::AAAA0123456789ABCDEF:\n"
-    "uid:-::::1700000000::1234::Quorvane::::::::::0:\n"
-    "sub:e:2048:1:FEDCBA9876543210:1700000000:1710000000:::::e::::::23:\n"
-    "fpr:::::::::BBBBFEDCBA9876543210:\n"
-    "pub:r:1024:17:1111111111111111:1000000000:::-:::scSC::::::23::0:\n"
-    "fpr:::::::::CCCC1111111111111111:\n";
-
-TEST(KeyListing, HoldsTheKeysThatSign) {
-  const auto keys = parse_key_listing(LISTING);
-
-  ASSERT_EQ(keys.size(), 2U);
-  EXPECT_EQ(keys[0].fingerprint, "AAAA0123456789ABCDEF");
-  EXPECT_EQ(keys[0].algorithm, 22);
-  EXPECT_EQ(keys[0].expiry, system_clock::from_time_t(1800000000));
-  EXPECT_FALSE(keys[0].revoked);
-  EXPECT_EQ(keys[1].fingerprint, "CCCC1111111111111111");
-  EXPECT_EQ(keys[1].bits, 1024);
-  EXPECT_TRUE(keys[1].revoked);
-  EXPECT_FALSE(keys[1].expiry);
-}
-
-TEST(KeyListing, OfNonsenseHoldsNothing) {
-  EXPECT_THAT(parse_key_listing(""), IsEmpty());
-  EXPECT_THAT(parse_key_listing("pub\n:::\nfpr:1\n"), IsEmpty());
-}
+using ::testing::UnorderedElementsAre;
 
 class KeyFaults : public ::testing::Test {
  protected:
@@ -93,64 +71,93 @@ TEST_F(KeyFaults, TellAKeyringWithoutKeys) {
   EXPECT_EQ(find_key_faults("/keyring", {}, now_).at(0).code, "keyring.empty");
 }
 
-// gpg is given a directory of a name that nobody knows before, so its line cannot be scripted.
-class Stub_Gpg : public velmora::System {
- public:
-  velmora::Command_Result run_command(const std::string& command, bool /*flag*/) override {
-    if (command == "command -v gpg > /dev/null") {
-      return {"", is_there ? 0 : 1};
-    }
-    return {listing, exit_code};
-  }
-
-  bool is_there = true;
-  int exit_code = 0;
-  std::string listing;
-};
-
 class KeyringCheck : public ::testing::Test {
  protected:
-  KeyringCheck() { files_.add_file("/keyring", "binary"); }
-
-  Check_Report check() {
+  Check_Report check(const std::string& keyring) {
+    files_.add_file("/keyring", keyring);
     Check_Report report;
-    check_keyring(gpg_, files_, "/keyring", report);
+    check_keyring(files_, "/keyring", report);
     return report;
   }
 
-  Stub_Gpg gpg_;
+  std::vector<std::string> codes_of(const std::string& keyring) {
+    std::vector<std::string> codes;
+    for (const auto& finding : check(keyring).findings) {
+      codes.push_back(finding.code);
+    }
+    return codes;
+  }
+
   velmora::test_support::Fake_Filesystem files_;
 };
 
 TEST_F(KeyringCheck, FindsNothingInAGoodKeyring) {
-  gpg_.listing = "pub:-:255:22:01:1700000000:::-:::scSC:::::ed25519:::0:\nfpr:::::::::AA:\n";
-
-  const auto report = check();
-
-  EXPECT_THAT(report.findings, IsEmpty());
-  EXPECT_THAT(report.unchecked, IsEmpty());
+  EXPECT_THAT(codes_of(test_support::GOOD_KEYRING), IsEmpty());
 }
 
-TEST_F(KeyringCheck, FindsAnArmouredKeyringWithoutGpgToo) {
-  files_.add_file("/keyring", "-----BEGIN PGP PUBLIC KEY BLOCK-----\n");
-  gpg_.is_there = false;
+TEST_F(KeyringCheck, ListsEachKeyWithItsNames) {
+  const auto keys = check(test_support::TWO_NAMES_KEYRING).keys;
 
-  EXPECT_EQ(check().findings.at(0).code, "keyring.armoured");
+  ASSERT_EQ(keys.size(), 2U);
+  EXPECT_EQ(keys[0].keyring, "/keyring");
+  EXPECT_EQ(keys[0].fingerprint, "493A5D55D0B8B5A1240F4438FB5AC0D41F84EEC9");
+  EXPECT_EQ(keys[0].primary, keys[0].fingerprint);
+  EXPECT_THAT(keys[0].user_names,
+              UnorderedElementsAre("Two Names <a@velmora.test>", "Other Name <b@velmora.test>"));
+  EXPECT_EQ(keys[0].algorithm, "RSA");
+  EXPECT_EQ(keys[0].bits, 2048);
+  EXPECT_EQ(keys[0].created, "2026-01-01");
+  EXPECT_EQ(keys[0].expires, "2029-01-31");
+  EXPECT_TRUE(keys[0].can_sign);
+  EXPECT_EQ(keys[1].fingerprint, "887ACCB0B702658DF0C8D11DF6ACC50F84F3EBE0");
+  EXPECT_EQ(keys[1].primary, keys[0].fingerprint);
+  EXPECT_EQ(keys[1].algorithm, "ECDH");
+  EXPECT_EQ(keys[1].expires, "2027-01-01");
+  EXPECT_FALSE(keys[1].can_sign);
 }
 
-TEST_F(KeyringCheck, SaysWhatItCouldNotCheckWithoutGpg) {
-  gpg_.is_there = false;
+TEST_F(KeyringCheck, RefusesASigningSubkeyOfAnExpiredPrimaryKeyAsAptDoes) {
+  const auto findings = check(test_support::EXPIRED_PRIMARY).findings;
 
-  const auto report = check();
-
-  EXPECT_THAT(report.findings, IsEmpty());
-  EXPECT_EQ(report.unchecked.at(0).code, "keyring");
+  ASSERT_EQ(findings.size(), 1U);
+  EXPECT_EQ(to_string(findings[0]),
+            "/keyring: the key 6941A55073DED1247CDD6E34659C536AE172B49D expired on 2020-12-31; put the "
+            "keyring with the repository's current keys there");
+  EXPECT_EQ(findings[0].code, "keyring.key_expired");
 }
 
-TEST_F(KeyringCheck, FindsWhatGpgCannotRead) {
-  gpg_.exit_code = 2;
+TEST_F(KeyringCheck, FindsRevokedAndWeakKeys) {
+  EXPECT_THAT(codes_of(test_support::REVOKED_KEYRING), ElementsAre("keyring.key_revoked"));
+  EXPECT_THAT(codes_of(test_support::WEAK_KEYRING), ElementsAre("keyring.weak_key"));
+  EXPECT_THAT(codes_of(test_support::SHA1_KEYRING), ElementsAre("keyring.weak_digest"));
+}
 
-  EXPECT_EQ(check().findings.at(0).code, "keyring.unreadable");
+TEST_F(KeyringCheck, FindsASecretKeyAndSaysSoAlone) {
+  const auto report = check(test_support::SECRET_KEYRING);
+
+  ASSERT_EQ(report.findings.size(), 1U);
+  EXPECT_EQ(to_string(report.findings[0]),
+            "/keyring: holds a secret key: whoever reads this file can sign in the vendor's name; tell the "
+            "vendor, and put a keyring of public keys there, as \"gpg --export\" writes it");
+  EXPECT_EQ(report.findings[0].code, "keyring.secret_key");
+}
+
+TEST_F(KeyringCheck, ReadsAnArmouredKeyringToo) {
+  std::ostringstream armoured;
+  armoured << "-----BEGIN PGP PUBLIC KEY BLOCK-----\nComment: x\n\n";
+  Poco::Base64Encoder encoder(armoured);
+  encoder << test_support::WEAK_KEYRING;
+  encoder.close();
+  armoured << "\n=abcd\n-----END PGP PUBLIC KEY BLOCK-----\n";
+
+  EXPECT_THAT(codes_of(armoured.str()), ElementsAre("keyring.armoured", "keyring.weak_key"));
+}
+
+TEST_F(KeyringCheck, FindsWhatIsNoKeyring) {
+  EXPECT_THAT(codes_of("the keys"), ElementsAre("keyring.unreadable"));
+  EXPECT_THAT(codes_of("\x99"), ElementsAre("keyring.unreadable"));
+  EXPECT_THAT(codes_of(std::string(std::size_t{1} << 21U, '\x99')), ElementsAre("keyring.unreadable"));
+  EXPECT_THAT(codes_of(""), ElementsAre("keyring.empty"));
 }
 
 }  // namespace

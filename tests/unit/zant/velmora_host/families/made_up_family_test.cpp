@@ -159,6 +159,20 @@ class Parcel_Family : public Family {
   std::optional<std::vector<std::string>> trusted_keys(const Host_Services& /*services*/) const override {
     return std::nullopt;
   }
+  std::optional<Finding> find_cycle_obstacle(const Host_Services& /*services*/) const override {
+    return std::nullopt;
+  }
+  Findings find_weaknesses(const Settings& /*settings*/, const Host_Services& /*services*/,
+                           velmora::Init /*init*/) const override {
+    return {{"parcel", "accepts everything", "be choosy", "parcel.weak"}};
+  }
+  std::vector<boost::filesystem::path> replaced_files() const override { return {REPOSITORY_FILE}; }
+  std::vector<Displaced_Setting> find_displaced_settings(const boost::filesystem::path& file,
+                                                         const std::string& before,
+                                                         const std::string& /*after*/,
+                                                         velmora::Filesystem& /*filesystem*/) const override {
+    return {{file, "parcel", "loses " + before}};
+  }
   void check(const Settings& /*settings*/, const Host_Services& /*services*/, velmora::Init /*init*/,
              Check_Report& report) const override {
     report.findings.push_back({"parcel", "is made up", "none", "parcel.made_up"});
@@ -230,6 +244,7 @@ TEST_F(MadeUpFamily, IsPlannedFor) {
 TEST_F(MadeUpFamily, HasItsStatusShown) {
   host_.system->on("systemctl is-active package-minder.service 2> /dev/null", 0, "active\n");
   host_.system->on("systemctl is-active --quiet parcel.timer", 0);
+  host_.system->on("systemctl is-enabled --quiet parcel.timer 2> /dev/null", 0);
   host_.system->on(
       "TZ=UTC systemctl show --property=NextElapseUSecRealtime --value parcel.timer 2> /dev/null", 0,
       "Sat 2026-11-21 03:00:00 UTC\n");
@@ -247,7 +262,8 @@ TEST_F(MadeUpFamily, HasItsStatusShown) {
             "\n"
             "Needs attention:\n"
             "  - The repository is not registered [repository.not_registered]\n"
-            "  - No cycle is recorded on this host [cycle.never_ran]\n");
+            "  - No cycle is recorded on this host [cycle.never_ran]\n"
+            "  - parcel: accepts everything; be choosy [parcel.weak]\n");
 }
 
 TEST_F(MadeUpFamily, IsChecked) {
@@ -262,7 +278,7 @@ TEST_F(MadeUpFamily, IsChecked) {
     codes.push_back(finding.code);
   }
 
-  EXPECT_THAT(codes, ElementsAre("tools.missing", "units.masked", "parcel.made_up"));
+  EXPECT_THAT(codes, ElementsAre("tools.missing", "units.masked", "parcel.made_up", "parcel.weak"));
 }
 
 TEST_F(MadeUpFamily, GivesItsCommandsTheirEnvironment) {

@@ -15,19 +15,20 @@ TEST(CheckReport, WithoutFindingsSaysSo) {
 }
 
 TEST(CheckReport, HasForEachFindingWhatIsRight) {
-  const Check_Report report = {{{"apt-daily.timer", "is masked", "unmask it", "units.masked"}},
-                               {{"keyring", "the keys", "gpg is not installed on this host"}}};
+  const Check_Report report = {
+      {{"apt-daily.timer", "is masked", "unmask it", "units.masked"}},
+      {{"schedule", "the schedule", "systemd-analyze is not installed on this host"}}};
 
   EXPECT_EQ(to_text(report),
             "apt-daily.timer: is masked\n    Remedy: unmask it\n    [units.masked]\n"
-            "Not checked: the keys, because gpg is not installed on this host.\n"
+            "Not checked: the schedule, because systemd-analyze is not installed on this host.\n"
             "1 finding.\n");
   EXPECT_EQ(json_document::Json::parse(to_json_text(report)).at("findings")[0],
             json_document::Json({{"code", "units.masked"},
                                  {"where", "apt-daily.timer"},
                                  {"message", "is masked"},
                                  {"remedy", "unmask it"}}));
-  EXPECT_EQ(json_document::Json::parse(to_json_text(report)).at("unchecked")[0].at("code"), "keyring");
+  EXPECT_EQ(json_document::Json::parse(to_json_text(report)).at("unchecked")[0].at("code"), "schedule");
 }
 
 TEST(CheckReport, ShowsNothingOfOthersThatATerminalObeys) {

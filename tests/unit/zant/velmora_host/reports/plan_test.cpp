@@ -154,5 +154,43 @@ TEST_F(PlanTest, TellsWhyACycleWouldFail) {
             "Failed to install APT repository keyring for zant-velmora");
 }
 
+TEST_F(PlanTest, ListsSettingsThatTheHostsOwnFileLoses) {
+  host_.write("/etc/apt/apt.conf.d/50unattended-upgrades",
+              "Unattended-Upgrade::Package-Blacklist { \"nginx\"; };\n");
+
+  const auto report = plan();
+
+  EXPECT_THAT(to_text(report),
+              HasSubstr("\nSettings of this host that its own files lose while they are replaced:\n"
+                        "  /etc/apt/apt.conf.d/50unattended-upgrades: Unattended-Upgrade::Package-Blacklist "
+                        "\"nginx\" goes out of force\n"));
+  EXPECT_EQ(json_document::Json::parse(to_json_text(report)).at("displaced_settings"),
+            json_document::Json::parse(R"([{
+              "path": "/etc/apt/apt.conf.d/50unattended-upgrades",
+              "setting": "Unattended-Upgrade::Package-Blacklist",
+              "message": "Unattended-Upgrade::Package-Blacklist \"nginx\" goes out of force"}])"));
+}
+
+TEST_F(PlanTest, ListsNoSettingsOfAFileThatACycleHasInstalled) {
+  host_.set_up();
+  host_.services.filesystem->create_directories("/etc/apt/apt.conf.d/.zant-backups");
+  host_.write("/etc/apt/apt.conf.d/75lowerspeed", "Acquire::http::Dl-Limit \"9\";\n");
+
+  EXPECT_TRUE(plan().displaced_settings.empty());
+}
+
+TEST_F(PlanTest, OfACycleWithoutThePackageFailsBeforeAnything) {
+  host_.system->on("dpkg-query -f='${Architecture}' -W zant-velmora", 1);
+
+  const auto report = plan();
+
+  EXPECT_EQ(report.outcome(), Plan::Outcome::FAILS);
+  EXPECT_THAT(paths(report), IsEmpty());
+  EXPECT_THAT(
+      to_text(report),
+      HasSubstr("zant-velmora: is not installed, and the repository's source list needs its architecture; "
+                "install the package first, from the file that the vendor ships\n"));
+}
+
 }  // namespace
 }  // namespace zant::velmora_host

@@ -1,11 +1,14 @@
 #include <zant/velmora_host/reports/check.hpp>
 
+#include <zant/velmora_host/base/json_document.hpp>
+
 #include <support/host_side/debian_host.hpp>
 #include <support/host_side/el_host.hpp>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <boost/filesystem/operations.hpp>
+#include <nlohmann/json.hpp>
 
 #include <string>
 #include <vector>
@@ -14,6 +17,8 @@ namespace zant::velmora_host {
 namespace {
 
 using ::testing::ElementsAre;
+using ::testing::EndsWith;
+using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 
 template <typename Host>
@@ -34,6 +39,12 @@ class Whole_Check : public ::testing::Test {
     return texts;
   }
 
+  std::string text_without_keys() {
+    auto report = check();
+    report.keys.clear();
+    return to_text(report);
+  }
+
   void remove_from_tree(const std::string& name) {
     boost::filesystem::remove_all(host_.installed_tree() / name);
   }
@@ -48,8 +59,12 @@ class Whole_Check : public ::testing::Test {
 using WholeCheckOfDebian = Whole_Check<test_support::Debian_Host>;
 using WholeCheckOfEl = Whole_Check<test_support::El_Host>;
 
-TEST_F(WholeCheckOfDebian, FindsNothingOnAHostThatIsInOrder) {
-  EXPECT_EQ(to_text(check()), "Nothing found that needs to be put right.\n");
+TEST_F(WholeCheckOfDebian, FindsNothingOnAHostThatIsInOrderAndListsTheKeys) {
+  EXPECT_EQ(to_text(check()),
+            "Trusted key 4A3B843A1F3D4F09D7A06659C4A1C7AE6D372198 (EdDSA 255, created 2026-01-01, never "
+            "expires)\n"
+            "    Good Key <good@velmora.test>\n"
+            "Nothing found that needs to be put right.\n");
 }
 
 TEST_F(WholeCheckOfEl, FindsNothingOnAHostThatIsInOrderAndSaysWhatARemoteKeyMeans) {
@@ -97,10 +112,9 @@ TEST_F(WholeCheckOfEl, LooksForNoKeyring) {
 }
 
 TEST_F(WholeCheckOfDebian, LooksAtTheKeys) {
-  host_.list_keys("pub:r:1024:17:01:1000000000:::-:::scSC:::::::0:\nfpr:::::::::AA:\n");
+  host_.put_keyring(test_support::WEAK_KEYRING);
 
-  EXPECT_THAT(findings(), ElementsAre("keyring.key_revoked /keyrings/zant-velmora.gpg",
-                                      "keyring.weak_key /keyrings/zant-velmora.gpg"));
+  EXPECT_THAT(findings(), ElementsAre("keyring.weak_key /keyrings/zant-velmora.gpg"));
 }
 
 TEST_F(WholeCheckOfDebian, LooksAtToolsDirectoriesUnitsAndSchedule) {
@@ -163,7 +177,7 @@ TEST_F(WholeCheckOfDebian, SaysWhatIsWrongAndWhatToDo) {
   host_.system->on("systemd-analyze calendar 'Mon 27:00' &> /dev/null", 1);
   host_.system->on("systemd-analyze timespan 'a while' &> /dev/null", 1);
 
-  EXPECT_EQ(to_text(check()),
+  EXPECT_EQ(text_without_keys(),
             "service: this command is missing\n"
             "    Remedy: install the package init-system-helpers\n"
             "    [tools.missing]\n"
@@ -192,17 +206,99 @@ TEST_F(WholeCheckOfDebian, SaysWhatIsWrongAndWhatToDo) {
 TEST_F(WholeCheckOfDebian, SaysWhatItCouldNotLookAt) {
   host_.set("package.apt.upgrade_timer.on_calendar", "daily");
   host_.system->on("command -v systemd-analyze > /dev/null", 1);
-  host_.list_keys("", 127);
-  host_.system->on("command -v gpg > /dev/null", 1);
 
-  EXPECT_EQ(to_text(check()),
-            "Not checked: the calendar and delay of automatic upgrades, because systemd-analyze is not "
-            "installed on this host.\n"
-            "Not checked: the keys in " +
-                (host_.installed_tree() / "keyrings/zant-velmora.gpg").string() +
-                " (age, "
-                "strength), because gpg is not installed on this host.\n"
-                "Nothing found that needs to be put right.\n");
+  EXPECT_THAT(
+      to_text(check()),
+      EndsWith("Not checked: the calendar and delay of automatic upgrades, because systemd-analyze is "
+               "not installed on this host.\n"
+               "Nothing found that needs to be put right.\n"));
+}
+
+TEST_F(WholeCheckOfDebian, ListsTheKeysForProgramsToo) {
+  const auto keys = json_document::Json::parse(to_json_text(check())).at("keys");
+
+  EXPECT_EQ(keys, json_document::Json::parse(R"([{
+              "keyring": ")" + (host_.installed_tree() / "keyrings/zant-velmora.gpg").string() +
+                                             R"(",
+              "fingerprint": "4A3B843A1F3D4F09D7A06659C4A1C7AE6D372198",
+              "primary": "4A3B843A1F3D4F09D7A06659C4A1C7AE6D372198",
+              "user_names": ["Good Key <good@velmora.test>"],
+              "algorithm": "EdDSA", "bits": 255, "created": "2026-01-01", "expires": null,
+              "revoked": false, "can_sign": true}])"));
+}
+
+TEST_F(WholeCheckOfDebian, MakesUserNamesHarmlessForATerminal) {
+  std::string keyring = test_support::GOOD_KEYRING;
+  keyring.replace(keyring.find("Good Key"), 4, "\x1b[2J");
+  host_.put_keyring(keyring);
+
+  EXPECT_THAT(to_text(check()), HasSubstr("    \\x1b[2J Key <good@velmora.test>\n"));
+}
+
+TEST_F(WholeCheckOfDebian, FindsAPackageThatMustBeInstalledFirst) {
+  host_.system->on("dpkg-query -f='${Architecture}' -W zant-velmora", 1);
+
+  EXPECT_EQ(text_without_keys(),
+            "zant-velmora: is not installed, and the repository's source list needs its architecture\n"
+            "    Remedy: install the package first, from the file that the vendor ships\n"
+            "    [package.not_installed]\n"
+            "1 finding.\n");
+}
+
+TEST_F(WholeCheckOfDebian, FindsATimerThatIsNotEnabled) {
+  host_.system->on("systemctl is-enabled apt-daily.timer 2> /dev/null", 1, "disabled\n");
+  host_.system->on("systemctl is-enabled unattended-upgrades.service 2> /dev/null", 1, "disabled\n");
+
+  EXPECT_EQ(
+      text_without_keys(),
+      "apt-daily.timer: is not enabled: after a start of the host it does not run, or only when a cycle "
+      "of package-minder's has started it\n"
+      "    Remedy: \"systemctl enable apt-daily.timer\"\n"
+      "    [units.not_enabled]\n"
+      "1 finding.\n");
+}
+
+TEST_F(WholeCheckOfDebian, FindsSettingsThatAFirstCycleWouldDisplace) {
+  host_.write("/etc/apt/apt.conf.d/50unattended-upgrades",
+              "Unattended-Upgrade::Package-Blacklist { \"nginx\"; };\n"
+              "Unattended-Upgrade::Mail \"root\";\n");
+  host_.write("/etc/apt/apt.conf.d/52local", "Unattended-Upgrade::Mail \"root\";\n");
+
+  EXPECT_EQ(text_without_keys(),
+            "/etc/apt/apt.conf.d/50unattended-upgrades: Unattended-Upgrade::Package-Blacklist \"nginx\" goes "
+            "out of force while package-minder's file is in its place\n"
+            "    Remedy: to keep it, say it in a file of yours that sorts later, such as "
+            "/etc/apt/apt.conf.d/52local\n"
+            "    [upgrades.setting_displaced]\n"
+            "1 finding.\n");
+}
+
+TEST_F(WholeCheckOfDebian, FindsADisplacedSettingNowhereWithUpgradesSwitchedOffOrAKeyringMissing) {
+  host_.write("/etc/apt/apt.conf.d/50unattended-upgrades", "Unattended-Upgrade::Mail \"root\";\n");
+  host_.set("minder.automatic_upgrades", "false");
+  EXPECT_THAT(findings(), IsEmpty());
+
+  host_.set("minder.automatic_upgrades", "true");
+  remove_from_tree("keyrings/zant-velmora.gpg");
+  EXPECT_THAT(findings(), ElementsAre("keyring.missing /keyrings/zant-velmora.gpg"));
+}
+
+TEST_F(WholeCheckOfDebian, FindsWhatWeakensTheHost) {
+  host_.write("/etc/apt/sources.list.d/zant-velmora.list",
+              "deb [arch=amd64 trusted=yes] https://repo.velmora.example/ systemd-production main\n");
+  host_.system->on("apt-config dump", 0, "Acquire::https::Verify-Peer \"false\";\n");
+
+  EXPECT_THAT(findings(),
+              ElementsAre("repository.server_not_verified APT's configuration",
+                          "repository.unsigned_accepted /etc/apt/sources.list.d/zant-velmora.list"));
+}
+
+TEST_F(WholeCheckOfEl, FindsWhatWeakensTheHost) {
+  host_.write("/etc/yum.repos.d/quorvane.repo", "[quorvane]\nenabled=0\ngpgcheck=no\nsslverify=False\n");
+
+  EXPECT_THAT(findings(), ElementsAre("repository.switched_off /etc/yum.repos.d/quorvane.repo",
+                                      "repository.unsigned_accepted /etc/yum.repos.d/quorvane.repo",
+                                      "repository.server_not_verified /etc/yum.repos.d/quorvane.repo"));
 }
 
 }  // namespace

@@ -123,6 +123,7 @@ TEST_F(WholePlan, OfANewHostPrintsWhatTheCycleWouldDo) {
             "\"\n"
             "    }\n"
             "  ],\n"
+            "  \"displaced_settings\": [],\n"
             "  \"removes_own_files\": false\n"
             "}\n");
 }

@@ -1,5 +1,6 @@
 #include <zant/velmora_host/observation/cycle_store.hpp>
 #include <zant/velmora_host/reports/status.hpp>
+#include <zant/velmora_host/staging/instance_lock.hpp>
 
 #include <support/host_side/debian_host.hpp>
 #include <support/host_side/el_host.hpp>
@@ -14,6 +15,7 @@ namespace zant::velmora_host {
 namespace {
 
 using ::testing::ElementsAre;
+using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 
 template <typename Host>
@@ -136,7 +138,85 @@ TEST_F(WholeStatusOfDebian, WithoutSystemdAsksForNoUnits) {
             "Timer               none: systemd does not start upgrades on this host\n"
             "Last cycle          2027-01-15T08:00:00Z by \"run\", 0.3 s, succeeded\n"
             "\n"
-            "Nothing needs attention.\n");
+            "Needs attention:\n"
+            "  - This host has no systemd, so no service of package-minder's runs here: have cron run "
+            "\"package-minder once\", for example every hour [service.no_systemd]\n");
+}
+
+TEST_F(WholeStatusOfDebian, WithoutSystemdSaysNothingOfAnotherProgramsServiceOrOfOneThatRuns) {
+  host_.write("/proc/1/comm", "init\n");
+  host_.write("/etc/apt/sources.list.d/zant-velmora.list",
+              "deb [arch=amd64] http://repo.velmora.example/velmora-apt-repo/ sysvinit-production main\n");
+
+  EXPECT_THAT(make_status(host_.settings(), host_.services, "velmora-server").reasons, IsEmpty());
+
+  const Instance_Lock lock(host_.state_directory() / "lock");
+  EXPECT_THAT(reasons(), IsEmpty());
+}
+
+TEST_F(WholeStatusOfDebian, NamesATimerThatIsNotEnabled) {
+  host_.system->on("systemctl is-enabled --quiet apt-daily-upgrade.timer 2> /dev/null", 1);
+
+  const auto seen = status();
+
+  ASSERT_EQ(seen.reasons.size(), 1U);
+  EXPECT_EQ(seen.reasons[0].code, "timer.not_enabled");
+  EXPECT_EQ(
+      seen.reasons[0].message,
+      "apt-daily-upgrade.timer runs, but is not enabled: after a start of the host only a cycle starts it; "
+      "run \"systemctl enable apt-daily-upgrade.timer\"");
+  EXPECT_THAT(to_json_text(seen), HasSubstr("\"running\": true,\n    \"enabled\": false,\n"));
+}
+
+TEST_F(WholeStatusOfDebian, NamesWhatWeakensTheHost) {
+  host_.system->on("apt-config dump", 0, "Acquire::AllowInsecureRepositories \"1\";\n");
+
+  const auto seen = status();
+
+  ASSERT_EQ(seen.reasons.size(), 1U);
+  EXPECT_EQ(seen.reasons[0].code, "repository.unsigned_accepted");
+  EXPECT_EQ(seen.reasons[0].message,
+            "APT's configuration: Acquire::AllowInsecureRepositories is \"1\": repositories without a valid "
+            "signature are accepted; remove it from /etc/apt/apt.conf and the files in /etc/apt/apt.conf.d");
+}
+
+TEST_F(WholeStatusOfDebian, TellsThatACycleNeedsThePackageFirst) {
+  host_.system->on("dpkg-query -f='${Architecture}' -W zant-velmora", 1);
+  host_.system->on("apt-cache policy zant-velmora", 0, "");
+
+  EXPECT_THAT(reasons(), ElementsAre("package.not_installed", "hold.unknown", "cycle.would_fail"));
+}
+
+TEST_F(WholeStatusOfEl, NamesWhatWeakensTheHostAndFailedUpgrades) {
+  host_.write("/etc/yum.repos.d/quorvane.repo",
+              host_.read("/etc/yum.repos.d/quorvane.repo") + "sslverify=0\n");
+  host_.answer_about_upgrades(0, "Error: GPG check FAILED\n", "1700000000\n");
+
+  const auto seen = status();
+
+  ASSERT_THAT(reasons(), ElementsAre("repository.server_not_verified", "repository.not_refreshed",
+                                     "repository.signature_refused"));
+  EXPECT_EQ(seen.reasons[1].message,
+            "quorvane: the repository was last refreshed 2023-11-14T22:13:20Z, more than 3 days ago: newer "
+            "versions "
+            "do not arrive; run \"dnf --refresh --repo quorvane makecache\" and see what it says");
+  EXPECT_EQ(
+      seen.reasons[2].message,
+      "dnf-automatic-install.service: the last automatic upgrade was refused: a package's signature is "
+      "missing or of a key that rpm does not have; see \"journalctl --unit=dnf-automatic-install.service\"; "
+      "ask the vendor which key signs the packages");
+}
+
+TEST_F(WholeStatusOfEl, NamesUpgradesThatFailedForAnotherReason) {
+  host_.answer_about_upgrades(0, "Error: no space\n", "");
+
+  const auto seen = status();
+
+  ASSERT_EQ(seen.reasons.size(), 1U);
+  EXPECT_EQ(seen.reasons[0].code, "upgrades.last_run_failed");
+  EXPECT_EQ(seen.reasons[0].message,
+            "dnf-automatic-install.service: the last automatic upgrade failed; see \"journalctl "
+            "--unit=dnf-automatic-install.service\"");
 }
 
 // Everything that can be wrong at once.
@@ -237,6 +317,7 @@ TEST_F(WholeStatusOfDebian, PrintsAllThatNeedsAttention) {
             "  \"timer\": {\n"
             "    \"unit\": \"apt-daily-upgrade.timer\",\n"
             "    \"running\": false,\n"
+            "    \"enabled\": true,\n"
             "    \"next_run\": \"2026-11-21T03:00:00Z\"\n"
             "  },\n"
             "  \"last_cycle\": {\n"

@@ -124,7 +124,7 @@ TEST_F(AptFamily, FindsTheRepositoryRegisteredWhenListAndKeyringAreThere) {
 
 TEST_F(AptFamily, ChecksTheKeyringAndOtherSourceLists) {
   host_.pass_checks();
-  host_.list_keys("");
+  host_.put_keyring("");
   host_.write("/etc/apt/sources.list.d/other.list",
               "deb https://repo.velmora.example/velmora-apt-repo/ systemd-production main\n");
   Check_Report report;

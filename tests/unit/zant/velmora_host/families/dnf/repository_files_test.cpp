@@ -74,5 +74,48 @@ TEST(ExcludedPackages, AreThoseOfOurRepositoryAlone) {
   EXPECT_FALSE(excludes_packages(""));
 }
 
+std::vector<std::string> weak_options(const std::string& repository, const std::string& main = "") {
+  std::vector<std::string> lines;
+  for (const auto& finding : find_weak_options(repository, main)) {
+    lines.push_back(finding.code + " " + to_string(finding));
+  }
+  return lines;
+}
+
+TEST(WeakOptions, AreNoneInOurOwnFile) {
+  EXPECT_THAT(weak_options("[quorvane]\nenabled=1\ngpgcheck=1\nrepo_gpgcheck=0\n"), ::testing::IsEmpty());
+}
+
+TEST(WeakOptions, OfOurFileAreNamed) {
+  EXPECT_THAT(
+      weak_options("[quorvane]\nenabled = 0\ngpgcheck=no\nsslverify=False\nproxy_sslverify=off\n"),
+      ::testing::ElementsAre(
+          "repository.switched_off /etc/yum.repos.d/quorvane.repo: enabled is off: DNF does not read the "
+          "repository: no upgrade arrives; delete the file: the next cycle writes it again",
+          "repository.unsigned_accepted /etc/yum.repos.d/quorvane.repo: gpgcheck is off: packages are "
+          "installed without a valid signature; delete the file: the next cycle writes it again",
+          "repository.server_not_verified /etc/yum.repos.d/quorvane.repo: sslverify is off: anybody on "
+          "the network can pose as the server; delete the file: the next cycle writes it again",
+          "repository.server_not_verified /etc/yum.repos.d/quorvane.repo: proxy_sslverify is off: "
+          "anybody on the network can pose as the proxy; delete the file: the next cycle writes it "
+          "again"));
+}
+
+TEST(WeakOptions, OfDnfsOwnConfigurationHoldWhereOurFileSaysNothing) {
+  EXPECT_THAT(
+      weak_options("[quorvane]\ngpgcheck=1\n", "[main]\ngpgcheck=0\nsslverify=0\nenabled=0\n"),
+      ::testing::ElementsAre("repository.server_not_verified /etc/dnf/dnf.conf: sslverify is off: anybody "
+                             "on the network can pose as the server; remove it from that file"));
+  EXPECT_THAT(weak_options("[quorvane]\n", "[main]\ngpgcheck=1\n"), ::testing::IsEmpty());
+}
+
+TEST(WeakOptions, AreThereByDnfsDefaultWhenNothingIsSaid) {
+  EXPECT_THAT(
+      weak_options("[quorvane]\n"),
+      ::testing::ElementsAre("repository.unsigned_accepted /etc/yum.repos.d/quorvane.repo: gpgcheck is not "
+                             "set: packages are installed without a valid signature; delete the file: "
+                             "the next cycle writes it again"));
+}
+
 }  // namespace
 }  // namespace zant::velmora_host
