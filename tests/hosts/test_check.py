@@ -4,8 +4,24 @@ import documents
 import pytest
 from disposable_hosts.apt import site as apt
 from disposable_hosts.package_minder import STAGING
+from disposable_hosts.signing_key import SigningKey
 
 FINDINGS = 1
+
+
+class KeyOfLongAgo(SigningKey):
+    """A primary key that certifies and has expired, with a signing subkey that never does."""
+
+    def __init__(self, home):
+        self.home = home
+        self.home.mkdir(mode=0o700)
+        self.owner = "Key of long ago <old@velmora.test>"
+        long_ago = ("--faked-system-time", "20200101T000000!")
+        self._gpg(*long_ago, "--quick-generate-key", self.owner, "ed25519", "cert", "1y")
+        listing = self._gpg("--list-keys", "--with-colons", self.owner).decode()
+        fingerprint = next(line.split(":")[9] for line in listing.splitlines() if line.startswith("fpr"))
+        self._gpg(*long_ago, "--quick-add-key", fingerprint, "ed25519", "sign", "never")
+
 
 pytestmark = pytest.mark.xdist_group("check")
 
@@ -31,14 +47,6 @@ def test_a_good_host_has_no_findings(site):
     assert findings(site) == []
     page = site.minder.run("check")
     assert "Nothing found that needs to be put right." in page.output
-
-
-def test_without_gpg_the_keys_are_said_to_be_unchecked(site):
-    if site.host.succeeds("command -v gpg"):
-        pytest.skip("this host has gpg")
-    seen = documents.parse(site.minder.run("check --json").output)
-
-    assert [unchecked["code"] for unchecked in seen["unchecked"]] == ["keyring"]
 
 
 @pytest.mark.parametrize(
@@ -102,3 +110,35 @@ def test_a_schedule_without_systemd_is_found(open_site):
     site = open_site("bookworm-sysvinit")
 
     assert "schedule.no_systemd" in findings(site, f"--set {apt.DELAY_KEY}=1h")
+
+
+def test_the_keys_are_listed_with_their_names_and_without_gpg(site):
+    site.host.run("test ! -e /usr/bin/gpg || mv /usr/bin/gpg /root/gpg")
+    try:
+        seen = documents.parse(site.minder.run("check --json").output)
+        page = site.minder.run("check").output
+    finally:
+        site.host.run("test ! -e /root/gpg || mv /root/gpg /usr/bin/gpg")
+
+    assert [key["user_names"] for key in seen["keys"]] == [["Quorvane test repository <repository@velmora.test>"]]
+    assert f"Trusted key {seen['keys'][0]['fingerprint']} (EdDSA 255, created " in page
+    assert seen["unchecked"] == []
+
+
+def test_a_temporary_directory_with_a_quote_in_its_name_runs_nothing(site):
+    site.host.run("mkdir -p /tmp/fake && printf '#!/bin/sh\\nexit 0\\n' > /tmp/fake/gpg && chmod +x /tmp/fake/gpg")
+    site.host.run("""mkdir -p "/tmp/q';touch pwned;'" """)
+
+    site.host.run("""cd / && TMPDIR="/tmp/q';touch pwned;'" PATH=/tmp/fake:$PATH package-minder check""", check=False)
+
+    assert not site.host.succeeds("ls -d /pwned* /root/pwned* /tmp/pwned* 2> /dev/null | grep .")
+    site.host.run("rm -r /tmp/fake /tmp/q*")
+
+
+def test_a_subkey_of_an_expired_primary_key_is_refused_as_apt_refuses_it(site, tmp_path):
+    saved = site.host.output_of(f"base64 -w0 {STAGING}/keyrings/zant-velmora.gpg")
+    with KeyOfLongAgo(tmp_path / "old") as old:
+        site.host.write(f"{STAGING}/keyrings/zant-velmora.gpg", old.public_key())
+
+    assert findings(site) == ["keyring.key_expired"]
+    site.host.run(f"echo {saved} | base64 -d > {STAGING}/keyrings/zant-velmora.gpg")
