@@ -34,12 +34,12 @@ TEST(CheckReport, HasForEachFindingWhatIsRight) {
 TEST(CheckReport, ShowsNothingOfOthersThatATerminalObeys) {
   const Check_Report report = {
       {{"/srv/a\x1b[2J\nb", "holds \u202egnp", "remove \xff\u009b", "staging.foreign_file"}},
-      {{"keyring", "the keys\n", "gpg\x07"}}};
+      {{"schedule", "the calendar\n", "systemd\x07"}}};
 
   EXPECT_EQ(
       to_text(report),
       "/srv/a\\x1b[2J\\nb: holds \\u202egnp\n    Remedy: remove \\xff\\u009b\n    [staging.foreign_file]\n"
-      "Not checked: the keys\\n, because gpg\\x07.\n"
+      "Not checked: the calendar\\n, because systemd\\x07.\n"
       "1 finding.\n");
   const std::string json = to_json_text(report);
   EXPECT_EQ(json.find_first_of("\x1b\x07\x7f"), std::string::npos);
