@@ -339,8 +339,8 @@ TEST_F(Flow, APlanNamesTheChangesOfTheNextCycleAndMakesNone) {
   const velmora::Command_Result result = host.run("plan");
 
   EXPECT_EQ(result.exit_code, 2);
-  EXPECT_THAT(result.output,
-              AllOf(HasSubstr("source add -n zant-velmora -s " + LOCATION), HasSubstr("schtasks.exe /CREATE")));
+  EXPECT_THAT(result.output, AllOf(HasSubstr("source add -n zant-velmora -s " + LOCATION),
+                                   HasSubstr("schtasks.exe /CREATE")));
   EXPECT_THAT(host.choco_keeps("sources.txt"), IsEmpty());
   EXPECT_THAT(host.choco_keeps("packages.txt"), IsEmpty());
   EXPECT_THAT(host.schtasks_keeps("tasks.txt"), IsEmpty());
@@ -363,12 +363,12 @@ TEST_F(Flow, StatusTellsWhatTheLastCycleDid) {
   const velmora::Command_Result result = host.run("status");
 
   EXPECT_EQ(result.exit_code, 0);
-  EXPECT_THAT(result.output, AllOf(HasSubstr("package manager Chocolatey"),
-                                   HasSubstr("Package             zant-velmora " MINDER_VERSION " installed"),
-                                   HasSubstr("Repository          registered, in step"),
-                                   HasSubstr("Hold                not held"),
-                                   HasSubstr("Automatic upgrades  on, in step"), HasSubstr("by \"once\""),
-                                   HasSubstr("succeeded"), Not(HasSubstr("Needs attention"))));
+  EXPECT_THAT(result.output,
+              AllOf(HasSubstr("package manager Chocolatey"),
+                    HasSubstr("Package             zant-velmora " MINDER_VERSION " installed"),
+                    HasSubstr("Repository          registered, in step"),
+                    HasSubstr("Hold                not held"), HasSubstr("Automatic upgrades  on, in step"),
+                    HasSubstr("by \"once\""), HasSubstr("succeeded"), Not(HasSubstr("Needs attention"))));
 }
 
 TEST_F(Flow, StatusMissesATaskThatSomebodyDeleted) {

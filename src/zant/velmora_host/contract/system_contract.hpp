@@ -142,7 +142,8 @@ TYPED_TEST_P(BashContract, AChainOfCommandsEndsWithTheFirstThatFails) {
 }
 
 REGISTER_TYPED_TEST_SUITE_P(BashContract, UnderstandsTheSyntaxOfTheLibrary,
-                            AChainOfCommandsEndsWithTheFirstThatFails, APipelineHasTheExitStatusOfItsLastCommand, QuotesReachTheShellUnchanged,
+                            AChainOfCommandsEndsWithTheFirstThatFails,
+                            APipelineHasTheExitStatusOfItsLastCommand, QuotesReachTheShellUnchanged,
                             ErrorTextIsNotPartOfTheOutput, LongOutputIsReturnedWhole,
                             ACommandThatReadsItsInputFindsItsEnd, MessagesAreNotTranslated);
 

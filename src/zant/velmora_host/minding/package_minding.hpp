@@ -28,8 +28,9 @@ class PACKAGE_MINDER_HOST_EXPORT Package_Minding {
   /// @param services those of `make_host_services`, or others that pass the contract suites.
   /// @throws Refusal when the host has no supported package manager, another process works in the state
   ///         directory, or the settings, the staging tree or the state directory are not usable; an error of
-  ///         libpackage_minder when it cannot work on this host; std::runtime_error when what a cycle needs is
-  ///         not there yet, such as the package on an APT host. The last two are recorded as a failed cycle.
+  ///         libpackage_minder when it cannot work on this host; std::runtime_error when what a cycle needs
+  ///         is not there yet, such as the package on an APT host. The last two are recorded as a failed
+  ///         cycle.
   Package_Minding(const std::string& name, const Settings& settings, const Host_Services& services);
 
   /// Stops the background cycles; returns after the cycle under way.

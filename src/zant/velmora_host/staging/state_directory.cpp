@@ -13,7 +13,6 @@
 #include <algorithm>
 #include <cctype>
 #include <fstream>
-#include <iterator>
 #include <optional>
 #include <set>
 #include <string>
@@ -81,7 +80,8 @@ bool is_lock_of_ours(const path& file) {
     return false;
   }
   std::ifstream stream(file.c_str(), std::ios::binary);
-  const std::string text{std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
+  std::string text;
+  std::getline(stream, text);
   return !text.empty() && std::all_of(text.begin(), text.end(),
                                       [](unsigned char character) { return std::isdigit(character) != 0; });
 }

@@ -1,8 +1,8 @@
 #include <zant/velmora_host/families/apt/apt_family.hpp>
 
-#include <zant/velmora_host/families/apt/repository_pin.hpp>
 #include <zant/velmora_host/families/apt/apt_weaknesses.hpp>
 #include <zant/velmora_host/families/apt/displaced_settings.hpp>
+#include <zant/velmora_host/families/apt/repository_pin.hpp>
 #include <zant/velmora_host/families/apt/source_lists.hpp>
 #include <zant/velmora_host/families/keyring_check.hpp>
 #include <zant/velmora_host/families/linux_package_factory.hpp>

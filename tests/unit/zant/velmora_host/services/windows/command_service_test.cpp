@@ -252,9 +252,8 @@ TEST_F(WindowsCommandService, AddsVariablesToTheEnvironmentOfTheProcess) {
   ::SetEnvironmentVariableW(L"MINDER_KEPT", nullptr);
   ::SetEnvironmentVariableW(L"MINDER_REPLACED", nullptr);
 
-  const velmora::Command_Result result =
-      service.run_command("echo %MINDER_KEPT% %MINDER_REPLACED% %MINDER_ADDED%",
-                          velmora::Run_Flag::WAIT_AND_CAPTURE);
+  const velmora::Command_Result result = service.run_command(
+      "echo %MINDER_KEPT% %MINDER_REPLACED% %MINDER_ADDED%", velmora::Run_Flag::WAIT_AND_CAPTURE);
 
   EXPECT_EQ(result.output, "kept new tête\r\n");
 }
