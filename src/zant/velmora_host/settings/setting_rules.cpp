@@ -165,8 +165,8 @@ std::string find_origins_fault(const std::string& origins) {
 std::string find_package_patterns_fault(const std::string& value) {
   const char* const package = velmora::Package_Constants::PACKAGE_NAME;
   bool allows_package = false;
-  for (const auto& pattern : velmora_host::package_patterns::split(value)) {
-    if (!velmora_host::package_patterns::is_pattern(pattern)) {
+  for (const auto& pattern : package_patterns::split(value)) {
+    if (!package_patterns::is_pattern(pattern)) {
       return fmt::format(
           "the pattern \"{}\" must consist of letters, digits and + . _ - and the wildcards * ? [...]",
           printable(pattern));
@@ -174,7 +174,7 @@ std::string find_package_patterns_fault(const std::string& value) {
     if (pattern == "*") {
       return "must not hold the pattern *, which allows every package: leave the setting empty for that";
     }
-    allows_package = allows_package || velmora_host::package_patterns::allows(pattern, package);
+    allows_package = allows_package || package_patterns::allows(pattern, package);
   }
   return allows_package ? "" : fmt::format("must allow {0} itself, for example {0}*", package);
 }
@@ -270,7 +270,7 @@ Setting_Rule time_span() {
   return matching("systemd time span", TIME_SPAN, "must be a systemd time span on one line, such as 30min");
 }
 
-Setting_Rule package_patterns() {
+Setting_Rule package_name_patterns() {
   return {"patterns of package names, separated by blanks", {}, find_package_patterns_fault};
 }
 

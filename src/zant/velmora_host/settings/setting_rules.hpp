@@ -45,7 +45,7 @@ Setting_Rule calendar();
 Setting_Rule time_span();
 
 /// Patterns of package names, one of which allows the product's own package.
-Setting_Rule package_patterns();
+Setting_Rule package_name_patterns();
 
 /// A part of a command line that cmd.exe reads, of this type.
 Setting_Rule shell_words(const std::string& type);

@@ -35,7 +35,7 @@ std::vector<Setting> program_settings(const Setting_Defaults& defaults) {
       {.key = "minder.repository_packages",
        .group = PROGRAM,
        .system = POSIX,
-       .rule = package_patterns(),
+       .rule = package_name_patterns(),
        .default_note = "all packages",
        .meaning =
            "The packages that may come from the repository: patterns of names, with the wildcards `*`, "
