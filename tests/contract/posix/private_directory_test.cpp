@@ -16,7 +16,8 @@
 #include <memory>
 #include <string>
 
-namespace zant::velmora_host::contract {
+// A namespace of its own: other tests of the contract have hosts of the same names.
+namespace zant::velmora_host::contract::private_directories {
 namespace {
 
 using boost::filesystem::path;
@@ -108,4 +109,4 @@ class Host_Names {
 INSTANTIATE_TYPED_TEST_SUITE_P(Of, PrivateDirectoryContract, Hosts, Host_Names);
 
 }  // namespace
-}  // namespace zant::velmora_host::contract
+}  // namespace zant::velmora_host::contract::private_directories
