@@ -22,8 +22,9 @@ URL_KEY, KEY_URL_KEY = "package.dnf.repo.url", "package.dnf.repo.gpg_key"
 # Whole at every moment, unlike what dnf's own tool writes: the service may be reading the file.
 ASK_OFTEN = f"sed -i 's/^metadata_expire=.*/metadata_expire=1/' {REPO_FILE}"
 
-# What dnf-automatic's timer would have it do later. dnf does not look for news twice in a second by itself.
-UPGRADE = "dnf --quiet clean expire-cache && systemctl start dnf-automatic-install.service"
+# What dnf-automatic's timer would have it do later. It does not look for news twice in a second by itself, nor after
+# "dnf clean expire-cache".
+UPGRADE = "rm --recursive --force /var/cache/dnf/quorvane* && systemctl start dnf-automatic-install.service"
 
 STOCK_SCHEDULE = Schedule("*-*-* 06:00:00", "1h")
 # What stays in /etc after a purge: the settings of dnf-automatic, which stays installed.
