@@ -162,9 +162,10 @@ void add_weaknesses(const Findings& weaknesses, std::vector<Status::Reason>& rea
   }
 }
 
-// Where systemd does not run the program nobody else does, but an administrator.
+// Where systemd does not run the program nobody else does, but an administrator. A family without units has a
+// service manager of another kind.
 bool is_started_by_nobody(const Minded_Host& host, const std::string& service) {
-  return host.init != velmora::Init::systemd && service == PROGRAM_SERVICE &&
+  return host.init != velmora::Init::systemd && !host.family.units().empty() && service == PROGRAM_SERVICE &&
          Work_Area::find_holder(host.settings).empty();
 }
 
