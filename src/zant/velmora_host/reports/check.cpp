@@ -30,11 +30,11 @@ void check_displaced_settings(const Settings& settings, const Host_Services& ser
   }
   for (const auto& displaced :
        make_plan(Plan::Operation::CYCLE, settings, services, registry).displaced_settings) {
-    report.findings.push_back({displaced.file.string(),
-                               printable(displaced.message) + " while package-minder's file is in its place",
-                               "to keep it, say it in a file of yours that sorts later, such as "
-                               "/etc/apt/apt.conf.d/52local",
-                               "upgrades.setting_displaced"});
+    report.findings.push_back(
+        {displaced.file.string(),
+         printable(displaced.message) + " while package-minder's file is in its place",
+         "to keep it, say it in a file of yours that sorts later: see administration.md",
+         "upgrades.setting_displaced"});
   }
 }
 

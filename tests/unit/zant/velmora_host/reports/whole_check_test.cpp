@@ -267,8 +267,7 @@ TEST_F(WholeCheckOfDebian, FindsSettingsThatAFirstCycleWouldDisplace) {
   EXPECT_EQ(text_without_keys(),
             "/etc/apt/apt.conf.d/50unattended-upgrades: Unattended-Upgrade::Package-Blacklist \"nginx\" goes "
             "out of force while package-minder's file is in its place\n"
-            "    Remedy: to keep it, say it in a file of yours that sorts later, such as "
-            "/etc/apt/apt.conf.d/52local\n"
+            "    Remedy: to keep it, say it in a file of yours that sorts later: see administration.md\n"
             "    [upgrades.setting_displaced]\n"
             "1 finding.\n");
 }
