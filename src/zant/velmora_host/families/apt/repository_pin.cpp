@@ -8,7 +8,6 @@
 #include <boost/algorithm/string/case_conv.hpp>
 #include <boost/algorithm/string/join.hpp>
 
-#include <algorithm>
 #include <stdexcept>
 #include <utility>
 
@@ -30,20 +29,6 @@ constexpr const char* PREFERENCES =
     "Package: {1}\n"
     "Pin: origin \"{0}\"\n"
     "Pin-Priority: 500\n";
-
-// APT takes an address with and without the slash at its end for the same.
-std::string without_last_slash(std::string url) {
-  while (url.ends_with('/')) {
-    url.pop_back();
-  }
-  return url;
-}
-
-bool is_one_of(const std::vector<std::string>& urls, const std::string& url) {
-  return std::any_of(urls.begin(), urls.end(), [&url](const std::string& candidate) {
-    return without_last_slash(candidate) == without_last_slash(url);
-  });
-}
 
 bool is_same_site(const std::string& url, const std::string& site) {
   return boost::algorithm::to_lower_copy(site_of(url)) == boost::algorithm::to_lower_copy(site);
@@ -68,7 +53,7 @@ Findings find_repositories_on_site(velmora::Filesystem& filesystem, const std::s
                                    const std::vector<std::string>& our_urls) {
   Findings findings;
   for (const auto& [file, url] : find_other_urls(filesystem)) {
-    if (is_same_site(url, site) && !is_one_of(our_urls, url)) {
+    if (is_same_site(url, site) && !holds_url(our_urls, url)) {
       findings.push_back({file.string(),
                           fmt::format("lists {}, a repository on the same server: minder.repository_packages "
                                       "would block its packages",

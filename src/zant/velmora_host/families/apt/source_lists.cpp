@@ -43,12 +43,6 @@ std::string without_last_slash(const std::string& url) {
   return boost::algorithm::trim_right_copy_if(url, [](char c) { return c == '/'; });
 }
 
-bool holds_url(const std::vector<std::string>& urls, const std::string& url) {
-  return std::any_of(urls.begin(), urls.end(), [&url](const std::string& candidate) {
-    return without_last_slash(candidate) == without_last_slash(url);
-  });
-}
-
 // "deb [OPTIONS] URL SUITE COMPONENT..."
 std::vector<Listing> listings_of_one_line_format(const std::string& text) {
   std::vector<Listing> listings;
@@ -141,6 +135,12 @@ Finding other_apt_listing(const path& file, bool has_key_of_its_own) {
 }
 
 }  // namespace
+
+bool holds_url(const std::vector<std::string>& urls, const std::string& url) {
+  return std::any_of(urls.begin(), urls.end(), [&url](const std::string& candidate) {
+    return without_last_slash(candidate) == without_last_slash(url);
+  });
+}
 
 Findings find_other_source_lists(velmora::Filesystem& filesystem, const std::string& url,
                                  const std::string& suite) {

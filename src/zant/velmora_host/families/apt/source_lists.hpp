@@ -17,6 +17,9 @@ namespace zant::velmora_host {
 Findings find_other_source_lists(velmora::Filesystem& filesystem, const std::string& url,
                                  const std::string& suite);
 
+/// Whether one of them is the same address for APT.
+bool holds_url(const std::vector<std::string>& urls, const std::string& url);
+
 /// The addresses in the text of a source list in the one-line format.
 std::vector<std::string> urls_of_source_list(const std::string& text);
 
