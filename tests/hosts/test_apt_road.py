@@ -28,8 +28,7 @@ def test_an_empty_host_comes_to_upgrade_the_package_unattended(open_site, releas
     assert site.minder.state() == "active"
 
 
-def test_a_held_package_is_not_upgraded_until_package_minder_releases_it(open_site):
-    site = open_site(settings=OFTEN)
+def test_a_held_package_is_not_upgraded_until_package_minder_releases_it(site):
     site.minder.once()
     site.minder.run("hold")
     site.repository.publish("2.0")
