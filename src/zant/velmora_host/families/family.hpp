@@ -8,6 +8,7 @@
 #include <zant/velmora_host/families/file_kind.hpp>
 #include <zant/velmora_host/families/package_factory.hpp>
 #include <zant/velmora_host/families/package_state.hpp>
+#include <zant/velmora_host/families/upgrade_outlook.hpp>
 #include <zant/velmora_host/services/host_services.hpp>
 #include <zant/velmora_host/settings/settings.hpp>
 #include <zant/velmora_host/staging/keyring.hpp>
@@ -171,6 +172,18 @@ class Family {
   /// above find.
   virtual void check(const Settings& settings, const Host_Services& services, velmora::Init init,
                      Check_Report& report) const = 0;
+
+  /// @}
+  /// @name What the verdict asks
+  /// @{
+
+  /// What becomes of the package in the next runs of the host's own upgrades. Everything that goes wrong on
+  /// the way is a cause; nothing is guessed.
+  virtual Upgrade_Outlook find_upgrade_outlook(const Outlook_Question& question) const = 0;
+
+  /// Files and directories that an outlook depends on: the package manager's configuration, what it knows of
+  /// its repositories, and its database of packages.
+  virtual std::vector<boost::filesystem::path> outlook_inputs() const = 0;
 
   /// @}
 };

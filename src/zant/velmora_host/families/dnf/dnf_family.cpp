@@ -1,5 +1,6 @@
 #include <zant/velmora_host/families/dnf/dnf_family.hpp>
 
+#include <zant/velmora_host/families/dnf/dnf_outlook.hpp>
 #include <zant/velmora_host/base/printable.hpp>
 #include <zant/velmora_host/families/dnf/included_packages.hpp>
 #include <zant/velmora_host/families/dnf/repository_files.hpp>
@@ -397,6 +398,14 @@ void DNF_Family::check(const Settings& settings, const Host_Services& services, 
   const velmora::DNF_Repo_Config repo(settings.configuration(), settings.staging_directory());
   append(report.findings, find_other_repository_files(*services.filesystem, repo.base_url));
   check_key_address(repo.gpg_key_url, *services.filesystem, report);
+}
+
+Upgrade_Outlook DNF_Family::find_upgrade_outlook(const Outlook_Question& question) const {
+  return dnf_outlook::find(question);
+}
+
+std::vector<boost::filesystem::path> DNF_Family::outlook_inputs() const {
+  return dnf_outlook::inputs();
 }
 
 }  // namespace zant::velmora_host

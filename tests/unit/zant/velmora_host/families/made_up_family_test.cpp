@@ -177,6 +177,16 @@ class Parcel_Family : public Family {
              Check_Report& report) const override {
     report.findings.push_back({"parcel", "is made up", "none", "parcel.made_up"});
   }
+  Upgrade_Outlook find_upgrade_outlook(const Outlook_Question& /*question*/) const override {
+    Upgrade_Outlook outlook;
+    outlook.installed = "3";
+    outlook.offered = "4";
+    outlook.newer_is_offered = true;
+    outlook.causes = {
+        {Cause_Effect::BLOCKS, "parcel.glued", "The parcel is glued", "parcel says so", "unglue"}};
+    return outlook;
+  }
+  std::vector<boost::filesystem::path> outlook_inputs() const override { return {"/etc/parcel"}; }
 };
 
 Family_Registry registry_with_parcel() {
