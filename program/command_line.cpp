@@ -102,6 +102,9 @@ void add_flags(CLI::App& app, const std::vector<Flag>& flags, Invocation& invoca
       case Flag::PLAN:
         added[flag] = app.add_flag("--plan", invocation.plan_only, "Show what would be undone, undo nothing");
         break;
+      case Flag::ONLINE:
+        added[flag] = app.add_flag("--online", invocation.online, "Ask the repository too, up to 30 seconds");
+        break;
       case Flag::JSON:
         added[flag] = app.add_flag(JSON_FLAG, invocation.json, "Print a JSON document");
         break;

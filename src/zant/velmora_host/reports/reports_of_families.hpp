@@ -4,6 +4,7 @@
 #include <zant/velmora_host/reports/check.hpp>
 #include <zant/velmora_host/reports/plan.hpp>
 #include <zant/velmora_host/reports/status.hpp>
+#include <zant/velmora_host/reports/why.hpp>
 
 #include <string>
 
@@ -16,6 +17,9 @@ Plan make_plan(Plan::Operation operation, const Settings& settings, const Host_S
 
 Status make_status(const Settings& settings, const Host_Services& services, const std::string& service,
                    const Family_Registry& registry);
+
+Verdict make_verdict(const Settings& settings, const Host_Services& services, bool online,
+                     const Family_Registry& registry);
 
 Check_Report make_check_report(const Settings& settings, const Host_Services& services,
                                const Family_Registry& registry);

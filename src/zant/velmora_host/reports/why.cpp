@@ -1,0 +1,107 @@
+#include <zant/velmora_host/reports/why.hpp>
+
+#include <zant/velmora_host/base/iso_time.hpp>
+#include <zant/velmora_host/base/json_document.hpp>
+#include <zant/velmora_host/base/printable.hpp>
+#include <zant/velmora_host/families/minded_host.hpp>
+#include <zant/velmora_host/reports/reports_of_families.hpp>
+#include <zant/velmora_host/verdict/find_verdict.hpp>
+#include <zant/velmora_host/verdict/verdict_store.hpp>
+
+#include <fmt/format.h>
+#include <nlohmann/json.hpp>
+
+#include <cctype>
+
+namespace zant::velmora_host {
+namespace {
+
+using json_document::Json;
+using json_document::text_or_null;
+using Time = std::optional<std::chrono::system_clock::time_point>;
+
+Time since(const std::optional<Version_Since>& version) {
+  return version ? Time(version->since) : std::nullopt;
+}
+
+Json time_or_null(const Time& time) {
+  return time ? Json(to_iso_time(*time)) : Json();
+}
+
+std::string time_or_unknown(const Time& time) {
+  return time ? to_iso_time(*time) : "unknown";
+}
+
+std::string row(const char* name, const std::string& value) {
+  return fmt::format("{:<20}{}\n", name, printable_lines(value, "\\n"));
+}
+
+std::string indented(const char* name, const std::string& text) {
+  return fmt::format("    {}: {}\n", name, printable_lines(text, "\n        "));
+}
+
+// A sentence begins with a capital letter, a command does not.
+bool is_command(const std::string& remedy) {
+  return !remedy.empty() && std::isupper(static_cast<unsigned char>(remedy.front())) == 0;
+}
+
+std::string describe(const Cause& cause) {
+  return fmt::format("{} [{}]\n", printable(cause.message), cause.code) +
+         indented("Evidence", cause.evidence) +
+         indented(is_command(cause.remedy) ? "Remedy, to type" : "Remedy", cause.remedy);
+}
+
+std::string describe_last_run(const std::optional<Upgrade_Run>& run) {
+  return run ? fmt::format("{}, {} ({})", to_iso_time(run->ended), run->succeeded ? "succeeded" : "failed",
+                           run->result)
+             : "unknown";
+}
+
+}  // namespace
+
+Verdict make_verdict(const Settings& settings, const Host_Services& services, bool online) {
+  return make_verdict(settings, services, online, Family_Registry::built_in());
+}
+
+Verdict make_verdict(const Settings& settings, const Host_Services& services, bool online,
+                     const Family_Registry& registry) {
+  const Minded_Host host = find_minded_host(settings, services, registry);
+  const auto last =
+      verdict_store::read(*services.filesystem, verdict_store::file_in(settings.state_directory()));
+  return find_verdict(host, last ? last->history : Upgrade_History{}, online);
+}
+
+std::string to_json_text(const Verdict& verdict) {
+  const Upgrade_Outlook& outlook = verdict.outlook;
+  Json document = json_document::make("why");
+  document["verdict"] = to_string(verdict.kind);
+  document["installed"] = text_or_null(outlook.installed);
+  document["installed_since"] = time_or_null(since(verdict.history.installed));
+  document["offered"] = text_or_null(outlook.offered);
+  document["offered_since"] = time_or_null(since(verdict.history.offered));
+  document["refreshed"] = time_or_null(outlook.refreshed);
+  document["next_run"] = time_or_null(outlook.next_run);
+  document["runs"] = verdict_store::runs_to_json(verdict.history.runs);
+  document["online"] = verdict.online;
+  document["causes"] = verdict_store::causes_to_json(outlook.causes);
+  return json_document::text_of(document);
+}
+
+std::string to_text(const Verdict& verdict) {
+  const Upgrade_Outlook& outlook = verdict.outlook;
+  std::string text = row("Verdict", describe(verdict));
+  text += row("Installed", outlook.installed.empty() ? "unknown, or not installed" : outlook.installed);
+  text += row("Offered", outlook.offered.empty() ? "unknown, or none" : outlook.offered);
+  if (verdict.history.offered) {
+    text += row("Offered since", to_iso_time(verdict.history.offered->since));
+  }
+  text += row("Repository answered", time_or_unknown(outlook.refreshed));
+  text += row("Next run", time_or_unknown(outlook.next_run));
+  text += row("Last run", describe_last_run(outlook.last_run));
+  for (const auto& cause : outlook.causes) {
+    text += "\n" + describe(cause);
+  }
+  return text;
+}
+
+}  // namespace zant::velmora_host
