@@ -301,9 +301,12 @@ class AptFamily(Family):
     images = ("bullseye", "bookworm", "trixie")
     disturbances = (
         *(Disturbance(function.__name__, function) for function in (
-            pin, hold, default_release, phasing, blacklist, whitelist, origins, bad_origin, days, upgrade_option, without_unattended_upgrades,
+            pin, hold, default_release, blacklist, whitelist, origins, bad_origin, days, upgrade_option, without_unattended_upgrades,
             periodic, stamps, unit, drop_in, broken_file, directory_mode, source_list, second_list, other_source, keyring, acquire_option,
-            foreign_signature, release_fields, dependencies, conffile, missing_file, damaged_file, server_gone, interrupted_dpkg, no_room, nothing,
+            server_gone, interrupted_dpkg, no_room, nothing,
+        )),
+        *(Disturbance(function.__name__, function, comes_with_newest=True) for function in (
+            phasing, foreign_signature, release_fields, dependencies, conffile, missing_file, damaged_file,
         )),
         *(Disturbance(function.__name__, function, shows_in_a_run=True) for function in (failing_script, failing_hook, read_only, locked)),
     )
@@ -330,3 +333,7 @@ class AptFamily(Family):
     def _age_stamps(site):
         """A day has passed since the services ran; a stamp of the future stays one."""
         site.host.run("cd /var/lib/apt/periodic && find . -name '*-stamp' ! -newermt now -exec touch --date='25 hours ago' {} +", check=False)
+
+    def installed_version(self, site):
+        state = site.host.run(f"dpkg-query --show --showformat='${{db:Status-Status}} ${{Version}}' {PACKAGE}", check=False).output
+        return state.removeprefix("installed ") if state.startswith("installed ") else f"{site.installed_version()}, half installed"

@@ -250,9 +250,11 @@ class DnfFamily(Family):
     images = ("el-bookworm", "el-trixie")
     disturbances = (
         *(Disturbance(function.__name__, function) for function in (
-            main_option, main_option, repository_option, repository_option, address, repository_file, version_lock, hold, other_repository, gone_repository,
-            automatic_option, automatic_option, broken_file, without_automatic, unit, drop_in, foreign_signature, unsigned, missing_file, damaged_file,
-            damaged_index, dependencies, server_gone, keys, no_room, without_cache, nothing,
+            main_option, repository_option, address, repository_file, version_lock, hold, other_repository, gone_repository, automatic_option, broken_file,
+            without_automatic, unit, drop_in, server_gone, keys, no_room, without_cache, nothing,
+        )),
+        *(Disturbance(function.__name__, function, comes_with_newest=True) for function in (
+            foreign_signature, unsigned, missing_file, damaged_file, damaged_index, dependencies,
         )),
         *(Disturbance(function.__name__, function, shows_in_a_run=True) for function in (failing_script, read_only, locked)),
     )

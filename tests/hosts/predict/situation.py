@@ -28,6 +28,8 @@ class Disturbance:
     apply: object
     # What nobody can know before a run has met it: the services run once before the verdict is asked for.
     shows_in_a_run: bool = False
+    # It comes with the newest version: nobody can know it before that is published.
+    comes_with_newest: bool = False
 
 
 @dataclass
@@ -72,6 +74,10 @@ class Family:
         """Runs what the host's timers would start next, if they start anything."""
         raise NotImplementedError
 
+    def installed_version(self, site):
+        """The version that is wholly installed."""
+        return site.installed_version()
+
 
 def _choose(family, rng):
     count = rng.choice((1, 1, 2))
@@ -90,8 +96,8 @@ def play(family, seed):
         for disturbance in chosen:
             outcome.steps.append(f"{disturbance.name}: {disturbance.apply(site, rng, publish)}")
         shows_in_a_run = any(disturbance.shows_in_a_run for disturbance in chosen)
-        if not outcome.ahead or shows_in_a_run:
-            outcome.ahead = False
+        outcome.ahead &= not any(disturbance.shows_in_a_run or disturbance.comes_with_newest for disturbance in chosen)
+        if not outcome.ahead:
             site.repository.publish(NEWEST)
         if shows_in_a_run:
             family.run_services(site)
@@ -102,7 +108,7 @@ def play(family, seed):
         if outcome.ahead:
             site.repository.publish(NEWEST)
         family.run_services(site)
-        outcome.installed = site.installed_version()
+        outcome.installed = family.installed_version(site)
     return outcome
 
 
