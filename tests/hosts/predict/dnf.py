@@ -274,6 +274,6 @@ class DnfFamily(Family):
 
     def run_services(self, site):
         # A day has passed since the repository was asked.
-        site.host.run("find /var/cache/dnf -name repomd.xml -exec touch --date='25 hours ago' {} +", check=False)
+        site.host.run("find /var/cache/dnf -path '*/repodata/*' -exec touch --date='25 hours ago' {} +", check=False)
         if timer_fires(site, dnf.TIMER):
             site.host.run(f"systemctl start {SERVICE}", check=False, timeout=300)
