@@ -1,6 +1,7 @@
 #pragma once
 
 #include <fcntl.h>
+#include <poll.h>
 #include <stdlib.h>
 #include <unistd.h>
 
@@ -26,10 +27,18 @@ class Pseudo_Terminal {
 
   int terminal() const { return terminal_; }
 
-  std::string read() const {
-    std::array<char, 4096> buffer{};
-    const ssize_t size = ::read(reading_end_, buffer.data(), buffer.size());
-    return {buffer.data(), size > 0 ? static_cast<std::size_t>(size) : 0};
+  /// One line with its end, or what there is of it after ten seconds: the kernel passes on what is written
+  /// when it gets to it, and not always in one piece.
+  std::string read_line() const {
+    constexpr int LONGEST_WAIT = 10'000;  // milliseconds
+    std::string text;
+    for (pollfd reading = {reading_end_, POLLIN, 0};
+         !text.ends_with('\n') && ::poll(&reading, 1, LONGEST_WAIT) == 1;) {
+      std::array<char, 4096> buffer{};
+      const ssize_t size = ::read(reading_end_, buffer.data(), buffer.size());
+      text.append(buffer.data(), size > 0 ? static_cast<std::size_t>(size) : 0);
+    }
+    return text;
   }
 
  private:

@@ -54,7 +54,7 @@ class LogOnATerminal : public ::testing::Test {
   std::string written_as(velmora_host::Log_Format format) {
     const Log_Sink sink(terminal_.terminal(), format, severity_level::info);
     ZANT_LOG(source_, severity_level::error) << "Something failed";
-    return terminal_.read();
+    return terminal_.read_line();
   }
 
   void take_terminal_for_journal() const {

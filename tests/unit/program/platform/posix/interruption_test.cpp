@@ -23,6 +23,8 @@ class CleanInterruption : public ::testing::Test {
 
   // Makes a directory with a file below `directory_`, and gets the signal.
   void be_interrupted(int signal_number) const {
+    // The tests may have been started with it ignored, as everything in the background of a script is.
+    ::signal(signal_number, SIG_DFL);
     ::setenv("TMPDIR", directory_.c_str(), 1);
     const Clean_Interruption interruption;
     const Temporary_Directory own;

@@ -1,6 +1,6 @@
 #include <zant/velmora_host/services/temporary_directory.hpp>
 
-#include <zant/velmora_host/services/windows/protected_directory.hpp>
+#include <zant/velmora_host/services/new_private_directory.hpp>
 
 #include <boost/filesystem/operations.hpp>
 
@@ -28,11 +28,9 @@ void delete_directory(const boost::filesystem::path& path) {
 
 }  // namespace
 
-Temporary_Directory::Temporary_Directory()
-    : path_(boost::filesystem::temp_directory_path() /
-            boost::filesystem::unique_path("package-minder-%%%%%%%%%%%%")) {
+Temporary_Directory::Temporary_Directory() {
   const std::lock_guard lock(living().mutex);
-  create_protected_directory(path_);
+  path_ = new_private_directory(boost::filesystem::temp_directory_path() / "package-minder");
   living().paths.insert(path_);
 }
 
@@ -46,7 +44,11 @@ void Temporary_Directory::delete_all_for_ever() {
   // Never unlocked.
   living().mutex.lock();
   for (const auto& path : living().paths) {
-    delete_directory(path);
+    // Under another name, so that nobody finds it who still writes into it.
+    boost::filesystem::path doomed = path;
+    boost::system::error_code error;
+    boost::filesystem::rename(path, doomed += ".deleted", error);
+    delete_directory(error ? path : doomed);
   }
 }
 
