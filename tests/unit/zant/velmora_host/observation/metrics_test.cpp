@@ -15,7 +15,7 @@ TEST(Metrics, AreThereFromTheFirstCycleOn) {
   state.history.cycles = 1;
 
   EXPECT_EQ(
-      metrics_text(state, {}),
+      metrics_text(state, std::nullopt, {}, {}),
       "# HELP package_minder_cycles_total Cycles that were begun.\n"
       "# TYPE package_minder_cycles_total counter\n"
       "package_minder_cycles_total 1\n"
@@ -49,7 +49,7 @@ TEST(Metrics, CountByKind) {
   state.history.repairs = {{File_Kind::OTHER, 4}};
   state.history.last_success = system_clock::from_time_t(1800000000);
 
-  const auto text = metrics_text(state, {});
+  const auto text = metrics_text(state, std::nullopt, {}, {});
 
   EXPECT_THAT(text, HasSubstr("package_minder_failures_total{kind=\"hold\"} 3\n"));
   EXPECT_THAT(text, HasSubstr("package_minder_drift_repaired_total{kind=\"other\"} 4\n"));
@@ -60,8 +60,8 @@ TEST(Metrics, TellWhenKeysExpireAndNothingOfThoseThatDoNot) {
   const Signing_Key lasting{"AA", 22, 255, false, std::nullopt};
   const Signing_Key expiring{"BB", 22, 255, false, system_clock::from_time_t(1900000000)};
 
-  EXPECT_THAT(metrics_text({}, {lasting}), Not(HasSubstr("key_expiry")));
-  EXPECT_THAT(metrics_text({}, {lasting, expiring}),
+  EXPECT_THAT(metrics_text({}, std::nullopt, {lasting}, {}), Not(HasSubstr("key_expiry")));
+  EXPECT_THAT(metrics_text({}, std::nullopt, {lasting, expiring}, {}),
               HasSubstr("package_minder_key_expiry_timestamp_seconds{fingerprint=\"BB\"} 1900000000\n"));
 }
 
