@@ -15,7 +15,7 @@ from pathlib import Path
 
 CHECKOUT = Path(sys.argv[1])
 PROMTOOL = sys.argv[2]
-RULES = CHECKOUT / "docs" / "monitoring" / "package-minder.rules.yml"
+RULES = CHECKOUT / "examples" / "monitoring" / "package-minder.rules.yml"
 STORY = CHECKOUT / "tests" / "docs" / "monitoring_rules_test.yml"
 METRICS = (CHECKOUT / "src" / "zant" / "velmora_host" / "observation" / "metrics.cpp").read_text(encoding="utf-8")
 GUIDE = (CHECKOUT / "docs" / "monitoring.md").read_text(encoding="utf-8")

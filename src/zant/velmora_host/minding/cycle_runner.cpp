@@ -54,10 +54,6 @@ std::shared_ptr<velmora::Package_Minder> Cycle_Runner::make_minder_() const {
   }
 }
 
-void Cycle_Runner::note_verdict(const Verdict& verdict) const {
-  observation_.note_verdict(verdict, host_.family.read_installed_keys(host_.services));
-}
-
 Cycle_State Cycle_Runner::run_cycle() {
   try {
     minder_->update_package_lock_if_necessary();

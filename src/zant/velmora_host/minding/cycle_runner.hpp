@@ -37,7 +37,9 @@ class Cycle_Runner {
   const Minded_Host& host() const noexcept { return host_; }
 
   /// A verdict has been found. From any thread.
-  void note_verdict(const Verdict& verdict) const;
+  void note_verdict(const Verdict& verdict, const std::optional<std::vector<Signing_Key>>& keys) const {
+    observation_.note_verdict(verdict, keys);
+  }
 
   const Cycle_Watch& watch() const noexcept { return observation_.watch(); }
 

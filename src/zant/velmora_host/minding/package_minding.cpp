@@ -26,8 +26,8 @@ class PACKAGE_MINDER_HOST_LOCAL Package_Minding::Implementation {
     });
   }
 
-  void take_over(const Verdict& verdict) {
-    runner.note_verdict(verdict);
+  void take_over(const Verdict& verdict, const Verdict_Keeper::Keys& keys) {
+    runner.note_verdict(verdict, keys);
     for (const auto& listener : verdict_listeners) {
       listener(verdict);
     }
@@ -63,10 +63,11 @@ Cycle_State Package_Minding::run_cycle() {
 }
 
 void Package_Minding::start() {
-  implementation_->keeper.emplace(implementation_->runner.host(),
-                                  [implementation = implementation_.get()](const Verdict& verdict) {
-                                    implementation->take_over(verdict);
-                                  });
+  implementation_->keeper.emplace(
+      implementation_->runner.host(),
+      [implementation = implementation_.get()](const Verdict& verdict, const Verdict_Keeper::Keys& keys) {
+        implementation->take_over(verdict, keys);
+      });
   const auto interval = static_cast<unsigned int>(implementation_->settings.interval().count());
   implementation_->worker.emplace(implementation_->runner.minder(), interval);
 }

@@ -11,19 +11,21 @@ namespace {
 constexpr int DEEPEST = 4;
 constexpr std::size_t MOST_ENTRIES = 20000;
 
+using Path = boost::filesystem::path;
+
 class Stamp {
  public:
   explicit Stamp(Host_Filesystem& filesystem) : filesystem_(filesystem) {}
 
-  void add(const boost::filesystem::path& path, int depth) {
+  void add(const Path& path, int depth) {
     if (depth > DEEPEST || ++entries_ > MOST_ENTRIES) {
       return;
     }
-    engine_.update(path.string() + '\0' + filesystem_.stamp_of(path) + '\0');
-    if (filesystem_.type_of(path) == File_Type::DIRECTORY) {
-      for (const auto& entry : filesystem_.list_entries(path)) {
-        add(entry, depth + 1);
-      }
+    // Files that come and go again, as those that databases work with, change the time of their directory.
+    const bool is_directory = filesystem_.type_of(path) == File_Type::DIRECTORY;
+    engine_.update(path.string() + '\0' + (is_directory ? "" : filesystem_.stamp_of(path)) + '\0');
+    for (const auto& entry : is_directory ? filesystem_.list_entries(path) : std::vector<Path>{}) {
+      add(entry, depth + 1);
     }
   }
 

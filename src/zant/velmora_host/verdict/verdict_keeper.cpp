@@ -1,6 +1,7 @@
 #include <zant/velmora_host/verdict/verdict_keeper.hpp>
 
 #include <zant/velmora_host/base/printable.hpp>
+#include <zant/velmora_host/services/bounded_system.hpp>
 #include <zant/velmora_host/verdict/find_verdict.hpp>
 #include <zant/velmora_host/verdict/outlook_stamp.hpp>
 #include <zant/velmora_host/verdict/verdict_store.hpp>
@@ -9,6 +10,7 @@
 
 #include <algorithm>
 #include <exception>
+#include <memory>
 #include <utility>
 
 namespace zant::velmora_host {
@@ -18,6 +20,9 @@ using zant::logging::severity_level;
 
 // For all commands of a question. Nobody waits for it, but a host that is this slow has other work to do.
 constexpr auto LONGEST_QUESTION = std::chrono::seconds(60);
+
+// On a host that changes in every cycle, the questions take a twentieth of the time at most.
+constexpr int PAUSE_FACTOR = 20;
 
 thread_local bool is_keeper_thread = false;
 
@@ -124,24 +129,36 @@ void Verdict_Keeper::look_(const std::stop_token& stop) {
   const Command_Bounds bounds = {std::chrono::steady_clock::now() + LONGEST_QUESTION,
                                  [&stop] { return stop.stop_requested(); }};
   const Verdict verdict = find_verdict(host_, last_ ? last_->history : Upgrade_History{}, false, bounds);
+  const Keys keys = read_keys_(bounds);
   // What was given up says nothing of the host.
   if (stop.stop_requested()) {
     return;
   }
   stamp_ = stamp;
   found_ = begin;
-  take_over_(verdict);
+  took_ = now_() - begin;
+  take_over_(verdict, keys);
 }
 
 bool Verdict_Keeper::is_due_(const std::string& stamp) const {
-  return !found_ || stamp != stamp_ || now_() - *found_ >= host_.settings.verdict_interval();
+  if (!found_) {
+    return true;
+  }
+  const auto age = now_() - *found_;
+  return age >= host_.settings.verdict_interval() || (stamp != stamp_ && age >= PAUSE_FACTOR * took_);
 }
 
-void Verdict_Keeper::take_over_(const Verdict& verdict) {
+Verdict_Keeper::Keys Verdict_Keeper::read_keys_(const Command_Bounds& bounds) const {
+  const Host_Services services = {std::make_shared<Bounded_System>(host_.services.system, bounds),
+                                  host_.services.filesystem};
+  return host_.family.read_installed_keys(services);
+}
+
+void Verdict_Keeper::take_over_(const Verdict& verdict, const Keys& keys) {
   log_change_(verdict);
   last_ = verdict;
   verdict_store::write(*host_.services.filesystem, file_, verdict);
-  listener_(verdict);
+  listener_(verdict, keys);
 }
 
 void Verdict_Keeper::log_change_(const Verdict& verdict) {

@@ -1,6 +1,8 @@
 #pragma once
 
 #include <zant/velmora_host/families/minded_host.hpp>
+#include <zant/velmora_host/services/interruptible_system.hpp>
+#include <zant/velmora_host/staging/keyring.hpp>
 #include <zant/velmora_host/verdict/verdict.hpp>
 
 #include <zant/logging/source.hpp>
@@ -15,6 +17,7 @@
 #include <stop_token>
 #include <string>
 #include <thread>
+#include <vector>
 
 namespace zant::velmora_host {
 
@@ -27,8 +30,12 @@ class Verdict_Keeper {
  public:
   using Clock = std::chrono::steady_clock;
 
+  using Keys = std::optional<std::vector<Signing_Key>>;
+
   /// Called with each new verdict, on the keeper's thread.
-  using Listener = std::function<void(const Verdict& verdict)>;
+  ///
+  /// @param keys see `Family::read_installed_keys`.
+  using Listener = std::function<void(const Verdict& verdict, const Keys& keys)>;
 
   /// @param host its settings outlive this object. Its services are the real ones: what the keeper asks is no
   ///             part of a cycle.
@@ -54,7 +61,8 @@ class Verdict_Keeper {
   void work_(const std::stop_token& stop);
   void look_(const std::stop_token& stop);
   bool is_due_(const std::string& stamp) const;
-  void take_over_(const Verdict& verdict);
+  Keys read_keys_(const Command_Bounds& bounds) const;
+  void take_over_(const Verdict& verdict, const Keys& keys);
   void log_change_(const Verdict& verdict);
 
   zant::logging::Source log_;
@@ -67,6 +75,7 @@ class Verdict_Keeper {
   std::optional<Verdict> last_;
   std::string stamp_;
   std::optional<Clock::time_point> found_;
+  Clock::duration took_{};
 
   std::mutex mutex_;
   std::condition_variable_any cycle_ended_;

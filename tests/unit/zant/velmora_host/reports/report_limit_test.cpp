@@ -1,15 +1,19 @@
 // What the reports say of a host whose tools do not answer in time.
 
 #include <zant/velmora_host/base/json_document.hpp>
+#include <zant/velmora_host/families/apt/apt_family.hpp>
 #include <zant/velmora_host/reports/reports_of_families.hpp>
 
+#include <support/host_side/debian_host.hpp>
 #include <support/host_side/made_up_family.hpp>
+#include <support/host_side/told_outlook.hpp>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
 #include <chrono>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -68,8 +72,20 @@ TEST_F(ReportLimit, MakesAStatusSayWhatItDoesNotKnow) {
             "  - No cycle is recorded on this host [cycle.never_ran]\n"
             "  - The host's tools did not answer in time, so not everything is known: \"systemctl is-active "
             "package-minder.service 2> /dev/null\" did not end [report.time_limit]\n");
+}
+
+TEST(ReportLimitForPrograms, IsNullWhereItIsNotKnown) {
+  test_support::Debian_Host host;
+  host.set_up();
+  const auto outlook = std::make_shared<Upgrade_Outlook>(test_support::outlook_of("1.0", "1.0"));
+
+  const Status status =
+      make_status(host.settings(), Report_Services(host.services, std::chrono::seconds(0)), PROGRAM_SERVICE,
+                  test_support::registry_with_told<APT_Family>(outlook));
+
   const auto document = Json::parse(to_json_text(status));
-  EXPECT_EQ(document.at("verdict"), "cannot_be_told");
+  EXPECT_EQ(document.at("verdict"), "up_to_date");
+  EXPECT_EQ(document.at("reasons").back().at("code"), "report.time_limit");
   EXPECT_TRUE(document.at("timer").at("running").is_null());
   EXPECT_TRUE(document.at("timer").at("enabled").is_null());
   EXPECT_TRUE(document.at("repository").at("out_of_step").is_null());

@@ -41,6 +41,14 @@ TEST_F(OutlookStamp, StaysWhileNothingChanges) {
   EXPECT_EQ(stamp(), before);
 }
 
+TEST_F(OutlookStamp, StaysWhenAFileComesAndGoes) {
+  const auto before = stamp();
+  write("conf/parts/journal", "x");
+  boost::filesystem::remove(at("conf/parts/journal"));
+
+  EXPECT_EQ(stamp(), before);
+}
+
 TEST_F(OutlookStamp, ChangesWithEachChange) {
   std::set<std::string> stamps = {stamp()};
   write("conf/main", "longer");

@@ -70,6 +70,12 @@ class Looked_At_Family : public Parcel_Family {
     return Parcel_Family::outlook_inputs();
   }
 
+  std::optional<std::vector<Signing_Key>> read_installed_keys(const Host_Services& services) const override {
+    Signing_Key key;
+    key.fingerprint = services.system->run_command("parcel key", true).output;
+    return std::vector{key};
+  }
+
   mutable Counter looks;
 };
 
@@ -77,12 +83,14 @@ class VerdictKeeper : public ::testing::Test {
  protected:
   VerdictKeeper() : settings_(host_.settings()) {
     host_.services.filesystem->create_directories(host_.state_directory());
+    host_.system->on("parcel key", 0, "AA");
   }
 
   void start() {
     keeper_.emplace(
         Minded_Host{settings_, host_.services, family_, velmora::Init::systemd},
-        [this](const Verdict& verdict) {
+        [this](const Verdict& verdict, const Verdict_Keeper::Keys& keys) {
+          keys_ = keys;
           last_ = verdict;
           verdicts_.count();
         },
@@ -121,6 +129,7 @@ class VerdictKeeper : public ::testing::Test {
   std::atomic<Verdict_Keeper::Clock::time_point> now_{Verdict_Keeper::Clock::time_point()};
   Counter verdicts_;
   Verdict last_;
+  Verdict_Keeper::Keys keys_;
   std::optional<Verdict_Keeper> keeper_;
 };
 
@@ -133,6 +142,7 @@ TEST_F(VerdictKeeper, FindsTheVerdictAfterTheFirstCycle) {
   EXPECT_EQ(last_.kind, Verdict_Kind::BLOCKED);
   ASSERT_TRUE(kept());
   EXPECT_EQ(kept()->kind, Verdict_Kind::BLOCKED);
+  EXPECT_EQ(keys_.value().at(0).fingerprint, "AA");
 }
 
 TEST_F(VerdictKeeper, AsksNothingWhileNothingChanges) {
@@ -147,7 +157,7 @@ TEST_F(VerdictKeeper, AsksNothingWhileNothingChanges) {
   cycle_without_verdict();
   cycle_without_verdict();
 
-  EXPECT_THAT(host_.system->commands(), ElementsAre("parcel next"));
+  EXPECT_THAT(host_.system->commands(), ElementsAre("parcel next", "parcel key"));
 }
 
 TEST_F(VerdictKeeper, AsksAgainWhenSomethingHasChanged) {
@@ -155,6 +165,23 @@ TEST_F(VerdictKeeper, AsksAgainWhenSomethingHasChanged) {
   cycle_with_verdict();
   host_.write("/etc/parcel/more.conf", "glue = no\n");
 
+  cycle_with_verdict();
+
+  EXPECT_EQ(verdicts_.value(), 2);
+}
+
+TEST_F(VerdictKeeper, DoesNotAskAllTheTimeWhereSomethingChangesAllTheTime) {
+  family_.outlook = [this](const Outlook_Question& question) {
+    now_ = now_.load() + std::chrono::seconds(2);
+    return fine(question);
+  };
+  start();
+  cycle_with_verdict();
+  now_ = Verdict_Keeper::Clock::time_point(std::chrono::seconds(39));
+  host_.write("/etc/parcel/more.conf", "glue = no\n");
+  cycle_without_verdict();
+
+  now_ = Verdict_Keeper::Clock::time_point(std::chrono::seconds(40));
   cycle_with_verdict();
 
   EXPECT_EQ(verdicts_.value(), 2);
