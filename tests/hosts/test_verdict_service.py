@@ -125,7 +125,7 @@ def test_a_stop_does_not_wait_for_a_question(site):
     site.host.write("/usr/local/sbin/apt-config", "#!/bin/sh\nsleep 50\n", mode="0755")
     site.host.write("/usr/local/sbin/apt-cache", "#!/bin/sh\nsleep 50\n", mode="0755")
     site.minder.start()
-    wait_until(lambda: site.host.run("pgrep --full 'sleep 50'", check=False).exit_status, "a question", expect=0, timeout=60)
+    wait_until(lambda: site.host.run("pgrep --full 'sleep 50'", check=False).status, "a question", expect=0, timeout=60)
 
     seconds = float(site.host.output_of(f"bash -c 'TIMEFORMAT=%R; time systemctl stop {UNIT}' 2>&1"))
 
@@ -155,14 +155,14 @@ def test_monitoring_gets_one_line_and_its_exit_status(site):
 
     seen = site.minder.run("status --monitoring", check=False)
 
-    assert (seen.exit_status, seen.output.count("\n")) == (0, 1), seen.output
+    assert (seen.status, seen.output.count("\n")) == (0, 1), seen.output
     assert seen.output.startswith("PACKAGE_MINDER OK - up to date: zant-velmora ")
 
     site.host.write(PIN, "Package: zant-velmora\nPin: version *\nPin-Priority: -1\n")
     seen = site.minder.run("status --monitoring", check=False)
-    assert seen.exit_status == 2
+    assert seen.status == 2
     assert seen.output.startswith("PACKAGE_MINDER CRITICAL - blocked: zant-velmora ")
 
     site.minder.configure({"minder.interval": "soon"})
     seen = site.minder.run("status --monitoring", check=False)
-    assert (seen.exit_status, seen.output.count("PACKAGE_MINDER UNKNOWN - ")) == (3, 1)
+    assert (seen.status, seen.output.count("PACKAGE_MINDER UNKNOWN - ")) == (3, 1)
