@@ -76,10 +76,12 @@ std::string codes_of(const Causes& causes) {
 
 }  // namespace
 
-Verdict_Keeper::Verdict_Keeper(Minded_Host host, Listener listener, std::function<Clock::time_point()> now)
+Verdict_Keeper::Verdict_Keeper(Minded_Host host, Listener listener, std::function<Clock::time_point()> now,
+                               std::chrono::milliseconds pause)
     : host_(std::move(host)),
       listener_(std::move(listener)),
       now_(std::move(now)),
+      pause_(pause),
       file_(verdict_store::file_in(host_.settings.state_directory())) {
   log_.init_("Verdict_Keeper", "");
   last_ = verdict_store::read(*host_.services.filesystem, file_);
@@ -108,6 +110,10 @@ void Verdict_Keeper::work_(const std::stop_token& stop) {
   is_keeper_thread = true;
   std::unique_lock lock(mutex_);
   while (cycle_ended_.wait(lock, stop, [this] { return has_cycle_; }) && !stop.stop_requested()) {
+    cycle_ended_.wait_for(lock, stop, pause_, [] { return false; });
+    if (stop.stop_requested()) {
+      return;
+    }
     has_cycle_ = false;
     lock.unlock();
     try {

@@ -40,7 +40,10 @@ class Verdict_Keeper {
   /// @param host its settings outlive this object. Its services are the real ones: what the keeper asks is no
   ///             part of a cycle.
   /// @param now  tells the time.
-  Verdict_Keeper(Minded_Host host, Listener listener, std::function<Clock::time_point()> now = Clock::now);
+  /// @param pause between the end of a cycle and the first question: what a cycle has started settles
+  ///              meanwhile, and a service that is stopped after its cycle asks nothing.
+  Verdict_Keeper(Minded_Host host, Listener listener, std::function<Clock::time_point()> now = Clock::now,
+                 std::chrono::milliseconds pause = std::chrono::seconds(1));
 
   /// Gives up a question that is being asked, where the command service can, and returns when the thread has
   /// ended.
@@ -69,6 +72,7 @@ class Verdict_Keeper {
   const Minded_Host host_;
   const Listener listener_;
   const std::function<Clock::time_point()> now_;
+  const std::chrono::milliseconds pause_;
   const boost::filesystem::path file_;
 
   // Of the keeper's thread.

@@ -94,7 +94,7 @@ class VerdictKeeper : public ::testing::Test {
           last_ = verdict;
           verdicts_.count();
         },
-        [this] { return now_.load(); });
+        [this] { return now_.load(); }, pause_);
   }
   void restart() {
     keeper_.reset();
@@ -127,6 +127,7 @@ class VerdictKeeper : public ::testing::Test {
   Looked_At_Family family_;
   const Settings settings_;
   std::atomic<Verdict_Keeper::Clock::time_point> now_{Verdict_Keeper::Clock::time_point()};
+  std::chrono::milliseconds pause_{0};
   Counter verdicts_;
   Verdict last_;
   Verdict_Keeper::Keys keys_;
@@ -296,6 +297,17 @@ TEST_F(VerdictKeeper, IsStoppedInTheMiddleOfAQuestion) {
   EXPECT_FALSE(kept());
   EXPECT_EQ(verdicts_.value(), 0);
   EXPECT_THAT(host_.log.messages(WARNING), IsEmpty());
+}
+
+TEST_F(VerdictKeeper, AsksNothingWhenItIsStoppedAfterTheCycle) {
+  pause_ = std::chrono::hours(1);
+  start();
+  keeper_->note_cycle();
+
+  keeper_.reset();
+
+  EXPECT_EQ(family_.looks.value(), 0);
+  EXPECT_THAT(host_.system->commands(), IsEmpty());
 }
 
 TEST_F(VerdictKeeper, GoesOnAfterAQuestionThatFails) {
