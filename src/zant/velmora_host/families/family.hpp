@@ -149,7 +149,13 @@ class Family {
   /// none of its own, or does not tell.
   virtual std::optional<std::vector<std::string>> trusted_keys(const Host_Services& services) const = 0;
 
-  /// Adds what this family finds wrong with a host, beyond tools, units and directories.
+  /// The keys of `trusted_keys` themselves; nothing when the package manager keeps none of its own, or they
+  /// cannot be read.
+  virtual std::optional<std::vector<Signing_Key>> read_installed_keys(
+      const Host_Services& /*services*/) const {
+    return std::nullopt;
+  }
+
   /// What must be put right before a cycle can begin; nothing when nothing must.
   virtual std::optional<Finding> find_cycle_obstacle(const Host_Services& services) const = 0;
 

@@ -28,6 +28,10 @@ struct Cause {
   std::string message;   ///< one sentence
   std::string evidence;  ///< file and line, or the command and the words that it printed
   std::string remedy;    ///< the command to type; a sentence where no command helps
+
+  /// It stands in the host's configuration, whatever has happened on the host since: a check names it before
+  /// the first cycle.
+  bool is_of_configuration = false;
 };
 
 using Causes = std::vector<Cause>;

@@ -11,8 +11,6 @@
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
-#include <cctype>
-
 namespace zant::velmora_host {
 namespace {
 
@@ -33,22 +31,37 @@ std::string time_or_unknown(const Time& time) {
 }
 
 std::string row(const char* name, const std::string& value) {
-  return fmt::format("{:<20}{}\n", name, printable_lines(value, "\\n"));
+  return fmt::format("{:<19} {}\n", name, printable_lines(value, "\\n"));
 }
 
 std::string indented(const char* name, const std::string& text) {
   return fmt::format("    {}: {}\n", name, printable_lines(text, "\n        "));
 }
 
-// A sentence begins with a capital letter, a command does not.
-bool is_command(const std::string& remedy) {
-  return !remedy.empty() && std::isupper(static_cast<unsigned char>(remedy.front())) == 0;
-}
-
 std::string describe(const Cause& cause) {
   return fmt::format("{} [{}]\n", printable(cause.message), cause.code) +
          indented("Evidence", cause.evidence) +
          indented(is_command(cause.remedy) ? "Remedy, to type" : "Remedy", cause.remedy);
+}
+
+// It was there when it was first seen.
+std::string describe_installed(const Verdict& verdict) {
+  if (verdict.outlook.installed.empty()) {
+    return "unknown, or not installed";
+  }
+  const auto& installed = verdict.history.installed;
+  return installed ? fmt::format("{}, since {} or earlier", verdict.outlook.installed,
+                                 to_iso_time(installed->since))
+                   : verdict.outlook.installed;
+}
+
+std::string describe_offered(const Verdict& verdict) {
+  if (verdict.outlook.offered.empty()) {
+    return "unknown, or none";
+  }
+  const auto& offered = verdict.history.offered;
+  return offered ? fmt::format("{}, newer since {}", verdict.outlook.offered, to_iso_time(offered->since))
+                 : verdict.outlook.offered;
 }
 
 std::string describe_last_run(const std::optional<Upgrade_Run>& run) {
@@ -65,10 +78,11 @@ Verdict make_verdict(const Settings& settings, const Host_Services& services, bo
 
 Verdict make_verdict(const Settings& settings, const Host_Services& services, bool online,
                      const Family_Registry& registry) {
+  const Report_Services report(services, online ? ONLINE_REPORT_LIMIT : REPORT_LIMIT);
   const Minded_Host host = find_minded_host(settings, services, registry);
   const auto last =
       verdict_store::read(*services.filesystem, verdict_store::file_in(settings.state_directory()));
-  return find_verdict(host, last ? last->history : Upgrade_History{}, online);
+  return find_verdict(host, last ? last->history : Upgrade_History{}, online, report.bounds());
 }
 
 std::string to_json_text(const Verdict& verdict) {
@@ -90,11 +104,8 @@ std::string to_json_text(const Verdict& verdict) {
 std::string to_text(const Verdict& verdict) {
   const Upgrade_Outlook& outlook = verdict.outlook;
   std::string text = row("Verdict", describe(verdict));
-  text += row("Installed", outlook.installed.empty() ? "unknown, or not installed" : outlook.installed);
-  text += row("Offered", outlook.offered.empty() ? "unknown, or none" : outlook.offered);
-  if (verdict.history.offered) {
-    text += row("Offered since", to_iso_time(verdict.history.offered->since));
-  }
+  text += row("Installed", describe_installed(verdict));
+  text += row("Offered", describe_offered(verdict));
   text += row("Repository answered", time_or_unknown(outlook.refreshed));
   text += row("Next run", time_or_unknown(outlook.next_run));
   text += row("Last run", describe_last_run(outlook.last_run));

@@ -9,11 +9,11 @@
 
 namespace zant::velmora_host {
 
-/// Finds out whether the package upgrades on this host. Changes nothing on the host.
+/// Finds out whether the package upgrades on this host, in less than 10 seconds. Changes nothing on the host.
 ///
-/// @param online whether the repository itself is asked, which may take up to 30 seconds. Otherwise no
-/// network
-///               is used.
+/// @param online whether the repository itself is asked, which takes up to 30 seconds. Otherwise no network
+/// is
+///               used.
 /// @throws Refusal on a host that cannot be minded.
 PACKAGE_MINDER_HOST_EXPORT Verdict make_verdict(const Settings& settings, const Host_Services& services,
                                                 bool online = false);

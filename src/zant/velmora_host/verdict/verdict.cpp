@@ -1,13 +1,15 @@
 #include <zant/velmora_host/verdict/verdict.hpp>
 
 #include <zant/velmora_host/base/enum_names.hpp>
-#include <zant/velmora_host/observation/cycle_record.hpp>
+#include <zant/velmora_host/base/iso_time.hpp>
 
 #include <zant/velmora/package_minder/package_constants.hpp>
 
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <cctype>
+#include <stdexcept>
 
 namespace zant::velmora_host {
 namespace {
@@ -36,6 +38,8 @@ void remember_installed(Upgrade_History& history, const std::string& version, sy
   }
   if (history.installed) {
     history.version_changed = now;
+    // What is offered beyond the new version has been so for an unknown time: from now on it is counted.
+    history.offered.reset();
   }
   history.installed = {version, now};
 }
@@ -43,12 +47,11 @@ void remember_installed(Upgrade_History& history, const std::string& version, sy
 // A further version while an older one waits does not begin the wait anew.
 void remember_offered(Upgrade_History& history, const Upgrade_Outlook& outlook,
                       system_clock::time_point now) {
-  if (!outlook.newer_is_offered) {
+  if (outlook.newer_is_offered) {
+    history.offered = {outlook.offered, history.offered ? history.offered->since : now};
+  } else if (!has_cause(outlook, Cause_Effect::OBSCURES)) {
+    // Tools that fail say nothing of what is offered.
     history.offered.reset();
-  } else if (history.offered) {
-    history.offered->version = outlook.offered;
-  } else {
-    history.offered = {outlook.offered, now};
   }
 }
 
@@ -62,19 +65,34 @@ void remember_run(Upgrade_History& history, const std::optional<Upgrade_Run>& ru
   }
 }
 
+void correct_times(Upgrade_History& history, system_clock::time_point now) {
+  if (history.offered) {
+    history.offered->since = std::min(history.offered->since, now);
+  }
+  if (history.installed) {
+    history.installed->since = std::min(history.installed->since, now);
+  }
+  if (history.version_changed) {
+    history.version_changed = std::min(*history.version_changed, now);
+  }
+  // They would hide all that come now.
+  std::erase_if(history.runs, [now](const Upgrade_Run& run) { return run.ended > now; });
+}
+
 std::string installed_of(const Upgrade_Outlook& outlook) {
-  return outlook.installed.empty() ? fmt::format("{} is not installed", PACKAGE_NAME)
-                                   : fmt::format("{} {}", PACKAGE_NAME, outlook.installed);
+  return outlook.installed.empty() ? PACKAGE_NAME : fmt::format("{} {}", PACKAGE_NAME, outlook.installed);
 }
 
 std::string when(const std::optional<system_clock::time_point>& time) {
   return time ? "at " + to_iso_time(*time) : "at an unknown time";
 }
 
+// None where nothing tells what is installed.
 std::string words_of_first_cause(const Upgrade_Outlook& outlook, Cause_Effect effect) {
   const auto cause = std::find_if(outlook.causes.begin(), outlook.causes.end(),
                                   [effect](const Cause& candidate) { return candidate.effect == effect; });
-  return cause == outlook.causes.end() ? "" : cause->message;
+  return cause == outlook.causes.end() ? "the host's tools do not tell which version is installed"
+                                       : cause->message;
 }
 
 }  // namespace
@@ -89,14 +107,8 @@ std::optional<Verdict_Kind> verdict_kind_from(std::string_view name) {
 
 Upgrade_History remembered(Upgrade_History history, const Upgrade_Outlook& outlook,
                            system_clock::time_point now) {
-  const bool is_changed =
-      history.installed && !outlook.installed.empty() && history.installed->version != outlook.installed;
-  if (is_changed) {
-    // What is offered beyond the new version has been so for an unknown time: from now on it is counted.
-    history.offered.reset();
-  }
+  correct_times(history, now);
   remember_installed(history, outlook.installed, now);
-  // Tools that fail say nothing of what is offered.
   if (!outlook.installed.empty() && !outlook.offered.empty()) {
     remember_offered(history, outlook, now);
   }
@@ -109,7 +121,7 @@ Verdict_Kind judge(const Upgrade_Outlook& outlook, const Upgrade_History& histor
   if (has_cause(outlook, Cause_Effect::BLOCKS)) {
     return Verdict_Kind::BLOCKED;
   }
-  if (has_cause(outlook, Cause_Effect::OBSCURES)) {
+  if (has_cause(outlook, Cause_Effect::OBSCURES) || outlook.installed.empty()) {
     return Verdict_Kind::CANNOT_BE_TOLD;
   }
   if (!outlook.newer_is_offered) {
@@ -117,6 +129,24 @@ Verdict_Kind judge(const Upgrade_Outlook& outlook, const Upgrade_History& histor
   }
   const bool is_overdue = history.offered && now - history.offered->since > overdue_after;
   return is_overdue ? Verdict_Kind::OVERDUE : Verdict_Kind::WAITING;
+}
+
+std::chrono::seconds offered_for(const Verdict& verdict) {
+  return verdict.history.offered ? std::chrono::duration_cast<std::chrono::seconds>(
+                                       verdict.found - verdict.history.offered->since)
+                                 : std::chrono::seconds(0);
+}
+
+bool is_command(const std::string& remedy) {
+  return !remedy.empty() && std::isupper(static_cast<unsigned char>(remedy.front())) == 0;
+}
+
+std::string with_remedy(const Cause& cause) {
+  if (cause.remedy.empty()) {
+    return cause.message;
+  }
+  return is_command(cause.remedy) ? fmt::format("{}: run \"{}\"", cause.message, cause.remedy)
+                                  : fmt::format("{}. {}", cause.message, cause.remedy);
 }
 
 std::string describe(const Verdict& verdict) {

@@ -56,7 +56,8 @@ struct Verdict {
   Upgrade_History history;  ///< with what was seen this time
 };
 
-/// What is remembered after one more look.
+/// What is remembered after one more look. A time that is later than now comes from a clock that has been set
+/// back since: it counts as now.
 Upgrade_History remembered(Upgrade_History history, const Upgrade_Outlook& outlook,
                            std::chrono::system_clock::time_point now);
 
@@ -66,7 +67,16 @@ Upgrade_History remembered(Upgrade_History history, const Upgrade_Outlook& outlo
 Verdict_Kind judge(const Upgrade_Outlook& outlook, const Upgrade_History& history,
                    std::chrono::seconds overdue_after, std::chrono::system_clock::time_point now);
 
+/// Since how long a newer version has been offered; zero when none is.
+PACKAGE_MINDER_HOST_EXPORT std::chrono::seconds offered_for(const Verdict& verdict);
+
 /// One line: "up to date: zant-velmora 2.0".
 PACKAGE_MINDER_HOST_EXPORT std::string describe(const Verdict& verdict);
+
+/// What to do about a cause, behind what it says: "MESSAGE: run "COMMAND"", or two sentences.
+PACKAGE_MINDER_HOST_EXPORT std::string with_remedy(const Cause& cause);
+
+/// Whether a remedy is a command to type. A sentence begins with a capital letter.
+bool is_command(const std::string& remedy);
 
 }  // namespace zant::velmora_host

@@ -88,8 +88,11 @@ Upgrade_History history_from(const Json& json) {
 
 Cause cause_from(const Json& json) {
   return {known(value_of(EFFECT_NAMES, json.at("effect").get<std::string>())),
-          json.at("code").get<std::string>(), json.at("message").get<std::string>(),
-          json.at("evidence").get<std::string>(), json.at("remedy").get<std::string>()};
+          json.at("code").get<std::string>(),
+          json.at("message").get<std::string>(),
+          json.at("evidence").get<std::string>(),
+          json.at("remedy").get<std::string>(),
+          json.at("configuration").get<bool>()};
 }
 
 Upgrade_Outlook outlook_from(const Json& json) {
@@ -123,7 +126,8 @@ Json causes_to_json(const Causes& causes) {
                     {"effect", name_of(EFFECT_NAMES, cause.effect)},
                     {"message", cause.message},
                     {"evidence", cause.evidence},
-                    {"remedy", cause.remedy}});
+                    {"remedy", cause.remedy},
+                    {"configuration", cause.is_of_configuration}});
   }
   return json;
 }

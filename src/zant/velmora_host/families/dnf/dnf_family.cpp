@@ -1,7 +1,7 @@
 #include <zant/velmora_host/families/dnf/dnf_family.hpp>
 
-#include <zant/velmora_host/families/dnf/dnf_outlook.hpp>
 #include <zant/velmora_host/base/printable.hpp>
+#include <zant/velmora_host/families/dnf/dnf_outlook.hpp>
 #include <zant/velmora_host/families/dnf/included_packages.hpp>
 #include <zant/velmora_host/families/dnf/repository_files.hpp>
 #include <zant/velmora_host/families/linux_package_factory.hpp>
@@ -25,6 +25,7 @@
 #include <array>
 #include <charconv>
 #include <chrono>
+#include <string_view>
 
 namespace zant::velmora_host {
 namespace {
@@ -54,6 +55,9 @@ constexpr const char* NO_CONFLICTING_TIMER =
 // rpm keeps each key as a package. It fails when there is none, and says so on standard output.
 constexpr const char* KEY_LIST_QUERY =
     "rpm --query --queryformat '%{NAME}-%{VERSION}-%{RELEASE} %{SUMMARY}\\n' gpg-pubkey";
+// The keys themselves, armoured.
+constexpr const char* KEY_TEXT_QUERY = "rpm --query --queryformat '%{DESCRIPTION}\\n' gpg-pubkey";
+constexpr std::string_view KEY_BEGIN = "-----BEGIN PGP PUBLIC KEY BLOCK-----";
 constexpr const char* NO_KEYS = "package gpg-pubkey is not installed";
 
 constexpr const char* RPM_VERSION_QUERY = "rpm --query --queryformat '%{{VERSION}}-%{{RELEASE}}' {}";
@@ -356,6 +360,24 @@ std::optional<std::vector<std::string>> DNF_Family::trusted_keys(const Host_Serv
   // A key's owner is whatever the key says.
   std::transform(keys.begin(), keys.end(), keys.begin(), printable);
   std::sort(keys.begin(), keys.end());
+  return keys;
+}
+
+// One that our reader does not understand hides no other.
+std::optional<std::vector<Signing_Key>> DNF_Family::read_installed_keys(const Host_Services& services) const {
+  const auto answer = services.system->run_command(KEY_TEXT_QUERY, velmora::Run_Flag::WAIT_AND_CAPTURE);
+  if (answer.exit_code != 0) {
+    return std::nullopt;
+  }
+  std::vector<Signing_Key> keys;
+  std::size_t begin = answer.output.find(KEY_BEGIN);
+  while (begin != std::string::npos) {
+    const std::size_t next = answer.output.find(KEY_BEGIN, begin + KEY_BEGIN.size());
+    if (const auto keyring = parse_keyring(std::string_view(answer.output).substr(begin, next - begin))) {
+      keys.insert(keys.end(), keyring->keys.begin(), keyring->keys.end());
+    }
+    begin = next;
+  }
   return keys;
 }
 

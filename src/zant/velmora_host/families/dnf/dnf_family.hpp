@@ -41,6 +41,7 @@ class DNF_Family : public Family {
   std::optional<std::vector<Signing_Key>> read_keys(
       const Host_Services& services, const boost::filesystem::path& staging_tree) const override;
   std::optional<std::vector<std::string>> trusted_keys(const Host_Services& services) const override;
+  std::optional<std::vector<Signing_Key>> read_installed_keys(const Host_Services& services) const override;
   std::optional<Finding> find_cycle_obstacle(const Host_Services& services) const override;
   Findings find_weaknesses(const Settings& settings, const Host_Services& services,
                            velmora::Init init) const override;
