@@ -1,7 +1,7 @@
 #include <zant/velmora_host/families/dnf/dnf_family.hpp>
 
-#include <zant/velmora_host/families/dnf/dnf_outlook.hpp>
 #include <zant/velmora_host/base/printable.hpp>
+#include <zant/velmora_host/families/dnf/dnf_outlook.hpp>
 #include <zant/velmora_host/families/dnf/included_packages.hpp>
 #include <zant/velmora_host/families/dnf/repository_files.hpp>
 #include <zant/velmora_host/families/linux_package_factory.hpp>
