@@ -307,9 +307,9 @@ class Look:
             if not self.request["online"]:
                 self.found("never_refreshed")
             return
-        if self.answer["refreshed"] is None and os.path.exists(index_of(vendor)):
-            self.answer["refreshed"] = int(os.stat(index_of(vendor)).st_mtime)
         self.load(base)
+        if self.answer["refreshed"] is None and vendor.metadata:
+            self.answer["refreshed"] = int(time.time() - vendor._repo.getAge())
 
     def look_for_broken_file(self, base):
         """DNF passes over a file that it cannot read, with all repositories in it."""
