@@ -34,6 +34,8 @@ NEXT_REPOSITORY = "package-minder-next"
 LONGEST_WORDS = 2000
 # A cache that is not asked anew for longer than DNF's own default hides what is new.
 LONGEST_EXPIRY = 172800
+# Less than this is no room for anything.
+LEAST_ROOM = 64 * 1024
 # What --online fetches of a package to see whether rpm takes its signature.
 LARGEST_PACKAGE = 20 * 1024 * 1024
 OPERATORS = {"=": "EQ", "<": "LT", ">": "GT", "<=": "LE", ">=": "GE"}
@@ -90,7 +92,7 @@ class Automatic:
 
     def __init__(self, request):
         self.request = request
-        options = dnf.automatic.main.parse_arguments(request["arguments"])[0]
+        options = self.options = dnf.automatic.main.parse_arguments(request["arguments"])[0]
         self.settings = dnf.automatic.main.AutomaticConfig(
             options.conf_path, options.downloadupdates, options.installupdates
         )
@@ -114,7 +116,8 @@ class Automatic:
         cli._read_conf_file()
         cli.demands.resolving = True
         self.settings.update_baseconf(base.conf)
-        base.init_plugins(cli=cli)
+        # It writes where it always does.
+        base.init_plugins(disabled_glob=("generate_completion_cache",), cli=cli)
         base.pre_configure_plugins()
         base.read_all_repos()
         base.configure_plugins()
@@ -274,7 +277,8 @@ class Look:
         commands = self.automatic.settings.commands
         place = [(self.automatic.settings_file, "commands")]
         if not commands.apply_updates:
-            self.found("not_applied", place_of_option(place, ("apply_updates",)))
+            is_of_configuration = self.automatic.options.installupdates is None
+            self.found("not_applied", place_of_option(place, ("apply_updates",)) if is_of_configuration else None)
         self.upgrade_type = commands.upgrade_type
 
     def look_at_cache_settings(self, base):
@@ -605,19 +609,37 @@ class Look:
 
     def look_at_room(self, base, package, installed):
         growth = package.installsize - installed.installsize
-        self.look_at_disk("/usr", growth, package)
-        self.look_at_disk(self.automatic.real.cachedir, package.downloadsize, package)
-        self.look_at_disk(base.conf.installroot.rstrip("/") + "/var/lib/rpm", 1, package)
+        directories = sorted({os.path.dirname(name) for name in installed.files}) or ["/usr"]
+        by_device = {}
+        for directory in map(existing, directories):
+            is_read_only = os.statvfs(directory).f_flag & os.ST_RDONLY
+            by_device.setdefault((os.stat(directory).st_dev, is_read_only), directory)
+        for directory in by_device.values():
+            self.look_at_disk(directory, 0)
+        # How much goes where is not known before the package is there.
+        roomiest = max(by_device.values(), key=lambda directory: os.statvfs(directory).f_bavail)
+        self.look_at_disk(roomiest, growth)
+        self.look_at_disk(self.automatic.real.cachedir, package.downloadsize)
+        self.look_at_disk("/var/lib/rpm", 0)
 
-    def look_at_disk(self, directory, needed, package):
-        while not os.path.isdir(directory):
-            directory = os.path.dirname(directory)
+    def look_at_disk(self, directory, needed):
+        directory = existing(directory)
         state = os.statvfs(directory)
         free = state.f_bavail * state.f_frsize
+        # A file system without a number of files, like one of a network, names none.
+        lacks_files = state.f_files > 0 and state.f_ffree == 0
+        if any(each.get("directory") == directory for each in self.obstacles):
+            return
         if state.f_flag & os.ST_RDONLY:
             self.found("read_only", directory=directory)
-        elif free < max(needed, 64 * 1024) or (state.f_files and not state.f_favail and state.f_ffree == 0):
-            self.found("disk_full", directory=directory, free=free, needed=max(needed, 0))
+        elif free < max(needed, LEAST_ROOM) or lacks_files:
+            self.found("disk_full", directory=directory, free=free, needed=max(needed, LEAST_ROOM))
+
+
+def existing(directory):
+    while not os.path.isdir(directory):
+        directory = os.path.dirname(directory)
+    return directory
 
 
 def main():
