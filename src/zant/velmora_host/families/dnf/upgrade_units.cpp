@@ -197,7 +197,10 @@ Causes find_unit_causes(const Upgrade_Units& units, bool are_wanted) {
     }
     causes.push_back(*cause);
   }
-  if (auto cause = find_service_cause(units)) {
+  // Both come with one package.
+  const bool are_missing =
+      is(units.timer, "LoadState", "not-found") && is(units.service, "LoadState", "not-found");
+  if (auto cause = find_service_cause(units); cause && !are_missing) {
     causes.push_back(*cause);
   }
   return causes;
