@@ -34,8 +34,10 @@ NEXT_REPOSITORY = "package-minder-next"
 LONGEST_WORDS = 2000
 # A cache that is not asked anew for longer than DNF's own default hides what is new.
 LONGEST_EXPIRY = 172800
-# Less than this is no room for anything.
-LEAST_ROOM = 64 * 1024
+LONGEST_PROBES = 12
+# Less than the first is no room for anything; less than the second may do for a run, or not.
+LEAST_ROOM = 4 * 1024
+USUAL_ROOM = 1024 * 1024
 # What --online fetches of a package to see whether rpm takes its signature.
 LARGEST_PACKAGE = 20 * 1024 * 1024
 OPERATORS = {"=": "EQ", "<": "LT", ">": "GT", "<=": "LE", ">=": "GE"}
@@ -92,12 +94,12 @@ class Automatic:
 
     def __init__(self, request):
         self.request = request
-        options = self.options = dnf.automatic.main.parse_arguments(request["arguments"])[0]
+        options = self.options = dnf.automatic.main.parse_arguments(request["arguments"][1:])[0]
         self.settings = dnf.automatic.main.AutomaticConfig(
             options.conf_path, options.downloadupdates, options.installupdates
         )
         self.settings_file = self.settings.filename
-        self.stage = "configuration"
+        dnf.automatic.main.build_emitters(self.settings)
         real = dnf.conf.Conf()
         real.read()
         self.settings.update_baseconf(real)
@@ -253,6 +255,7 @@ class Look:
         self.answer = {"installed": "", "offered": "", "newer": False, "refreshed": None, "obstacles": self.obstacles}
         self.automatic = None
         self.unknown = []
+        self.begin = time.time()
 
     def found(self, kind, place=None, words="", **more):
         self.obstacles.append(
@@ -260,6 +263,9 @@ class Look:
         )
 
     def run(self):
+        program = self.request["arguments"][0]
+        if not os.access(program, os.X_OK):
+            self.found("no_program", words="%s: %s" % (program, "not executable" if os.path.exists(program) else "missing"))
         try:
             self.automatic = Automatic(self.request)
             self.look_at_automatic_settings()
@@ -362,6 +368,22 @@ class Look:
             elif not is_known(repo):
                 self.unknown.append(repo.id)
                 repo.disable()
+            if self.request["online"] and repo.id != self.vendor.id:
+                self.probe(base, repo)
+
+    def probe(self, base, repo):
+        """A repository that must be there and is not ends the whole run. Only its first file is fetched."""
+        is_asked = repo.id in self.unknown or (repo._metadata_expire_in()[1] or 1) <= 0
+        if repo.skip_if_unavailable or is_local(repo) or not is_asked or time.time() > self.begin + LONGEST_PROBES:
+            return
+        address = repo.metalink or repo.mirrorlist or (repo.baseurl[0].rstrip("/") + "/repodata/repomd.xml" if repo.baseurl else "")
+        if not address:
+            return
+        repo.timeout, repo.retries = 4, 1
+        try:
+            base.urlopen(address, repo=repo, mode="w+b").close()
+        except Exception as problem:
+            self.found("unreadable", words="repository '%s': %s" % (repo.id, problem))
 
     def load(self, base):
         try:
@@ -615,14 +637,15 @@ class Look:
             is_read_only = os.statvfs(directory).f_flag & os.ST_RDONLY
             by_device.setdefault((os.stat(directory).st_dev, is_read_only), directory)
         for directory in by_device.values():
-            self.look_at_disk(directory, 0)
+            self.look_at_disk(directory, 0, 0)
         # How much goes where is not known before the package is there.
         roomiest = max(by_device.values(), key=lambda directory: os.statvfs(directory).f_bavail)
-        self.look_at_disk(roomiest, growth)
-        self.look_at_disk(self.automatic.real.cachedir, package.downloadsize)
-        self.look_at_disk("/var/lib/rpm", 0)
+        self.look_at_disk(roomiest, growth, 0)
+        self.look_at_disk(self.automatic.real.cachedir, package.downloadsize, USUAL_ROOM)
+        self.look_at_disk(self.automatic.real.persistdir, 0, USUAL_ROOM)
+        self.look_at_disk("/var/lib/rpm", 0, USUAL_ROOM)
 
-    def look_at_disk(self, directory, needed):
+    def look_at_disk(self, directory, needed, usual):
         directory = existing(directory)
         state = os.statvfs(directory)
         free = state.f_bavail * state.f_frsize
@@ -634,6 +657,8 @@ class Look:
             self.found("read_only", directory=directory)
         elif free < max(needed, LEAST_ROOM) or lacks_files:
             self.found("disk_full", directory=directory, free=free, needed=max(needed, LEAST_ROOM))
+        elif free < needed + usual:
+            self.found("disk_low", directory=directory, free=free, needed=needed + usual)
 
 
 def existing(directory):

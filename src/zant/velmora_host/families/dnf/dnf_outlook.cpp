@@ -29,7 +29,8 @@ constexpr const char* INSTALLED_QUERY =
     "timeout --kill-after=1 4 rpm --query --queryformat '%{{VERSION}}-%{{RELEASE}}' {} 2> /dev/null";
 
 // What the service of the distribution's package gives it; for a host whose service is not to be had.
-const std::vector<std::string> USUAL_ARGUMENTS = {"--timer", "--installupdates"};
+const std::vector<std::string> USUAL_WORDS = {"/usr/bin/dnf-automatic", "/etc/dnf/automatic.conf",
+                                              "--installupdates"};
 
 std::string installed_version(velmora::System& system) {
   const auto answer =
@@ -118,8 +119,8 @@ Upgrade_Outlook find(const Outlook_Question& question) {
   const auto units = question.init == velmora::Init::systemd
                          ? ask_for_upgrade_units(*question.services.system)
                          : std::nullopt;
-  const auto arguments = units ? arguments_of_automatic(*units) : std::nullopt;
-  const Run_Preview preview = preview_run(question, arguments.value_or(USUAL_ARGUMENTS));
+  const auto arguments = units ? words_of_automatic(*units) : std::nullopt;
+  const Run_Preview preview = preview_run(question, arguments.value_or(USUAL_WORDS));
 
   Upgrade_Outlook outlook;
   outlook.installed =

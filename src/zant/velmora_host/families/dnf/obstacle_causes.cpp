@@ -248,6 +248,17 @@ Cause disk_full(const Obstacle& obstacle) {
                 fmt::format("Make room in {}", obstacle.directory));
 }
 
+Cause disk_low(const Obstacle& obstacle) {
+  return obscures("disk.low", "There may not be enough room on the disk for a run",
+                  fmt::format("{}: {} bytes are free", obstacle.directory, obstacle.free_bytes),
+                  fmt::format("Make room in {}", obstacle.directory));
+}
+
+Cause no_program(const Obstacle& obstacle) {
+  return blocks("service.program_missing", "The service cannot start dnf-automatic", obstacle.words,
+                "dnf -y reinstall dnf-automatic");
+}
+
 Cause read_only(const Obstacle& obstacle) {
   return blocks("disk.read_only", fmt::format("{} is on a file system that is read-only", obstacle.directory),
                 fmt::format("statvfs {}: ST_RDONLY", obstacle.directory),
@@ -328,6 +339,8 @@ const std::map<std::string, std::function<Cause(const Obstacle&)>>& causes_by_ki
       {"no_key", no_key},
       {"signature_refused", signature_refused},
       {"disk_full", disk_full},
+      {"disk_low", disk_low},
+      {"no_program", no_program},
       {"read_only", read_only},
       {"not_registered", not_registered},
       {"switched_off", switched_off},

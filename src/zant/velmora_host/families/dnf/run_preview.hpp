@@ -26,7 +26,7 @@ struct Run_Preview {
 
 /// Asks. Never throws for what the tools print.
 ///
-/// @param arguments what the host's service gives dnf-automatic.
+/// @param arguments the words with which the host's service starts dnf-automatic, the program first.
 Run_Preview preview_run(const Outlook_Question& question, const std::vector<std::string>& arguments);
 
 }  // namespace zant::velmora_host::dnf_outlook

@@ -24,7 +24,9 @@ constexpr const char* UNITS_QUERY =
     "TZ=UTC timeout --kill-after=1 4 systemctl show "
     "--property=Id,LoadState,LoadError,UnitFileState,ActiveState,Result,Unit,NextElapseUSecRealtime,"
     "NextElapseUSecMonotonic,ExecStart,ExecMainStatus,ExecMainExitTimestamp,ConditionResult,"
-    "ConditionTimestamp,FragmentPath,DropInPaths dnf-automatic-install.timer dnf-automatic-install.service";
+    "ConditionTimestamp,FragmentPath,DropInPaths,User,ReadOnlyPaths,InaccessiblePaths,ProtectSystem,"
+    "PrivateNetwork "
+    "dnf-automatic-install.timer dnf-automatic-install.service";
 
 constexpr const char* SERVICE = "dnf-automatic-install.service";
 constexpr const char* PROGRAM = "dnf-automatic";
@@ -129,6 +131,12 @@ std::optional<Cause> find_timer_cause(const Properties& timer) {
   return std::nullopt;
 }
 
+bool is_confined(const Properties& service) {
+  const std::string protection = value_of(service, "ProtectSystem");
+  return !value_of(service, "ReadOnlyPaths").empty() || !value_of(service, "InaccessiblePaths").empty() ||
+         (!protection.empty() && protection != "no") || is(service, "PrivateNetwork", "yes");
+}
+
 std::optional<Cause> find_service_cause(const Upgrade_Units& units) {
   const Properties& service = units.service;
   const std::string evidence = evidence_of(service, {"LoadState", "LoadError", "UnitFileState"});
@@ -144,11 +152,23 @@ std::optional<Cause> find_service_cause(const Upgrade_Units& units) {
   if (!is(service, "LoadState", "loaded")) {
     return blocking("service.invalid", fmt::format("systemd cannot read {}", SERVICE), evidence, revert);
   }
-  if (!arguments_of_automatic(units)) {
+  if (!words_of_automatic(units)) {
     return Cause{
         Cause_Effect::OBSCURES, "service.replaced",
         fmt::format("{} starts something else than {}, and what that does is unknown", SERVICE, PROGRAM),
         evidence_of(service, {"ExecStart", "FragmentPath", "DropInPaths"}), revert};
+  }
+  if (const std::string user = value_of(service, "User"); !user.empty() && user != "root" && user != "0") {
+    return blocking("service.unprivileged",
+                    fmt::format("{} runs as {}, who may not install anything", SERVICE, user),
+                    evidence_of(service, {"User", "DropInPaths"}), revert);
+  }
+  if (is_confined(service)) {
+    return Cause{Cause_Effect::OBSCURES, "service.confined",
+                 fmt::format("{} is confined, and whether it can install anything then is unknown", SERVICE),
+                 evidence_of(service, {"ReadOnlyPaths", "InaccessiblePaths", "ProtectSystem",
+                                       "PrivateNetwork", "DropInPaths"}),
+                 revert};
   }
   if (is(service, "ConditionResult", "no") && !value_of(service, "ConditionTimestamp").empty()) {
     return blocking(
@@ -206,7 +226,7 @@ Causes find_unit_causes(const Upgrade_Units& units, bool are_wanted) {
   return causes;
 }
 
-std::optional<std::vector<std::string>> arguments_of_automatic(const Upgrade_Units& units) {
+std::optional<std::vector<std::string>> words_of_automatic(const Upgrade_Units& units) {
   const std::string text = value_of(units.service, "ExecStart");
   const std::string mark = "argv[]=";
   const std::size_t begin = text.find(mark);
@@ -221,7 +241,6 @@ std::optional<std::vector<std::string>> arguments_of_automatic(const Upgrade_Uni
   if (program != PROGRAM) {
     return std::nullopt;
   }
-  words.erase(words.begin());
   return words;
 }
 

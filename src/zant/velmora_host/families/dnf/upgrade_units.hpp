@@ -28,8 +28,9 @@ std::optional<Upgrade_Units> ask_for_upgrade_units(velmora::System& system);
 /// @param are_wanted whether package-minder is to keep automatic upgrades running.
 Causes find_unit_causes(const Upgrade_Units& units, bool are_wanted);
 
-/// The words that the service gives dnf-automatic; nothing when it starts something else.
-std::optional<std::vector<std::string>> arguments_of_automatic(const Upgrade_Units& units);
+/// The words with which the service starts dnf-automatic, the program first; nothing when it starts something
+/// else.
+std::optional<std::vector<std::string>> words_of_automatic(const Upgrade_Units& units);
 
 /// Whether a run is going on.
 bool is_upgrading(const Upgrade_Units& units);

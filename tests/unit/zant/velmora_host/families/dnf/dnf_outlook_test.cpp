@@ -84,7 +84,9 @@ TEST_F(DnfOutlook, AsksWithTheArgumentsOfTheService) {
   outlook(true);
 
   const std::string request = host_.read("/private/request.json");
-  EXPECT_THAT(request, HasSubstr(R"("arguments":["/etc/dnf/automatic.conf","--installupdates"])"));
+  EXPECT_THAT(
+      request,
+      HasSubstr(R"("arguments":["/usr/bin/dnf-automatic","/etc/dnf/automatic.conf","--installupdates"])"));
   EXPECT_THAT(request, HasSubstr(R"("online":true)"));
   EXPECT_THAT(request, HasSubstr(R"("package":"zant-velmora")"));
 }

@@ -66,6 +66,8 @@ TEST(DnfObstacleCauses, HaveACodeEach) {
       {"no_key", "repository.key_not_imported"},
       {"signature_refused", "repository.signature_refused"},
       {"disk_full", "disk.full"},
+      {"disk_low", "disk.low"},
+      {"no_program", "service.program_missing"},
       {"read_only", "disk.read_only"},
       {"not_registered", "repository.not_registered"},
       {"not_installed", "package.not_installed"},

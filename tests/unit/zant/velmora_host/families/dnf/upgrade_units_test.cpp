@@ -21,7 +21,9 @@ constexpr const char* SHOW =
     "TZ=UTC timeout --kill-after=1 4 systemctl show "
     "--property=Id,LoadState,LoadError,UnitFileState,ActiveState,Result,Unit,NextElapseUSecRealtime,"
     "NextElapseUSecMonotonic,ExecStart,ExecMainStatus,ExecMainExitTimestamp,ConditionResult,"
-    "ConditionTimestamp,FragmentPath,DropInPaths dnf-automatic-install.timer dnf-automatic-install.service";
+    "ConditionTimestamp,FragmentPath,DropInPaths,User,ReadOnlyPaths,InaccessiblePaths,ProtectSystem,"
+    "PrivateNetwork "
+    "dnf-automatic-install.timer dnf-automatic-install.service";
 
 class DnfUpgradeUnits : public ::testing::Test {
  protected:
@@ -62,8 +64,9 @@ TEST_F(DnfUpgradeUnits, OfAHealthyHostHaveNoCause) {
   EXPECT_THAT(codes(), IsEmpty());
   EXPECT_EQ(next_run_of(units()), parse_iso_time("2026-11-23T03:01:58Z"));
   EXPECT_FALSE(last_run_of(units())) << "none since boot";
-  EXPECT_THAT(arguments_of_automatic(units()).value(),
-              ElementsAre("/etc/dnf/automatic.conf", "--timer", "--installupdates"));
+  EXPECT_THAT(
+      words_of_automatic(units()).value(),
+      ElementsAre("/usr/bin/dnf-automatic", "/etc/dnf/automatic.conf", "--timer", "--installupdates"));
 }
 
 TEST_F(DnfUpgradeUnits, AreReadFromSystemd) {
@@ -150,6 +153,17 @@ TEST_F(DnfUpgradeUnits, NameAServiceThatCannotUpgrade) {
   EXPECT_EQ(remedy(), "systemctl revert dnf-automatic-install.service");
 }
 
+TEST_F(DnfUpgradeUnits, NameAServiceThatMayNotUpgrade) {
+  service_["ProtectSystem"] = "no";
+  EXPECT_THAT(codes(), IsEmpty());
+
+  service_["ReadOnlyPaths"] = "/usr";
+  EXPECT_THAT(codes(), ElementsAre("service.confined"));
+
+  service_["User"] = "nobody";
+  EXPECT_THAT(codes(), ElementsAre("service.unprivileged"));
+}
+
 TEST_F(DnfUpgradeUnits, ThatNobodyWantsAreToldAsSwitchedOff) {
   timer_["ActiveState"] = "inactive";
 
@@ -181,7 +195,7 @@ TEST_F(DnfUpgradeUnits, SurviveNonsense) {
   }
   for (const char* text : {"", "argv[]=", "argv[]= ; ", "{ argv[]=dnf-automatic"}) {
     service_["ExecStart"] = text;
-    EXPECT_FALSE(arguments_of_automatic(units())) << text;
+    EXPECT_FALSE(words_of_automatic(units())) << text;
   }
 }
 
