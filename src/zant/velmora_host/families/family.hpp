@@ -95,6 +95,10 @@ class Family {
   virtual std::optional<int> planned_exit_code_of(const std::string& query, velmora::Filesystem& planned,
                                                   velmora::Filesystem& real) const = 0;
 
+  /// The form in which a report runs a query of the library's: it must neither use the network nor wait for
+  /// it, and answers from what the host knows.
+  virtual std::string report_form_of(const std::string& query) const { return query; }
+
   /// Variables that this family's command lines need, beside what the command service gives to all.
   virtual std::map<std::string, std::string> command_environment() const = 0;
 

@@ -1,0 +1,18 @@
+#pragma once
+
+#include <zant/velmora_host/families/dnf/run_preview.hpp>
+#include <zant/velmora_host/families/upgrade_outlook.hpp>
+
+#include <zant/velmora/host/system.hpp>
+
+#include <optional>
+#include <string>
+
+namespace zant::velmora_host::dnf_outlook {
+
+/// What the last run of the upgrade service, which failed, makes one fear of the next; nothing when its words
+/// speak of the network alone and the run before succeeded.
+std::optional<Cause> find_cause_of_failed_run(velmora::System& system, const Upgrade_Run& run,
+                                              const Run_Preview& preview);
+
+}  // namespace zant::velmora_host::dnf_outlook
