@@ -239,7 +239,7 @@ class Outlook:
         files = [file for v in cache[self.name].version_list if v.ver_str == version for file, _ in v.file_list]
         try:
             origins = module.get_allowed_origins()
-            allowed = [any([module.match_whitelist_string(origin, file) for origin in origins]) for file in files]
+            allowed = [module.is_allowed_origin(file, origins) for file in files]
         except Exception as error:
             return {"error": words_of(error)}
         described = [f"o={f.origin},a={f.archive},l={f.label},c={f.component},n={getattr(f, 'codename', '')},site={f.site}" for f in files]
@@ -339,9 +339,12 @@ class Outlook:
         self.answer["on_shutdown"] = self.apt_pkg.config.find_b("Unattended-Upgrade::InstallOnShutdown", False)
         self.answer["origins"] = self.ask_origins(module, version)
         self.answer["lists"] = self.ask_lists(module)
-        if self.answer["origins"]["error"] or self.answer["lists"]["error"]:
+        try:
+            self.answer["upgrade"] = self.ask_upgrade(module, version)
+        except Exception as error:
+            # It would end like this itself: an origin or a pattern that cannot be read does it.
+            self.answer["crash"] = words_of(error)
             return
-        self.answer["upgrade"] = self.ask_upgrade(module, version)
         self.answer["conffile_prompt"] = self.ask_conffiles(module, version)
         self.answer["stage"] = "done"
 

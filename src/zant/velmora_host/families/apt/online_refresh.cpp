@@ -10,6 +10,7 @@
 #include <fmt/format.h>
 
 #include <array>
+#include <regex>
 #include <string_view>
 #include <vector>
 
@@ -124,7 +125,34 @@ std::optional<Cause> find_dead_proxy(const APT_Settings& settings, const std::st
   return std::nullopt;
 }
 
-Cause meaning_of(const Answer& answer, const APT_Settings& settings) {
+// A changed origin is none that upgrades may come from, even once APT has accepted it.
+std::string remedy_for_change(const std::string& words) {
+  static const std::regex CHANGE("'Origin' value from '[^']*' to '([^']*)'");
+  const std::string accept = "apt-get --allow-releaseinfo-change update";
+  std::smatch match;
+  if (!std::regex_search(words, match, CHANGE)) {
+    return accept;
+  }
+  const std::string line = fmt::format("Unattended-Upgrade::Origins-Pattern {{\"o={}\";}};", match[1].str());
+  return fmt::format("{} && echo {} > /etc/apt/apt.conf.d/zzz-zant-velmora", accept, quoted(line));
+}
+
+std::string remedy_for(const Words_And_Meaning& meaning, const Outlook_Question& question,
+                       const std::string& words) {
+  const std::string code = meaning.code;
+  if (code == "repository.changed") {
+    return remedy_for_change(words);
+  }
+  const path shipped =
+      question.settings.staging_directory() / "keyrings" / APT_Constants::APT_REPO_KEYRING_FILE;
+  if (code == "repository.signature_refused" &&
+      !question.services.filesystem->files_equal(shipped, APT_Constants::REPO_KEYRING_PATH)) {
+    return "package-minder once";
+  }
+  return meaning.remedy;
+}
+
+Cause meaning_of(const Outlook_Question& question, const Answer& answer, const APT_Settings& settings) {
   const std::string evidence = told("apt-get update, of the repository alone", answer.words);
   if (auto proxy = find_dead_proxy(settings, answer.words, evidence)) {
     return *proxy;
@@ -134,7 +162,8 @@ Cause meaning_of(const Answer& answer, const APT_Settings& settings) {
   }
   for (const auto& meaning : MEANINGS) {
     if (answer.words.find(meaning.words) != std::string::npos) {
-      return {meaning.effect, meaning.code, meaning.message, evidence, meaning.remedy};
+      return {meaning.effect, meaning.code, meaning.message, evidence,
+              remedy_for(meaning, question, answer.words)};
     }
   }
   return obscures("repository.refresh_failed", "the repository does not answer as it should", evidence,
@@ -189,7 +218,7 @@ Online_Refresh refresh_online(const Outlook_Question& question, const path& conf
   if (answer.succeeded() && !lacks) {
     return {lists, {}};
   }
-  return {std::nullopt, {meaning_of(answer, settings)}};
+  return {std::nullopt, {meaning_of(question, answer, settings)}};
 }
 
 Causes find_missing_package(const Outlook_Question& question, const path& configuration,

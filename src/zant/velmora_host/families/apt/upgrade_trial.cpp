@@ -129,10 +129,12 @@ class Trial {
     if (json.contains("days")) {
       judge_days_(json.at("days").get<std::vector<bool>>());
       judge_stops_(json);
-      judge_origins_(json.at("origins"));
-      judge_lists_(json.at("lists"));
+    }
+    if (const std::string crash = json.value("crash", ""); !crash.empty()) {
+      judge_crash_(json, crash);
     }
     if (json.contains("upgrade")) {
+      judge_exclusions_(json);
       judge_upgrade_(json.at("upgrade"), judged);
     }
     if (const std::string file = json.value("conffile_prompt", ""); !file.empty()) {
@@ -288,17 +290,36 @@ class Trial {
     }
   }
 
-  void judge_origins_(const Json& origins) {
-    if (const std::string error = origins.value("error", ""); !error.empty()) {
-      const auto place = place_of_bad_origin_();
+  // Which entry matters depends on which is looked at first: so only an end of the whole is taken for a
+  // fault.
+  void judge_crash_(const Json& json, const std::string& crash) {
+    const Json& lists = json.at("lists");
+    if (const std::string error = lists.value("error", ""); !error.empty()) {
+      const char* const item = boost::algorithm::starts_with(error, BLACKLIST) ? BLACKLIST : WHITELIST;
+      const auto place = settings_.place_of(item, lists.value("unreadable", ""));
+      trial_.causes.push_back(
+          blocks("patterns.unreadable", "unattended-upgrade cannot read a pattern of packages, and fails",
+                 (place ? place->evidence() + "; " : "") + error, settings_.without(place, clearing_(item))));
+    } else if (const auto place = place_of_bad_origin_()) {
       trial_.causes.push_back(
           blocks("origins.unreadable",
                  "unattended-upgrade cannot read the origins that it may upgrade from, and fails",
-                 (place ? place->evidence() + "; " : "") + error,
+                 place->evidence() + "; " + crash,
                  settings_.without(place, clearing_(ORIGINS) + " && package-minder once")));
-      return;
+    } else {
+      trial_.causes.push_back(failure_("ask", crash));
     }
-    if (origins.at("is_allowed").get<bool>()) {
+  }
+
+  void judge_exclusions_(const Json& json) {
+    if (!json.at("upgrade").at("upgrades").get<bool>()) {
+      judge_origins_(json.at("origins"));
+      judge_lists_(json.at("lists"));
+    }
+  }
+
+  void judge_origins_(const Json& origins) {
+    if (!origins.value("error", "").empty() || origins.at("is_allowed").get<bool>()) {
       return;
     }
     const auto described = origins.at("origins").get<std::vector<std::string>>();
@@ -354,14 +375,7 @@ class Trial {
   }
 
   void judge_lists_(const Json& lists) {
-    if (const std::string error = lists.value("error", ""); !error.empty()) {
-      const bool is_blacklist = boost::algorithm::starts_with(error, BLACKLIST);
-      const auto place =
-          settings_.place_of(is_blacklist ? BLACKLIST : WHITELIST, lists.value("unreadable", ""));
-      trial_.causes.push_back(
-          blocks("patterns.unreadable", "unattended-upgrade cannot read a pattern of packages, and fails",
-                 (place ? place->evidence() + "; " : "") + error,
-                 settings_.without(place, clearing_(is_blacklist ? BLACKLIST : WHITELIST))));
+    if (!lists.value("error", "").empty()) {
       return;
     }
     for (const auto& pattern : lists.at("blacklisted_by").get<std::vector<std::string>>()) {
