@@ -79,7 +79,7 @@ CONFIGURATION = [
     Story("upgrades when the host shuts down", "upgrades.on_shutdown_only", setting('Unattended-Upgrade::InstallOnShutdown "true";'), f"{APT_CONFIGURATION}/99local:1:", ahead=True),
     Story("no day of the week", "upgrades.not_today", setting('Unattended-Upgrade::Update-Days {"Never";};'), f"{APT_CONFIGURATION}/99local:1:", ahead=True),
     Story("a held package", "package.held", f"apt-mark hold {PACKAGE}", "apt-mark showhold", ahead=True),
-    Story("another default release", "package.pinned", setting('APT::Default-Release "bookworm";') + " && " + pin("Package: *\nPin: release *\nPin-Priority: 50"), ahead=True),
+    Story("a default release that nobody has", "apt.configuration_broken", setting('APT::Default-Release "nowhere";'), f"{APT_CONFIGURATION}/99local:1:", ahead=True),
 ]
 
 BROKEN = [
@@ -104,16 +104,19 @@ UNITS = [
     Story("a timer that starts something else", "timer.elsewhere", drop_in("apt-daily.timer", "[Timer]\nUnit=systemd-tmpfiles-clean.service") + " && systemctl restart apt-daily.timer", "Unit=systemd-tmpfiles-clean.service", ahead=True, effect_is_seen=False),
     Story("a service masked", "service.masked", "systemctl mask apt-daily-upgrade.service", "LoadState=masked", ahead=True),
     Story("a service replaced", "service.replaced", drop_in("apt-daily-upgrade.service", "[Service]\nExecStart=\nExecStart=/bin/true"), "argv[]=/bin/true", ahead=True, verdict="cannot_be_told"),
-    Story("a service confined", "service.changed", drop_in("apt-daily-upgrade.service", "[Service]\nReadOnlyPaths=/usr"), "ReadOnlyPaths=/usr", ahead=True, verdict="cannot_be_told"),
+    Story("a service confined", "service.changed", drop_in("apt-daily.service", "[Service]\nPrivateNetwork=yes"), "PrivateNetwork=yes", ahead=True, verdict="cannot_be_told"),
     Story("a condition that is not met", "service.changed", drop_in("apt-daily.service", "[Unit]\nConditionPathExists=/nowhere"), "ConditionPathExists=/nowhere", ahead=True, verdict=None),
     Story("a lock held by something else", "lock.held", "setsid flock /var/lib/dpkg/lock-frontend sleep 900 > /dev/null 2>&1 < /dev/null & sleep 0.2", "/var/lib/dpkg/lock-frontend", ahead=True, verdict="cannot_be_told", effect_is_seen=False),
 ]
 
 REPOSITORY = [
     Story("something that nobody has is needed", "solver.unmet", "true", "nobody-has-this", lambda site: site.publish_next(), content={"fields": {"Depends": "nobody-has-this"}}),
-    Story("what conflicts is installed", "solver.removes", "true", "bash", lambda site: site.publish_next(), content={"fields": {"Conflicts": "procps"}}),
+    Story("what conflicts is installed", "solver.removes", "true", "procps", lambda site: site.publish_next(), content={"fields": {"Conflicts": "procps"}}),
     Story("a script that fails", "package.script_failed", "true", "pre-installation script subprocess returned error", lambda site: site.publish_next(), content={"scripts": {"preinst": "exit 3"}}),
     Story("an expired index", "repository.expired", republish(**{"Valid-Until": "Sat, 01 Jan 2022 00:00:00 UTC"}), "is expired", republish(), online=True),
+    Story("an index from the future", "repository.from_future", republish(Date="Sat, 01 Jan 2039 00:00:00 UTC"), "not valid yet", republish(), online=True),
+    Story("nothing is automatic", "repository.not_automatic", republish(NotAutomatic="yes"), "NotAutomatic"),
+    Story("another suite by name", "repository.changed", republish(Suite="others"), "changed its 'Suite' value", online=True),
     Story("another origin", "repository.changed", republish(Origin="Somebody Else"), "changed its 'Origin' value", online=True),
     Story("the server does not answer", "repository.unreachable", lambda site: site.server._stop(), "repo.velmora.test", lambda site: site.server._start(), online=True, verdict="cannot_be_told"),
     Story("a name without address", "repository.name_not_resolved", "cp /etc/hosts /root/hosts && sed -i /velmora/d /etc/hosts", "repo.velmora.test", lambda site: site.host.run("cat /root/hosts > /etc/hosts"), online=True, verdict="cannot_be_told"),

@@ -3,6 +3,7 @@
 import gzip
 import itertools
 import os
+import re
 import shutil
 import subprocess
 from dataclasses import dataclass, field
@@ -104,6 +105,8 @@ class AptRepository:
         options = [f"-oAPT::FTPArchive::Release::{field}={value}" for field, value in fields.items()]
         # Release lies in the directory that it lists, so it is written only when the list is made.
         release = _run("apt-ftparchive", *options, "release", ".", cwd=directory)
+        for field, value in self.release_fields.items():
+            release = f"{field}: {value}\n".encode() + re.sub(rf"(?m)^{field}: .*\n".encode(), b"", release)
         (directory / "Release").write_bytes(release)
         self._key.clearsign(directory / "Release", directory / "InRelease")
 

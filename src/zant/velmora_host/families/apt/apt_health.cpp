@@ -38,6 +38,20 @@ bool has(const std::string& words, const char* text) {
   return words.find(text) != std::string::npos;
 }
 
+// A release that none of the sources has.
+Cause judge_default_release(const Outlook_Question& question, const std::string& dump,
+                            const std::string& evidence) {
+  const std::string item = "APT::Default-Release";
+  const APT_Settings settings(dump, *question.services.filesystem);
+  const std::string value = settings.value(item).value_or("");
+  return blocks(
+      "apt.configuration_broken",
+      fmt::format("APT does nothing while {} is \"{}\", which no repository has", item, value),
+      settings.evidence(item, value) + "; " + evidence,
+      settings.without(settings.place_of(item, value),
+                       fmt::format("echo '#clear {};' > /etc/apt/apt.conf.d/zzz-zant-velmora", item)));
+}
+
 Cause judge_check(const std::string& command, const Answer& answer) {
   const std::string& words = answer.words;
   const std::string evidence = told(command, words);
@@ -89,7 +103,10 @@ APT_Health find_apt_health(const Outlook_Question& question, const path& configu
   const auto check = ask(question, fmt::format("apt-get -c {} check -qq", quoted(configuration.string())));
   if (!check.succeeded()) {
     health.can_work = false;
-    health.causes.push_back(judge_check("apt-get check", check));
+    health.causes.push_back(
+        check.words.find("APT::Default-Release") != std::string::npos
+            ? judge_default_release(question, dump.words, told("apt-get check", check.words))
+            : judge_check("apt-get check", check));
   }
   return health;
 }

@@ -122,7 +122,7 @@ class Search {
       return;
     }
     if (!trial.index.empty()) {
-      auto state = find_refresh_state(question_, trial.index);
+      auto state = find_refresh_state(question_, trial.index, !online.causes.empty());
       outlook_.refreshed = state.refreshed;
       append(outlook_.causes, std::move(state.causes));
     }

@@ -1,6 +1,7 @@
 #include <zant/velmora_host/families/apt/online_refresh.hpp>
 
 #include <zant/velmora_host/families/apt/outlook_tools.hpp>
+#include <zant/velmora_host/families/apt/refresh_state.hpp>
 
 #include <zant/velmora/apt/apt_constants.hpp>
 #include <zant/velmora/package_minder/package_constants.hpp>
@@ -37,7 +38,7 @@ struct Words_And_Meaning {
 
 // The first whose words APT says. What will be the same tomorrow blocks; what may be over by then does not.
 constexpr std::array<Words_And_Meaning, 27> MEANINGS = {{
-    {"changed its '", Cause_Effect::BLOCKS, "repository.changed",
+    {"changed its ", Cause_Effect::BLOCKS, "repository.changed",
      "the repository says another thing of itself than before, and APT wants that accepted by hand",
      "apt-get --allow-releaseinfo-change update"},
     {"is expired (invalid since", Cause_Effect::BLOCKS, "repository.expired",
@@ -143,11 +144,8 @@ std::string remedy_for(const Words_And_Meaning& meaning, const Outlook_Question&
   if (code == "repository.changed") {
     return remedy_for_change(words);
   }
-  const path shipped =
-      question.settings.staging_directory() / "keyrings" / APT_Constants::APT_REPO_KEYRING_FILE;
-  if (code == "repository.signature_refused" &&
-      !question.services.filesystem->files_equal(shipped, APT_Constants::REPO_KEYRING_PATH)) {
-    return "package-minder once";
+  if (code == "repository.signature_refused") {
+    return remedy_for_signature(question);
   }
   return meaning.remedy;
 }

@@ -28,24 +28,38 @@ Causes find_refusal(const Outlook_Question& question) {
                                               velmora::APT_Constants::REPO_KEYRING_PATH, question.now);
   Causes causes;
   for (const auto& fault : faults) {
-    if (fault.code == "repository.signature_refused") {
-      causes.push_back(obscures(fault.code, "APT refused the repository's index when it last asked for it",
-                                fmt::format("{}: {}", fault.where, fault.what),
-                                "Ask the vendor which key signs "
-                                "the repository, and for that key"));
+    if (fault.code != "repository.signature_refused") {
+      continue;
     }
+    const bool is_known_key = fault.what.find("which the keyring has:") != std::string::npos;
+    causes.push_back(obscures(is_known_key ? "repository.index_refused" : fault.code,
+                              "APT refused the repository's index when it last asked for it",
+                              fmt::format("{}: {}", fault.where, fault.what),
+                              is_known_key ? "Run \"package-minder why --online\" to see why APT refuses it"
+                                           : remedy_for_signature(question)));
   }
   return causes;
 }
 
 }  // namespace
 
-Refresh_State find_refresh_state(const Outlook_Question& question, const std::string& index) {
+std::string remedy_for_signature(const Outlook_Question& question) {
+  namespace APT_Constants = velmora::APT_Constants;
+  const auto shipped =
+      question.settings.staging_directory() / "keyrings" / APT_Constants::APT_REPO_KEYRING_FILE;
+  return question.services.filesystem->files_equal(shipped, APT_Constants::REPO_KEYRING_PATH)
+             ? "Ask the vendor which key signs the repository, and for that key"
+             : "package-minder once";
+}
+
+Refresh_State find_refresh_state(const Outlook_Question& question, const std::string& index, bool is_asked) {
   Refresh_State state;
   const std::string release = release_beside(index);
   const auto answer = ask(question, fmt::format("stat --format=%Z {}", quoted(release)));
   state.refreshed = answer.succeeded() ? parse_epoch(answer.words) : std::nullopt;
-  state.causes = find_refusal(question);
+  if (!is_asked) {
+    state.causes = find_refusal(question);
+  }
   if (!state.refreshed) {
     state.causes.push_back(obscures("repository.not_refreshed",
                                     "APT has never had an answer from the repository, or has lost it",

@@ -452,8 +452,8 @@ class Trial {
   Cause unmet_(const std::string& words, const std::string& judged, bool removes, bool is_foreign) const {
     const std::string command = fmt::format("apt-get -s install {}={}", PACKAGE_NAME, judged);
     const auto answer =
-        ask(question_, fmt::format("apt-get -c {} -s install {}={}", quoted(configuration_.string()),
-                                   PACKAGE_NAME, quoted(judged)));
+        ask(question_, fmt::format("apt-get -c {} -o Dir::Bin::methods=/usr/lib/apt/methods -s install {}={}",
+                                   quoted(configuration_.string()), PACKAGE_NAME, quoted(judged)));
     const std::string evidence = told("unattended-upgrade", words) + "\n" + told(command, answer.words);
     const auto held = held_in_(answer.words);
     if (!held.empty()) {
