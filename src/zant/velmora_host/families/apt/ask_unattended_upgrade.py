@@ -30,6 +30,7 @@ import subprocess
 import sys
 
 WORDS_LIMIT = 4000
+ENDINGS = ("", ".lz4", ".gz", ".xz", ".bz2", ".zst", ".lzma")
 
 
 class Words(logging.Handler):
@@ -95,25 +96,30 @@ class Outlook:
     # --- what the repository is known to have
 
     def find_index(self):
-        """The file that lists the repository's packages, and whether APT's sources have such a repository."""
-        layout = "$(REPO_URI)|$(RELEASE)|$(COMPONENT)|$(ARCHITECTURE)|$(FILENAME)"
-        command = ["apt-get", "-c", self.request["configuration"], "indextargets", "--format", layout, "Created-By: Packages"]
-        listing = subprocess.run(command, capture_output=True, text=True, errors="replace", check=False)
-        for line in listing.stdout.splitlines():
-            fields = line.split("|")
-            if len(fields) != 5 or not self._is_repository(fields):
-                continue
-            self.answer["index"] = fields[4]
-            if os.path.exists(fields[4]):
-                return fields[4]
+        """The file that lists the repository's packages; None when APT's sources have no such repository, or none yet."""
+        for plain in self._registered_indexes():
+            self.answer.setdefault("index", plain)
+            found = [plain + ending for ending in ENDINGS if os.path.exists(plain + ending)]
+            if found:
+                self.answer["index"] = plain
+                return found[0]
         return None
 
-    def _is_repository(self, fields):
-        url, suite, component, architecture = fields[:4]
-        return (
-            url.rstrip("/") == self.request["url"].rstrip("/") and suite == self.request["suite"]
-            and component == self.request["component"] and architecture in (self.request["architecture"], "all")
-        )
+    def _registered_indexes(self):
+        """Where APT keeps the lists of the repository, those that are not there included."""
+        sources = self.apt_pkg.SourceList()
+        sources.read_main_list()
+        for meta in sources.list:
+            if meta.uri.rstrip("/") != self.request["url"].rstrip("/") or meta.dist != self.request["suite"]:
+                continue
+            for index in meta.index_files:
+                # "ADDRESS SUITE/COMPONENT ARCHITECTURE Packages (FILE)"
+                match = re.search(r" (\S+) (\S+) Packages \((/\S+)\)$", index.describe)
+                if (
+                    match and match[1] == f"{self.request['suite']}/{self.request['component']}"
+                    and match[2] in (self.request["architecture"], "all")
+                ):
+                    yield re.sub(r"_Packages\.\w+$", "_Packages", match[3])
 
     def newest_in(self, index):
         """The repository's newest version of the package: its stanza, or None."""
@@ -142,7 +148,7 @@ class Outlook:
             stanza = re.sub(r"(?mi)^Version:.*$", lambda _: f"Version: {version}", str(newest)).strip("\n") + "\n"
         lists = os.path.join(self.request["private"], "next")
         os.makedirs(os.path.join(lists, "partial"))
-        plain = re.sub(r"\.(lz4|gz|xz|bz2|zst|lzma)$", "", os.path.basename(index))
+        plain = os.path.basename(self.answer["index"])
         for entry in os.scandir(os.path.dirname(index)):
             if entry.name not in ("partial", "auxfiles", "lock") and entry.name != os.path.basename(index):
                 os.symlink(entry.path, os.path.join(lists, entry.name))
@@ -157,7 +163,7 @@ class Outlook:
     # --- what APT prefers
 
     def ask_policy(self, version):
-        cache = self.apt_pkg.Cache(None)
+        cache = self.cache = self.apt_pkg.Cache(None)
         package = cache[self.name]
         target = next(v for v in package.version_list if v.ver_str == version)
         policy = self.apt_pkg.DepCache(cache).policy
@@ -235,8 +241,7 @@ class Outlook:
 
     def ask_origins(self, module, version):
         """What is wrong with the origins, what they are, and whether the version comes from one."""
-        cache = self.apt_pkg.Cache(None)
-        files = [file for v in cache[self.name].version_list if v.ver_str == version for file, _ in v.file_list]
+        files = [file for v in self.cache[self.name].version_list if v.ver_str == version for file, _ in v.file_list]
         try:
             origins = module.get_allowed_origins()
             allowed = [module.is_allowed_origin(file, origins) for file in files]
