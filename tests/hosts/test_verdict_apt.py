@@ -7,12 +7,12 @@ names the cause with its evidence, and a remedy; that is typed, the services run
 import itertools
 import json
 import shlex
-from dataclasses import dataclass, field
+from dataclasses import dataclass
 from typing import Callable, Optional
 
 import pytest
-from disposable_hosts.apt.repository import PACKAGE
-from disposable_hosts.apt.site import APT_CONFIGURATION, KEYRING, SOURCE_LIST
+from disposable_hosts.apt.repository import PACKAGE, Contents
+from disposable_hosts.apt.site import APT_CONFIGURATION, CALENDAR_KEY, DELAY_KEY, KEYRING, SOURCE_LIST
 
 PREFERENCES = "/etc/apt/preferences.d"
 DROP_IN = "/etc/systemd/system/{}.d/of-the-story.conf"
@@ -29,7 +29,7 @@ class Story:
     repair: Optional[Callable] = None  # where the remedy is a sentence
     ahead: bool = False  # told while there is no newer version yet
     online: bool = False
-    content: dict = field(default_factory=dict)  # of the new version
+    contents: Contents = Contents()  # of the new version
     verdict: str = "blocked"
     effect_is_seen: bool = True  # the services leave the old version in place
 
@@ -110,9 +110,9 @@ UNITS = [
 ]
 
 REPOSITORY = [
-    Story("something that nobody has is needed", "solver.unmet", "true", "nobody-has-this", lambda site: site.publish_next(), content={"fields": {"Depends": "nobody-has-this"}}),
-    Story("what conflicts is installed", "solver.removes", "true", "procps", lambda site: site.publish_next(), content={"fields": {"Conflicts": "procps"}}),
-    Story("a script that fails", "package.script_failed", "true", "pre-installation script subprocess returned error", lambda site: site.publish_next(), content={"scripts": {"preinst": "exit 3"}}),
+    Story("something that nobody has is needed", "solver.unmet", "true", "nobody-has-this", lambda site: site.publish_next(), contents=Contents(fields="Depends: nobody-has-this\n")),
+    Story("what conflicts is installed", "solver.removes", "true", "procps", lambda site: site.publish_next(), contents=Contents(fields="Conflicts: procps\n")),
+    Story("a script that fails", "package.script_failed", "true", "pre-installation script subprocess returned error", lambda site: site.publish_next(), contents=Contents(scripts={"preinst": "#!/bin/sh\nexit 3\n"})),
     Story("an expired index", "repository.expired", republish(**{"Valid-Until": "Sat, 01 Jan 2022 00:00:00 UTC"}), "is expired", republish(), online=True),
     Story("an index from the future", "repository.from_future", republish(Date="Sat, 01 Jan 2039 00:00:00 UTC"), "not valid yet", republish(), online=True),
     Story("nothing is automatic", "repository.not_automatic", republish(NotAutomatic="yes"), "NotAutomatic"),
@@ -138,9 +138,12 @@ class StoryTeller:
         if self._site is None:
             self._site = self._open_site(self._image)
             self._site.versions = itertools.count(2)
-            self._site.publish_next = lambda **content: self._site.repository.publish(f"{next(self._site.versions)}.0", **content)
+            self._site.publish_next = self._publish_next
             self._site.minder.once()
         return self._site
+
+    def _publish_next(self, contents=Contents()):
+        self._site.repository.publish(f"{next(self._site.versions)}.0", contents=contents)
 
     def forget(self):
         self._site = None
@@ -174,7 +177,7 @@ def tell(site, story):
     act(site, story.breaks)
     if story.ahead:
         assert story.code in codes(why(site)), "it is told ahead"
-    site.publish_next(**story.content)
+    site.publish_next(story.contents)
     if story.effect_is_seen:
         run_services(site)
     else:
@@ -216,3 +219,77 @@ def test_why_it_does_not_upgrade_and_what_helps(teller, story):
     except BaseException:
         teller.forget()
         raise
+
+
+def assert_healthy(site, *options):
+    for option in ("", *options):
+        answer = why(site, option)
+        assert (answer["verdict"], answer["causes"]) == ("up_to_date", []), option
+
+
+@pytest.mark.parametrize("image", ["bullseye", "bookworm", "trixie"])
+def test_a_healthy_host_has_no_cause(open_site, image):
+    site = open_site(image)
+    site.minder.once()
+    assert_healthy(site, "--online")
+
+    site.repository.publish("2.0")
+    answer = why(site, "--online")
+    assert (answer["verdict"], answer["offered"], answer["causes"]) == ("waiting", "2.0", [])
+    assert answer["next_run"]
+    assert_healthy(site), "without the network it is not known"
+
+    run_services(site)
+    assert site.installed_version() == "2.0"
+    assert_healthy(site, "--online")
+
+    # A server that is away for a short while is no alarm; asked, it is told.
+    with site.server.gone():
+        run_services(site)
+        assert_healthy(site)
+        assert codes(why(site, "--online")) == ["repository.unreachable"]
+
+
+def test_nothing_is_changed_by_asking(open_site):
+    site = open_site()
+    site.minder.once()
+    site.repository.publish("2.0")
+    watched = "/etc /var/lib/apt /var/lib/dpkg /var/log /var/cache/apt/archives /usr/bin /tmp /root"
+    listing = f"find {watched} -printf '%p %s %T@ %C@\\n' | sort"
+    before = site.host.output_of(listing)
+
+    why(site)
+    why(site, "--online")
+
+    after = site.host.output_of(listing)
+    changed = {line for line in set(before.splitlines()) ^ set(after.splitlines()) if "/var/log/journal" not in line and not line.startswith("/tmp ")}
+    assert changed == set()
+
+
+def test_a_run_that_is_going_on_is_no_fault(open_site):
+    site = open_site()
+    site.minder.once()
+    slow = Contents(scripts={"postinst": "#!/bin/sh\ntouch /root/going\nsleep 6\n"})
+    site.repository.publish("2.0", contents=slow)
+    site.host.run("systemctl start apt-daily.service && systemctl start --no-block apt-daily-upgrade.service")
+    site.host.run("until test -e /root/going; do sleep 0.1; done")
+
+    assert why(site)["causes"] == []
+
+    run_services(site)
+    assert_healthy(site)
+
+
+def test_crons_daily_job_is_what_counts_without_systemd(open_site):
+    site = open_site("bookworm-sysvinit", settings={CALENDAR_KEY: "", DELAY_KEY: ""})
+    site.minder.once()
+    assert_healthy(site, "--online")
+    assert why(site)["next_run"]
+
+    site.host.run("service cron stop && chmod 0644 /etc/cron.daily/apt-compat")
+    answer = why(site)
+    assert codes(answer) == ["cron.not_running", "cron.job_missing"]
+
+    for cause in answer["causes"]:
+        site.host.run(cause["remedy"])
+    assert_healthy(site)
