@@ -7,7 +7,7 @@ names the cause with its evidence, and a remedy; that is typed, the services run
 import itertools
 import json
 import shlex
-from dataclasses import dataclass
+from dataclasses import dataclass, field
 from typing import Callable, Optional
 
 import pytest
@@ -29,7 +29,7 @@ class Story:
     repair: Optional[Callable] = None  # where the remedy is a sentence
     ahead: bool = False  # told while there is no newer version yet
     online: bool = False
-    contents: Contents = Contents()  # of the new version
+    contents: Contents = field(default_factory=Contents)  # of the new version
     verdict: str = "blocked"
     effect_is_seen: bool = True  # the services leave the old version in place
 
@@ -115,8 +115,7 @@ REPOSITORY = [
     Story("a script that fails", "package.script_failed", "true", "pre-installation script subprocess returned error", lambda site: site.publish_next(), contents=Contents(scripts={"preinst": "#!/bin/sh\nexit 3\n"})),
     Story("an expired index", "repository.expired", republish(**{"Valid-Until": "Sat, 01 Jan 2022 00:00:00 UTC"}), "is expired", republish(), online=True),
     Story("an index from the future", "repository.from_future", republish(Date="Sat, 01 Jan 2039 00:00:00 UTC"), "not valid yet", republish(), online=True),
-    Story("nothing is automatic", "repository.not_automatic", republish(NotAutomatic="yes"), "NotAutomatic"),
-    Story("another suite by name", "repository.changed", republish(Suite="others"), "changed its 'Suite' value", online=True),
+    Story("nothing is automatic", "repository.changed", republish(NotAutomatic="yes"), "changed its default priority", online=True),
     Story("another origin", "repository.changed", republish(Origin="Somebody Else"), "changed its 'Origin' value", online=True),
     Story("the server does not answer", "repository.unreachable", lambda site: site.server._stop(), "repo.velmora.test", lambda site: site.server._start(), online=True, verdict="cannot_be_told"),
     Story("a name without address", "repository.name_not_resolved", "cp /etc/hosts /root/hosts && sed -i /velmora/d /etc/hosts", "repo.velmora.test", lambda site: site.host.run("cat /root/hosts > /etc/hosts"), online=True, verdict="cannot_be_told"),

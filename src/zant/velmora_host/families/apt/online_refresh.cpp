@@ -131,6 +131,9 @@ std::string remedy_for_change(const std::string& words) {
   static const std::regex CHANGE("'Origin' value from '[^']*' to '([^']*)'");
   const std::string accept = "apt-get --allow-releaseinfo-change update";
   std::smatch match;
+  if (words.find("changed its default priority") != std::string::npos) {
+    return accept + " && " + preferring_package();
+  }
   if (!std::regex_search(words, match, CHANGE)) {
     return accept;
   }

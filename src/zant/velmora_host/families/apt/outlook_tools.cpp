@@ -1,5 +1,7 @@
 #include <zant/velmora_host/families/apt/outlook_tools.hpp>
 
+#include <zant/velmora/package_minder/package_constants.hpp>
+
 #include <fmt/format.h>
 #include <boost/algorithm/string/replace.hpp>
 #include <boost/algorithm/string/trim.hpp>
@@ -71,6 +73,12 @@ std::optional<std::chrono::system_clock::time_point> parse_epoch(const std::stri
     return std::nullopt;
   }
   return std::chrono::system_clock::from_time_t(std::stoll(number));
+}
+
+std::string preferring_package() {
+  return fmt::format(
+      "printf 'Package: {0}\\nPin: version *\\nPin-Priority: 500\\n' > /etc/apt/preferences.d/{0}-upgrade",
+      velmora::Package_Constants::PACKAGE_NAME);
 }
 
 void append(Causes& causes, Causes more) {

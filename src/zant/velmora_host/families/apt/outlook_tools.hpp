@@ -39,6 +39,9 @@ Cause tool_failed(const std::string& command, const Answer& answer);
 /// A number of seconds since the epoch; nothing when the text is no such number.
 std::optional<std::chrono::system_clock::time_point> parse_epoch(const std::string& text);
 
+/// A command that has APT take the package's highest version, whatever repository it comes from.
+std::string preferring_package();
+
 void append(Causes& causes, Causes more);
 
 }  // namespace zant::velmora_host::apt_outlook

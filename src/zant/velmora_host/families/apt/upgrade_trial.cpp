@@ -202,7 +202,7 @@ class Trial {
       const std::string release = settings_.value("APT::Default-Release").value_or("");
       trial_.causes.push_back(blocks(
           "package.pinned", message, settings_.evidence("APT::Default-Release", release) + "; " + priority,
-          settings_.without(settings_.place_of("APT::Default-Release", release), pin_remedy_())));
+          settings_.without(settings_.place_of("APT::Default-Release", release), preferring_package())));
     } else if (const std::string share = json.value("Phased-Update-Percentage", ""); !share.empty()) {
       trial_.causes.push_back(blocks(
           "package.phased",
@@ -214,16 +214,10 @@ class Trial {
       trial_.causes.push_back(
           blocks("repository.not_automatic",
                  "the repository says of itself that nothing is upgraded from it automatically",
-                 "NotAutomatic: yes in its Release; " + priority, pin_remedy_()));
+                 "NotAutomatic: yes in its Release; " + priority, preferring_package()));
     } else {
-      trial_.causes.push_back(blocks("package.not_preferred", message, priority, pin_remedy_()));
+      trial_.causes.push_back(blocks("package.not_preferred", message, priority, preferring_package()));
     }
-  }
-
-  static std::string pin_remedy_() {
-    return fmt::format(
-        "printf 'Package: {0}\\nPin: version *\\nPin-Priority: 500\\n' > /etc/apt/preferences.d/{0}-upgrade",
-        PACKAGE_NAME);
   }
 
   Cause pinned_(const std::string& file, const std::string& message, const std::string& priority) const {
