@@ -31,7 +31,7 @@ std::optional<std::string> daily_time(const std::string& table) {
     std::vector<std::string> fields;
     const std::string entry = boost::algorithm::trim_copy(line);
     boost::algorithm::split(fields, entry, boost::algorithm::is_space(), boost::algorithm::token_compress_on);
-    if (entry.find("cron.daily") != std::string::npos && entry.front() != '#' && fields.size() > 5 &&
+    if (entry.find("/cron.daily") != std::string::npos && entry.front() != '#' && fields.size() > 5 &&
         is_number(fields[0], 59) && is_number(fields[1], 23)) {
       return fmt::format("{}:{:0>2}", fields[1], fields[0]);
     }

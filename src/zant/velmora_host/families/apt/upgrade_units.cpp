@@ -73,31 +73,42 @@ std::string shown(const Properties& unit, const std::string& name) {
   return fmt::format("systemctl show {}: {}={}", at(unit, "Id"), name, at(unit, name));
 }
 
+struct Load_Codes {
+  const char* masked;
+  const char* missing;
+  const char* invalid;
+};
+
+constexpr Load_Codes TIMER_CODES = {"timer.masked", "timer.missing", "timer.invalid"};
+constexpr Load_Codes SERVICE_CODES = {"service.masked", "service.missing", "service.invalid"};
+
 // What systemd has loaded; nothing is asked of a unit that is not loaded.
-std::optional<Cause> find_load_fault(const Properties& unit, const std::string& kind) {
+//
+// @param start what starts it afterwards, as the end of a command.
+std::optional<Cause> find_load_fault(const Properties& unit, const Load_Codes& codes,
+                                     const std::string& start) {
   const std::string name = at(unit, "Id");
   const std::string state = at(unit, "LoadState");
-  const std::string start = kind == "timer" ? fmt::format(" && systemctl enable --now {}", name) : "";
   if (state == "loaded") {
     return std::nullopt;
   }
   if (state == "masked") {
-    return blocks(kind + ".masked", fmt::format("{} is masked, so it never runs", name),
-                  shown(unit, "LoadState"),
+    return blocks(codes.masked, fmt::format("{} is masked, so it never runs", name), shown(unit, "LoadState"),
                   fmt::format("systemctl unmask {0} && systemctl unmask --runtime {0}{1}", name, start));
   }
   if (state == "not-found") {
-    return blocks(kind + ".missing", fmt::format("{} does not exist", name), shown(unit, "LoadState"),
+    return blocks(codes.missing, fmt::format("{} does not exist", name), shown(unit, "LoadState"),
                   fmt::format("apt-get install --reinstall --assume-yes apt{}", start));
   }
   return blocks(
-      kind + ".invalid", fmt::format("systemd cannot load {}", name),
+      codes.invalid, fmt::format("systemd cannot load {}", name),
       shown(unit, "LoadState") + " " + at(unit, "LoadError"),
       fmt::format("systemctl revert {} && systemctl daemon-reload{} && package-minder once", name, start));
 }
 
 Causes find_timer_faults(const Properties& timer, const Job& job) {
-  if (auto fault = find_load_fault(timer, "timer")) {
+  if (auto fault =
+          find_load_fault(timer, TIMER_CODES, fmt::format(" && systemctl enable --now {}", job.timer))) {
     return {*fault};
   }
   Causes causes;
@@ -175,7 +186,7 @@ bool is_administrators(const std::string& file) {
 }
 
 Causes find_service_faults(const Outlook_Question& question, const Properties& service, const Job& job) {
-  if (auto fault = find_load_fault(service, "service")) {
+  if (auto fault = find_load_fault(service, SERVICE_CODES, "")) {
     return {*fault};
   }
   const std::string remedy = fmt::format("systemctl revert {} && systemctl daemon-reload", job.service);
