@@ -3,6 +3,7 @@
 import gzip
 import itertools
 import os
+import re
 import shutil
 import subprocess
 from dataclasses import dataclass, field
@@ -80,6 +81,10 @@ class AptRepository:
         self._put_in_place(self._build_edition())
         return Path(package)
 
+    def publish_again(self):
+        """The same packages, indexed and signed anew."""
+        self._put_in_place(self._build_edition())
+
     def _build_edition(self):
         edition = self._store / f"edition-{next(self._editions)}"
         pool = edition / "pool"
@@ -99,11 +104,14 @@ class AptRepository:
         (binary / "Packages.gz").write_bytes(gzip.compress(index, mtime=0))
         fields = {
             "Origin": self._origin, "Label": self._label, "Suite": suite, "Codename": self._codename or suite,
-            "Components": "main", "Architectures": self.architecture, **self.release_fields,
+            "Components": "main", "Architectures": self.architecture,
         }
         options = [f"-oAPT::FTPArchive::Release::{field}={value}" for field, value in fields.items()]
         # Release lies in the directory that it lists, so it is written only when the list is made.
         release = _run("apt-ftparchive", *options, "release", ".", cwd=directory)
+        for name, value in self.release_fields.items():
+            # apt-ftparchive does not know them all.
+            release = f"{name}: {value}\n".encode() + re.sub(rf"(?m)^{name}: .*\n".encode(), b"", release)
         (directory / "Release").write_bytes(release)
         self._key.clearsign(directory / "Release", directory / "InRelease")
 
