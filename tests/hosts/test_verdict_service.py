@@ -121,16 +121,19 @@ def test_a_verdict_takes_little_of_the_processor(site):
 
 
 def test_a_stop_does_not_wait_for_a_question(site):
-    # Nothing else asks this of the host.
-    site.host.write("/usr/local/sbin/apt-config", "#!/bin/sh\nsleep 50\n", mode="0755")
-    site.host.write("/usr/local/sbin/apt-cache", "#!/bin/sh\nsleep 50\n", mode="0755")
     site.minder.start()
-    wait_until(lambda: site.host.run("pgrep --full 'sleep 50'", check=False).status, "a question", expect=0, timeout=60)
+    site.wait_until_in_order()
+    wait_for_verdict(site, "up_to_date")
+    # No cycle of a host in order asks this, and what changes makes the verdict do so.
+    site.host.write("/usr/local/sbin/apt-cache", "#!/bin/sh\nsleep 50\n", mode="0755")
+    site.host.write(PIN, "# nothing\n")
+    wait_until(lambda: site.host.run("pgrep --full 'sleep 50'", check=False).status, "a question", expect=0, timeout=120)
 
     seconds = float(site.host.output_of(f"bash -c 'TIMEFORMAT=%R; time systemctl stop {UNIT}' 2>&1"))
 
+    print(f"The stop took {seconds:.2f} s.")
     assert seconds < 5
-    assert "blocked" not in site.minder.log()
+    assert verdict(site)["verdict"] == "up_to_date"
 
 
 def test_once_finds_no_verdict_and_a_purge_takes_it_away(site):

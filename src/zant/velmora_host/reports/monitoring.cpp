@@ -19,7 +19,7 @@ constexpr Enum_Names<Monitoring_State, 4> STATE_NAMES = {{
 }};
 
 // Performance data begins at the first "|".
-std::string on_one_line(const std::string& text) {
+std::string without_separator(const std::string& text) {
   std::string line = printable(text);
   std::replace(line.begin(), line.end(), '|', '/');
   return line;
@@ -64,12 +64,13 @@ Monitoring_State monitoring_state(const Status& status) {
 
 std::string to_monitoring_line(const Status& status) {
   return fmt::format("PACKAGE_MINDER {} - {}{} | {}\n", name_of(STATE_NAMES, monitoring_state(status)),
-                     on_one_line(describe(status.verdict)), other_reasons(status), performance_data(status));
+                     without_separator(describe(status.verdict)), other_reasons(status),
+                     performance_data(status));
 }
 
 std::string to_unknown_monitoring_line(const std::string& reason) {
   return fmt::format("PACKAGE_MINDER {} - {}\n", name_of(STATE_NAMES, Monitoring_State::UNKNOWN),
-                     on_one_line(reason));
+                     without_separator(reason));
 }
 
 }  // namespace zant::velmora_host

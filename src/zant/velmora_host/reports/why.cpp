@@ -30,7 +30,7 @@ std::string time_or_unknown(const Time& time) {
   return time ? to_iso_time(*time) : "unknown";
 }
 
-std::string row(const char* name, const std::string& value) {
+std::string entry(const char* name, const std::string& value) {
   return fmt::format("{:<19} {}\n", name, printable_lines(value, "\\n"));
 }
 
@@ -103,12 +103,12 @@ std::string to_json_text(const Verdict& verdict) {
 
 std::string to_text(const Verdict& verdict) {
   const Upgrade_Outlook& outlook = verdict.outlook;
-  std::string text = row("Verdict", describe(verdict));
-  text += row("Installed", describe_installed(verdict));
-  text += row("Offered", describe_offered(verdict));
-  text += row("Repository answered", time_or_unknown(outlook.refreshed));
-  text += row("Next run", time_or_unknown(outlook.next_run));
-  text += row("Last run", describe_last_run(outlook.last_run));
+  std::string text = entry("Verdict", describe(verdict));
+  text += entry("Installed", describe_installed(verdict));
+  text += entry("Offered", describe_offered(verdict));
+  text += entry("Repository answered", time_or_unknown(outlook.refreshed));
+  text += entry("Next run", time_or_unknown(outlook.next_run));
+  text += entry("Last run", describe_last_run(outlook.last_run));
   for (const auto& cause : outlook.causes) {
     text += "\n" + describe(cause);
   }

@@ -19,7 +19,7 @@ using std::chrono::system_clock;
 
 // Tools may print without end, and all of it is stored, printed and sent on.
 constexpr std::size_t LONGEST_SENTENCE = 500;
-constexpr std::size_t LONGEST_TEXT = 2000;
+constexpr std::size_t LONGEST_EVIDENCE = 2000;
 constexpr std::size_t MOST_CAUSES = 50;
 
 std::string shortened(const std::string& text, std::size_t size) {
@@ -32,8 +32,8 @@ void bound(Causes& causes) {
   }
   for (auto& cause : causes) {
     cause.message = shortened(cause.message, LONGEST_SENTENCE);
-    cause.evidence = shortened(cause.evidence, LONGEST_TEXT);
-    cause.remedy = shortened(cause.remedy, LONGEST_TEXT);
+    cause.evidence = shortened(cause.evidence, LONGEST_EVIDENCE);
+    cause.remedy = shortened(cause.remedy, LONGEST_EVIDENCE);
   }
 }
 

@@ -9,7 +9,7 @@ namespace {
 
 // A tree that is deeper or larger is none of a package manager's, and is not walked through in every cycle.
 constexpr int DEEPEST = 4;
-constexpr std::size_t MOST_ENTRIES = 20000;
+constexpr std::size_t MOST_STAMPED = 20000;
 
 using Path = boost::filesystem::path;
 
@@ -18,7 +18,7 @@ class Stamp {
   explicit Stamp(Host_Filesystem& filesystem) : filesystem_(filesystem) {}
 
   void add(const Path& path, int depth) {
-    if (depth > DEEPEST || ++entries_ > MOST_ENTRIES) {
+    if (depth > DEEPEST || ++entries_ > MOST_STAMPED) {
       return;
     }
     // Files that come and go again, as those that databases work with, change the time of their directory.
