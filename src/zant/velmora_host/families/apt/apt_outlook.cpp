@@ -105,24 +105,34 @@ class Search {
       outlook_.next_run = trial.next_run;
     }
     append(outlook_.causes, std::move(trial.causes));
-    append(outlook_.causes, find_periodic_delays(question_, settings, units, trial.newer_is_offered));
+    append(outlook_.causes, find_periodic_delays(question_, settings, units));
     append(outlook_.causes, find_full_disks(question_, trial.room));
     if (trial.newer_is_offered) {
       append(outlook_.causes, find_failed_upgrade(question_, trial.offered, trial.is_downloaded));
     }
-    judge_refresh_(online, trial, archives);
+    judge_refresh_(online, trial, archives, units, settings);
   }
 
-  void judge_refresh_(const Online_Refresh& online, const Upgrade_Trial& trial, const path& archives) {
+  // When the service asked the repository last, as far as its success can be told from what it leaves.
+  static std::optional<std::chrono::system_clock::time_point> last_refresh_(const Upgrade_Units& units,
+                                                                            const APT_Settings& settings) {
+    const bool is_always = settings.value("APT::Periodic::Update-Package-Lists") == "always";
+    return is_always ? units.last_refresh : std::nullopt;
+  }
+
+  void judge_refresh_(const Online_Refresh& online, const Upgrade_Trial& trial, const path& archives,
+                      const Upgrade_Units& units, const APT_Settings& settings) {
     if (online.lists) {
       outlook_.refreshed = question_.now;
       if (trial.newer_is_offered && !trial.is_downloaded) {
         append(outlook_.causes, find_missing_package(question_, configuration_, trial.offered, archives));
+        append(outlook_.causes, find_conffile_prompt(question_, configuration_, trial.offered, archives));
       }
       return;
     }
     if (!trial.index.empty()) {
-      auto state = find_refresh_state(question_, trial.index, !online.causes.empty());
+      auto state =
+          find_refresh_state(question_, trial.index, !online.causes.empty(), last_refresh_(units, settings));
       outlook_.refreshed = state.refreshed;
       append(outlook_.causes, std::move(state.causes));
     }

@@ -14,6 +14,7 @@ The only argument is a JSON object:
   configuration     a file of APT settings that win over the host's; it names the private directories
   private           a directory to write into
   days              dates; is upgrading allowed on them?
+  version           if given, only what the package of this version would ask is found out
   debs              directories where a downloaded package may lie, beside the host's own
 
 Prints one JSON object. Nothing is written outside of the private directory.
@@ -322,6 +323,9 @@ class Outlook:
     def find(self):
         self.answer["archives"] = self.apt_pkg.config.find_dir("Dir::Cache::archives")
         self.apply_configuration()
+        if "version" in self.request:
+            self.answer["conffile_prompt"] = self.ask_conffiles(self.load(), self.request["version"])
+            return
         index = self.find_index()
         if index is None:
             return

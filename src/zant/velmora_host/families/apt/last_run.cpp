@@ -97,12 +97,30 @@ Causes find_prompt(const Outlook_Question& question) {
                          PACKAGE_NAME))};
 }
 
+// It tried, and something else than the package failed: a hook, or dpkg as a whole.
+Causes find_errors(const Outlook_Question& question) {
+  const auto lines = last_part(question, LOG, "Starting unattended upgrades script");
+  const auto tried = std::find_if(lines.begin(), lines.end(), [](const std::string& line) {
+    return contains(line, "Packages that will be upgraded:") && contains(line, PACKAGE_NAME);
+  });
+  std::vector<std::string> errors;
+  std::copy_if(tried, lines.end(), std::back_inserter(errors),
+               [](const std::string& line) { return contains(line, " ERROR "); });
+  if (errors.empty()) {
+    return {};
+  }
+  return {obscures(
+      "upgrades.failed",
+      fmt::format("unattended-upgrade tried to upgrade {} in its last run, and failed", PACKAGE_NAME),
+      joined(LOG, errors), "systemctl start apt-daily-upgrade.service")};
+}
+
 }  // namespace
 
 Causes find_failed_upgrade(const Outlook_Question& question, const std::string& offered, bool is_downloaded) {
   Causes causes = is_downloaded ? Causes{} : find_prompt(question);
   append(causes, find_failed_package(question, offered));
-  return causes;
+  return causes.empty() ? find_errors(question) : causes;
 }
 
 }  // namespace zant::velmora_host::apt_outlook

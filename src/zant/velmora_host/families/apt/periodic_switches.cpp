@@ -88,10 +88,10 @@ bool is_due(system_clock::time_point stamp, seconds interval, system_clock::time
 }
 
 Causes find_delay(const Outlook_Question& question, const APT_Settings& settings, const Work& work,
-                  const std::optional<system_clock::time_point>& next, seconds longest) {
+                  const std::optional<system_clock::time_point>& next) {
   const std::string value = settings.value(work.item).value_or("");
   const auto interval = interval_of(value);
-  if (!interval || value == "0" || *interval <= longest) {
+  if (!interval || value == "0") {
     return {};
   }
   const auto answer = ask(question, fmt::format("stat --format=%Y {}", work.stamp));
@@ -140,10 +140,9 @@ Causes find_periodic_switches(const APT_Settings& settings) {
 }
 
 Causes find_periodic_delays(const Outlook_Question& question, const APT_Settings& settings,
-                            const Upgrade_Units& units, bool newer_is_offered) {
-  const seconds longest = newer_is_offered ? seconds(0) : hours(24 * 7);
-  Causes causes = find_delay(question, settings, REFRESH, units.next_refresh, longest);
-  append(causes, find_delay(question, settings, UPGRADE, units.next_run, longest));
+                            const Upgrade_Units& units) {
+  Causes causes = find_delay(question, settings, REFRESH, units.next_refresh);
+  append(causes, find_delay(question, settings, UPGRADE, units.next_run));
   return causes;
 }
 

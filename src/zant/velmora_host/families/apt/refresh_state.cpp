@@ -1,5 +1,6 @@
 #include <zant/velmora_host/families/apt/refresh_state.hpp>
 
+#include <zant/velmora_host/base/iso_time.hpp>
 #include <zant/velmora_host/families/apt/apt_weaknesses.hpp>
 #include <zant/velmora_host/families/apt/outlook_tools.hpp>
 #include <zant/velmora_host/families/refresh_age.hpp>
@@ -12,6 +13,8 @@
 namespace zant::velmora_host::apt_outlook {
 namespace {
 
+// Only a refresh that succeeds makes it anew.
+constexpr const char* STAMP = "/var/lib/apt/periodic/update-stamp";
 constexpr const char* REMEDY = "apt-get -o APT::Update::Error-Mode=any update";
 
 // "SITE_PATH_dists_SUITE_main_binary-ARCH_Packages" stands beside "SITE_PATH_dists_SUITE_InRelease".
@@ -41,6 +44,26 @@ Causes find_refusal(const Outlook_Question& question) {
   return causes;
 }
 
+// A server that cannot be reached is no failure to "apt-get update": what fails is something that will fail
+// again.
+Causes find_failed_refresh(const Outlook_Question& question,
+                           const std::optional<std::chrono::system_clock::time_point>& refreshed,
+                           const std::optional<std::chrono::system_clock::time_point>& last_run) {
+  if (!last_run) {
+    return {};
+  }
+  const auto answer = ask(question, fmt::format("stat --format=%Y {}", STAMP));
+  const auto succeeded = answer.succeeded() ? parse_epoch(answer.words) : std::nullopt;
+  const auto is_old = [&last_run](const auto& time) { return !time || *time < *last_run; };
+  if (!is_old(succeeded) || !is_old(refreshed)) {
+    return {};
+  }
+  return {obscures(
+      "repository.refresh_failed", "the host's last refresh of its package lists failed",
+      fmt::format("{} is older than the last run of apt-daily.service, at {}", STAMP, to_iso_time(*last_run)),
+      REMEDY)};
+}
+
 }  // namespace
 
 std::string remedy_for_signature(const Outlook_Question& question) {
@@ -52,13 +75,17 @@ std::string remedy_for_signature(const Outlook_Question& question) {
              : "package-minder once";
 }
 
-Refresh_State find_refresh_state(const Outlook_Question& question, const std::string& index, bool is_asked) {
+Refresh_State find_refresh_state(const Outlook_Question& question, const std::string& index, bool is_asked,
+                                 const std::optional<std::chrono::system_clock::time_point>& last_run) {
   Refresh_State state;
   const std::string release = release_beside(index);
   const auto answer = ask(question, fmt::format("stat --format=%Z {}", quoted(release)));
   state.refreshed = answer.succeeded() ? parse_epoch(answer.words) : std::nullopt;
   if (!is_asked) {
     state.causes = find_refusal(question);
+  }
+  if (!is_asked && state.causes.empty()) {
+    append(state.causes, find_failed_refresh(question, state.refreshed, last_run));
   }
   if (!state.refreshed) {
     state.causes.push_back(obscures("repository.not_refreshed",

@@ -44,6 +44,30 @@ std::string date_of(system_clock::time_point time) {
   return fmt::format("{:04}-{:02}-{:02}", local.tm_year + 1900, local.tm_mon + 1, local.tm_mday);
 }
 
+Cause conffile_prompt(const std::string& version, const std::string& file) {
+  return blocks(
+      "package.conffile_prompt",
+      fmt::format("version {} changes a file of configuration that was changed here too, and nobody is "
+                  "there to answer the question",
+                  version),
+      fmt::format("unattended-upgrade's own test of {}", file),
+      fmt::format("apt-get install --assume-yes -o DPkg::Options::=--force-confdef -o "
+                  "DPkg::Options::=--force-confold {}",
+                  PACKAGE_NAME));
+}
+
+std::string asking(const Json& request) {
+  return fmt::format("python3 -I -B {} {}", quoted(Build_Config::APT_QUESTIONS_FILE),
+                     quoted(request.dump(-1, ' ', false, Json::error_handler_t::replace)));
+}
+
+// Libraries of Python's may warn before the answer, which is the last line.
+Json last_object_of(const Answer& answer) {
+  const auto lines = lines_of(answer.words);
+  const Json json = lines.empty() ? Json() : Json::parse(lines.back(), nullptr, false);
+  return answer.succeeded() && json.is_object() ? json : Json();
+}
+
 // What is asked of the program that asks unattended-upgrade, and the words to judge its answer by.
 class Trial {
  public:
@@ -73,10 +97,7 @@ class Trial {
                           {"private", question_.private_directory.string()},
                           {"days", days_()},
                           {"debs", Json::array({archives.string()})}};
-    const std::string command =
-        fmt::format("python3 -I -B {} {}", quoted(Build_Config::APT_QUESTIONS_FILE),
-                    quoted(request.dump(-1, ' ', false, Json::error_handler_t::replace)));
-    judge_(repo, ask(question_, command, LIMIT), program.succeeded());
+    judge_(repo, ask(question_, asking(request), LIMIT), program.succeeded());
     return std::move(trial_);
   }
 
@@ -91,10 +112,8 @@ class Trial {
   }
 
   void judge_(const velmora::APT_Repo_Config& repo, const Answer& answer, bool is_installed) {
-    // Libraries of Python's may warn before the answer, which is the last line.
-    const auto lines = lines_of(answer.words);
-    const Json json = lines.empty() ? Json() : Json::parse(lines.back(), nullptr, false);
-    if (!answer.succeeded() || !json.is_object()) {
+    const Json json = last_object_of(answer);
+    if (!json.is_object()) {
       trial_.causes.push_back(
           tool_failed("python3 " + std::string(Build_Config::APT_QUESTIONS_FILE), answer));
       return;
@@ -103,7 +122,7 @@ class Trial {
       take_(repo, json, is_installed);
     } catch (const Json::exception& error) {
       trial_.causes.push_back(tool_failed("python3 " + std::string(Build_Config::APT_QUESTIONS_FILE),
-                                          {error.what() + (" " + lines.back()), answer.exit_code}));
+                                          {error.what() + (" " + answer.words), answer.exit_code}));
     }
   }
 
@@ -138,16 +157,7 @@ class Trial {
       judge_upgrade_(json.at("upgrade"), judged);
     }
     if (const std::string file = json.value("conffile_prompt", ""); !file.empty()) {
-      trial_.causes.push_back(blocks(
-          "package.conffile_prompt",
-          fmt::format(
-              "version {} changes a file of configuration that was changed here too, and nobody is there to "
-              "answer the question",
-              judged),
-          fmt::format("unattended-upgrade's own test of {}", file),
-          fmt::format("apt-get install --assume-yes -o DPkg::Options::=--force-confdef -o "
-                      "DPkg::Options::=--force-confold {}",
-                      PACKAGE_NAME)));
+      trial_.causes.push_back(conffile_prompt(judged, file));
     }
   }
 
@@ -240,7 +250,7 @@ class Trial {
     if (first != days.end() && first != days.begin() + 1 && units_.next_run) {
       trial_.next_run = *units_.next_run + hours(24 * (first - days.begin() - 1));
     }
-    if (is_allowed || (first != days.end() && !trial_.newer_is_offered)) {
+    if (is_allowed) {
       return;
     }
     const std::string value = settings_.value(item + "::").value_or("");
@@ -496,6 +506,18 @@ Upgrade_Trial try_upgrade(const Outlook_Question& question, const path& configur
                           const APT_Settings& settings, const Installed_Package& installed,
                           const Upgrade_Units& units, const path& archives) {
   return Trial(question, configuration, settings, units).run(installed, archives);
+}
+
+Causes find_conffile_prompt(const Outlook_Question& question, const path& configuration,
+                            const std::string& version, const path& archives) {
+  const Json request = {{"program", "/usr/bin/unattended-upgrade"},
+                        {"package", PACKAGE_NAME},
+                        {"version", version},
+                        {"configuration", configuration.string()},
+                        {"debs", Json::array({archives.string()})}};
+  const Json json = last_object_of(ask(question, asking(request)));
+  const std::string file = json.is_object() ? json.value("conffile_prompt", "") : "";
+  return file.empty() ? Causes{} : Causes{conffile_prompt(version, file)};
 }
 
 }  // namespace zant::velmora_host::apt_outlook

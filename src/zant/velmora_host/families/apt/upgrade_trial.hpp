@@ -37,4 +37,8 @@ Upgrade_Trial try_upgrade(const Outlook_Question& question, const boost::filesys
                           const APT_Settings& settings, const Installed_Package& installed,
                           const Upgrade_Units& units, const boost::filesystem::path& archives);
 
+/// Whether the package of a version, which lies in `archives`, would ask about a file of configuration.
+Causes find_conffile_prompt(const Outlook_Question& question, const boost::filesystem::path& configuration,
+                            const std::string& version, const boost::filesystem::path& archives);
+
 }  // namespace zant::velmora_host::apt_outlook

@@ -263,11 +263,9 @@ Upgrade_Units find_upgrade_units(const Outlook_Question& question) {
   const auto answer = ask(question, QUERY);
   const auto units = parse(answer.words);
   if (!answer.succeeded() || units.size() < 4) {
-    return {std::nullopt,
-            std::nullopt,
-            std::nullopt,
-            false,
-            {tool_failed("systemctl show apt-daily.timer", answer)}};
+    Upgrade_Units unknown;
+    unknown.causes.push_back(tool_failed("systemctl show apt-daily.timer", answer));
+    return unknown;
   }
   Upgrade_Units found;
   for (const auto& [job, timer, service] :
@@ -280,6 +278,7 @@ Upgrade_Units find_upgrade_units(const Outlook_Question& question) {
   }
   found.next_refresh = next_time(units[0]);
   found.next_run = next_time(units[2]);
+  found.last_refresh = parse_time(at(units[1], "ExecMainStartTimestamp"));
   found.last_run = last_run_of(units[3]);
   return found;
 }

@@ -11,6 +11,7 @@ namespace zant::velmora_host::apt_outlook {
 struct Upgrade_Units {
   std::optional<std::chrono::system_clock::time_point> next_refresh;
   std::optional<std::chrono::system_clock::time_point> next_run;
+  std::optional<std::chrono::system_clock::time_point> last_refresh;  ///< when it began
   std::optional<Upgrade_Run> last_run;
   bool is_running = false;  ///< a refresh or an upgrade is going on
   Causes causes;
