@@ -624,9 +624,11 @@ class Look:
             return
         if is_there:
             result, words = base.package_signature_check(package)
+            lacks_key = any(each["kind"] == "no_key" for each in self.obstacles)
             self.obstacles[:] = [each for each in self.obstacles if each["kind"] != "no_key"]
             if result != 0:
-                kind = "no_key" if result == 1 else "signature_refused"
+                # Without the vendor's own key nothing can be said of the signature.
+                kind = "no_key" if result == 1 and lacks_key else "signature_refused"
                 self.found(kind, words=words, address=" ".join(self.vendor.gpgkey))
 
     def look_at_room(self, base, package, installed):

@@ -135,9 +135,10 @@ Upgrade_Outlook find(const Outlook_Question& question) {
       outlook.causes.push_back(*cause);
     }
   }
-  const bool has_failed = outlook.last_run && !outlook.last_run->succeeded;
-  if (has_failed && !has_blocking(outlook.causes)) {
-    if (auto cause = find_cause_of_failed_run(*question.services.system, *outlook.last_run, preview)) {
+  // dnf-automatic may end well although a package could not be installed.
+  const bool is_telling = outlook.last_run && (!outlook.last_run->succeeded || outlook.newer_is_offered);
+  if (is_telling && !has_blocking(outlook.causes)) {
+    if (auto cause = find_cause_of_last_run(*question.services.system, *outlook.last_run, preview)) {
       outlook.causes.push_back(*cause);
     }
   }

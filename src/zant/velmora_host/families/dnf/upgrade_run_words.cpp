@@ -61,8 +61,8 @@ bool is_about_offered_package(const std::string& words, const Run_Preview& previ
 
 }  // namespace
 
-std::optional<Cause> find_cause_of_failed_run(velmora::System& system, const Upgrade_Run& run,
-                                              const Run_Preview& preview) {
+std::optional<Cause> find_cause_of_last_run(velmora::System& system, const Upgrade_Run& run,
+                                            const Run_Preview& preview) {
   const Run_Words words = words_of_runs(system);
   const std::string evidence = fmt::format("journalctl --unit={}: {}", SERVICE, end_of(words.last));
   if (is_about_offered_package(words.last, preview)) {
@@ -72,7 +72,7 @@ std::optional<Cause> find_cause_of_failed_run(velmora::System& system, const Upg
                  evidence, "Ask the vendor for a package that installs, with the words above"};
   }
   const bool has_failed_before = words.before.find(FAILED_RUN) != std::string::npos;
-  if (speaks_of_network(words.last) && !has_failed_before) {
+  if (run.succeeded || (speaks_of_network(words.last) && !has_failed_before)) {
     return std::nullopt;
   }
   return Cause{
