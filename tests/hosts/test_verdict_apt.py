@@ -78,7 +78,7 @@ CONFIGURATION = [
     Story("an interval that is none", "periodic.unreadable", setting('APT::Periodic::Update-Package-Lists "1.5";'), f"{APT_CONFIGURATION}/99local:1:", ahead=True, verdict="cannot_be_told"),
     Story("upgrades when the host shuts down", "upgrades.on_shutdown_only", setting('Unattended-Upgrade::InstallOnShutdown "true";'), f"{APT_CONFIGURATION}/99local:1:", ahead=True),
     Story("no day of the week", "upgrades.not_today", setting('Unattended-Upgrade::Update-Days {"Never";};'), f"{APT_CONFIGURATION}/99local:1:", ahead=True),
-    Story("a held package", "package.held", f"apt-mark hold {PACKAGE}", "apt-mark showhold", ahead=True),
+    Story("a held package", "hold.held", f"apt-mark hold {PACKAGE}", "apt-mark showhold", ahead=True),
     Story("a default release that nobody has", "apt.configuration_broken", setting('APT::Default-Release "nowhere";'), f"{APT_CONFIGURATION}/99local:1:", ahead=True),
 ]
 
@@ -117,9 +117,9 @@ REPOSITORY = [
     Story("an index from the future", "repository.from_future", republish(Date="Sat, 01 Jan 2039 00:00:00 UTC"), "not valid yet", republish(), online=True),
     Story("nothing is automatic", "repository.changed", republish(NotAutomatic="yes"), "changed its default priority", online=True),
     Story("another origin", "repository.changed", republish(Origin="Somebody Else"), "changed its 'Origin' value", online=True),
-    Story("the server does not answer", "repository.unreachable", lambda site: site.server._stop(), "repo.velmora.test", lambda site: site.server._start(), online=True, verdict="cannot_be_told"),
-    Story("a name without address", "repository.name_not_resolved", "cp /etc/hosts /root/hosts && sed -i /velmora/d /etc/hosts", "repo.velmora.test", lambda site: site.host.run("cat /root/hosts > /etc/hosts"), online=True, verdict="cannot_be_told"),
-    Story("a dead proxy", "repository.proxy_fails", setting('Acquire::http::Proxy "http://127.0.0.1:9";'), f"{APT_CONFIGURATION}/99local:1:", online=True, verdict="cannot_be_told"),
+    Story("the server does not answer", "server.unreachable", lambda site: site.server._stop(), "repo.velmora.test", lambda site: site.server._start(), online=True, verdict="cannot_be_told"),
+    Story("a name without address", "server.name_unknown", "cp /etc/hosts /root/hosts && sed -i /velmora/d /etc/hosts", "repo.velmora.test", lambda site: site.host.run("cat /root/hosts > /etc/hosts"), online=True, verdict="cannot_be_told"),
+    Story("a dead proxy", "proxy.unreachable", setting('Acquire::http::Proxy "http://127.0.0.1:9";'), f"{APT_CONFIGURATION}/99local:1:", online=True, verdict="cannot_be_told"),
     Story("a keyring emptied", "repository.signature_refused", f": > {KEYRING}", "", online=True),
 ]
 
@@ -246,7 +246,7 @@ def test_a_healthy_host_has_no_cause(open_site, image):
     with site.server.gone():
         run_services(site)
         assert_healthy(site)
-        assert codes(why(site, "--online")) == ["repository.unreachable"]
+        assert codes(why(site, "--online")) == ["server.unreachable"]
 
 
 def test_nothing_is_changed_by_asking(open_site):

@@ -140,7 +140,7 @@ STORIES = (
           repair=lambda site: site.repository.publish("1.0", "zant-provider", package_tag="Provides: nothing-has-this")),
     Story("conflict", conflicting_package, "solver.conflict", "zant-rival", tells_before=False, repair="rpm --erase zant-rival"),
     Story("foreign-signature", "true", "repository.signature_refused", PACKAGE, tells_before=False, new=signed_by_somebody_else, repair=published_again),
-    Story("script-fails", "true", "package.script_fails", f"{PACKAGE}-2.0", tells_before=False,
+    Story("script-fails", "true", "package.script_failed", f"{PACKAGE}-2.0", tells_before=False,
           new=lambda site: site.repository.publish("2.0", package_is_refused_by_its_script="1"),
           repair=lambda site: site.repository.publish("2.1"), version="2.1"),
     Story("no-room", full_cache, "disk.full", "/var/cache/dnf", repair="umount /var/cache/dnf"),

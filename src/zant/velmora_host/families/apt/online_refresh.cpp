@@ -71,26 +71,26 @@ constexpr std::array<Words_And_Meaning, 27> MEANINGS = {{
      "the repository has no such component", "package-minder once"},
     {"doesn't support architecture", Cause_Effect::BLOCKS, "repository.architecture_missing",
      "the repository has nothing for this architecture", "Ask the vendor for packages for this architecture"},
-    {"Could not resolve", Cause_Effect::OBSCURES, "repository.name_not_resolved",
+    {"Could not resolve", Cause_Effect::OBSCURES, "server.name_unknown",
      "the name of the repository's server has no address", "Put the host's name resolution right"},
-    {"Temporary failure resolving", Cause_Effect::OBSCURES, "repository.name_not_resolved",
+    {"Temporary failure resolving", Cause_Effect::OBSCURES, "server.name_unknown",
      "the name of the repository's server has no address", "Put the host's name resolution right"},
-    {"Could not wait for server fd", Cause_Effect::OBSCURES, "repository.unreachable",
+    {"Could not wait for server fd", Cause_Effect::OBSCURES, "server.unreachable",
      "the repository's server does not answer", UNPROVEN},
-    {"ertificate", Cause_Effect::BLOCKS, "repository.certificate_refused",
+    {"ertificate", Cause_Effect::BLOCKS, "server.certificate_refused",
      "the certificate of the repository's server is not accepted",
      "Have the vendor mend the server's certificate, or this host know who signed it"},
-    {"handshake", Cause_Effect::OBSCURES, "repository.tls_failed",
+    {"handshake", Cause_Effect::OBSCURES, "server.tls_failed",
      "no secure connection to the server comes about", UNPROVEN},
-    {"Proxy", Cause_Effect::OBSCURES, "repository.proxy_fails", "the proxy does not let APT through",
+    {"Proxy", Cause_Effect::OBSCURES, "proxy.unreachable", "the proxy does not let APT through",
      "Put the proxy right, or APT's settings for it"},
-    {"Could not connect", Cause_Effect::OBSCURES, "repository.unreachable",
+    {"Could not connect", Cause_Effect::OBSCURES, "server.unreachable",
      "the repository's server cannot be reached", UNPROVEN},
-    {"Cannot initiate the connection", Cause_Effect::OBSCURES, "repository.unreachable",
+    {"Cannot initiate the connection", Cause_Effect::OBSCURES, "server.unreachable",
      "the repository's server cannot be reached", UNPROVEN},
-    {"onnection timed out", Cause_Effect::OBSCURES, "repository.unreachable",
+    {"onnection timed out", Cause_Effect::OBSCURES, "server.unreachable",
      "the repository's server does not answer", UNPROVEN},
-    {"onnection refused", Cause_Effect::OBSCURES, "repository.unreachable",
+    {"onnection refused", Cause_Effect::OBSCURES, "server.unreachable",
      "the repository's server cannot be reached", UNPROVEN},
     {"does not have a Release file", Cause_Effect::BLOCKS, "repository.suite_missing",
      "the repository is not at its address, or has no such suite",
@@ -118,7 +118,7 @@ std::optional<Cause> find_dead_proxy(const APT_Settings& settings, const std::st
       host = *value;
     }
     if (!host.empty() && words.find(host) != std::string::npos) {
-      return obscures("repository.proxy_fails", fmt::format("the proxy {} cannot be used", *value),
+      return obscures("proxy.unreachable", fmt::format("the proxy {} cannot be used", *value),
                       settings.evidence(item, *value) + "\n" + evidence,
                       settings.without(settings.place_of(item, *value), "Put the proxy right"));
     }
@@ -159,7 +159,7 @@ Cause meaning_of(const Outlook_Question& question, const Answer& answer, const A
     return *proxy;
   }
   if (answer.exit_code == TIME_LIMIT) {
-    return obscures("repository.too_slow", "the repository did not answer in time", evidence, UNPROVEN);
+    return obscures("server.silent", "the repository did not answer in time", evidence, UNPROVEN);
   }
   for (const auto& meaning : MEANINGS) {
     if (answer.words.find(meaning.words) != std::string::npos) {

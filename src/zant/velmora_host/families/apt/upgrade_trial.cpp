@@ -191,7 +191,7 @@ class Trial {
 
   void judge_policy_(const Json& policy, const Json& json, const std::string& judged) {
     if (policy.at("is_held").get<bool>()) {
-      trial_.causes.push_back(blocks("package.held", fmt::format("{} is held", PACKAGE_NAME),
+      trial_.causes.push_back(blocks("hold.held", fmt::format("{} is held", PACKAGE_NAME),
                                      fmt::format("apt-mark showhold: {}", PACKAGE_NAME),
                                      fmt::format("apt-mark unhold {}", PACKAGE_NAME)));
     }

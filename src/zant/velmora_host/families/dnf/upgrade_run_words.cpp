@@ -66,7 +66,7 @@ std::optional<Cause> find_cause_of_last_run(velmora::System& system, const Upgra
   const Run_Words words = words_of_runs(system);
   const std::string evidence = fmt::format("journalctl --unit={}: {}", SERVICE, end_of(words.last));
   if (is_about_offered_package(words.last, preview)) {
-    return Cause{Cause_Effect::BLOCKS, "package.script_fails",
+    return Cause{Cause_Effect::BLOCKS, "package.script_failed",
                  fmt::format("{} {} cannot be installed: a step of its own failed in the last run",
                              PACKAGE_NAME, preview.offered),
                  evidence, "Ask the vendor for a package that installs, with the words above"};

@@ -165,7 +165,7 @@ TEST_F(DnfOutlook, NamesAScriptThatFailsEachNight) {
                    "\nStarting dnf-automatic-install.service - x...\n"
                    "Error in PREIN scriptlet in rpm package zant-velmora-2.0-1.noarch\n");
 
-  EXPECT_THAT(codes(), ElementsAre("package.script_fails"));
+  EXPECT_THAT(codes(), ElementsAre("package.script_failed"));
 }
 
 TEST_F(DnfOutlook, AsksNoJournalWhenTheReasonIsKnown) {
