@@ -282,7 +282,7 @@ def nothing(_, __, ___):
 
 def _contents_of_newest(site, contents):
     publish = site.repository.publish
-    site.repository.publish = lambda version, *rest: publish(version, *rest, contents=contents)
+    site.repository.publish = lambda version, *rest, **given: publish(version, *rest, **{"contents": contents, **given})
 
 
 def _after_publication(site, change):

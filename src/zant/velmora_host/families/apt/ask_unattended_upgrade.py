@@ -1,4 +1,3 @@
-#!/usr/bin/python3
 """Asks unattended-upgrade and APT, without running them, what they would do with one package.
 
 The rules of unattended-upgrade are not repeated here: its own functions are called, over a cache that is built

@@ -30,7 +30,10 @@ std::string service(const std::string& name, const std::string& work) {
 
 class UpgradeUnits : public Outlook_Example {
  protected:
-  UpgradeUnits() { answers("systemd-analyze condition *", 0); }
+  UpgradeUnits() {
+    answers("systemd-analyze condition --unit=apt-daily.service", 0);
+    answers("systemd-analyze condition --unit=apt-daily-upgrade.service", 0);
+  }
 
   std::string healthy = timer("apt-daily") + "\n" + service("apt-daily", "update") + "\n" +
                         timer("apt-daily-upgrade") + "\n" + service("apt-daily-upgrade", "install");
