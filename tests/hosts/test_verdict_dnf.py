@@ -272,6 +272,8 @@ def test_a_healthy_host_has_no_cause(open_dnf_site, image):
     upgraded = why(site)
     assert (upgraded["verdict"], upgraded["installed"], upgraded["causes"]) == ("up_to_date", "2.0-1", [])
     for _ in range(7):
+        # Nights follow each other faster here than systemd starts one service.
+        site.host.run(f"systemctl reset-failed {SERVICE}", check=False)
         _night(site)
     assert why(site)["causes"] == [], "a week without anything new"
 
