@@ -21,7 +21,7 @@ using Json = nlohmann::json;
 // error are kept for who is told that it failed.
 constexpr const char* PREVIEW_COMMAND =
     "interpreter=$(sed -n '1s/^#! *\\([^ ]*\\).*/\\1/p' \"$(command -v dnf)\") && "
-    "timeout --kill-after=1 {0} \"$interpreter\" -B -I {1} {2}/request.json 2> {2}/errors || "
+    "timeout --kill-after=1 {0} \"$interpreter\" -B -I {1} {2}/request 2> {2}/errors || "
     "{{ status=$?; tail --bytes=1500 {2}/errors; exit $status; }}";
 constexpr int OFFLINE_SECONDS = 8;
 constexpr int ONLINE_SECONDS = 24;
@@ -58,7 +58,7 @@ Run_Preview preview_run(const Outlook_Question& question, const std::vector<std:
                         {"directory", question.private_directory.string()},
                         {"arguments", arguments},
                         {"online", question.online}};
-  if (!question.services.filesystem->write_file(question.private_directory / "request.json",
+  if (!question.services.filesystem->write_file(question.private_directory / "request",
                                                 request.dump(-1, ' ', true, Json::error_handler_t::replace),
                                                 velmora::Write_Flag::REPLACE)) {
     return failed("the request could not be written");

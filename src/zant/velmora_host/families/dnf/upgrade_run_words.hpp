@@ -14,6 +14,6 @@ namespace zant::velmora_host::dnf_outlook {
 /// stumble over the offered version, nor when its words speak of the network alone and the run before
 /// succeeded.
 std::optional<Cause> find_cause_of_last_run(velmora::System& system, const Upgrade_Run& run,
-                                              const Run_Preview& preview);
+                                            const Run_Preview& preview);
 
 }  // namespace zant::velmora_host::dnf_outlook

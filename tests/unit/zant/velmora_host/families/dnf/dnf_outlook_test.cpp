@@ -54,8 +54,8 @@ class DnfOutlook : public ::testing::Test {
 
   Upgrade_Outlook outlook(bool online = false) {
     const Settings settings = host_.settings();
-    return dnf_outlook::find({settings, host_.services, velmora::Init::systemd, "/private", online,
-                              parse_iso_time("2026-11-22T12:00:00Z")});
+    return dnf_outlook::find(
+        {settings, host_.services, init_, "/private", online, parse_iso_time("2026-11-22T12:00:00Z")});
   }
 
   std::vector<std::string> codes() {
@@ -67,6 +67,7 @@ class DnfOutlook : public ::testing::Test {
   }
 
   El_Host host_;
+  velmora::Init init_ = velmora::Init::systemd;
 };
 
 TEST_F(DnfOutlook, OfAHealthyHostHasNoCause) {
@@ -83,7 +84,7 @@ TEST_F(DnfOutlook, OfAHealthyHostHasNoCause) {
 TEST_F(DnfOutlook, AsksWithTheArgumentsOfTheService) {
   outlook(true);
 
-  const std::string request = host_.read("/private/request.json");
+  const std::string request = host_.read("/private/request");
   EXPECT_THAT(
       request,
       HasSubstr(R"("arguments":["/usr/bin/dnf-automatic","/etc/dnf/automatic.conf","--installupdates"])"));
@@ -115,6 +116,12 @@ TEST_F(DnfOutlook, IsNotGuessedWhenSystemdDoesNotAnswer) {
   host_.system->on_like(SHOW, 1, "Failed to connect to bus");
 
   EXPECT_THAT(codes(), ElementsAre("tools.failed"));
+}
+
+TEST_F(DnfOutlook, NamesAHostThatNothingStartsUpgradesOn) {
+  init_ = velmora::Init::other;
+
+  EXPECT_THAT(codes(), ElementsAre("timer.no_systemd"));
 }
 
 TEST_F(DnfOutlook, NamesMetadataOfLongAgo) {
