@@ -97,7 +97,9 @@ class Outlook:
 
     def find_index(self):
         """The file that lists the repository's packages; None when APT's sources have no such repository, or none yet."""
-        for plain in self._registered_indexes():
+        indexes = dict(self._registered_indexes())
+        # Those for all architectures come with any architecture.
+        for plain in indexes.values() if self.request["architecture"] in indexes else ():
             self.answer.setdefault("index", plain)
             found = [plain + ending for ending in ENDINGS if os.path.exists(plain + ending)]
             if found:
@@ -106,7 +108,7 @@ class Outlook:
         return None
 
     def _registered_indexes(self):
-        """Where APT keeps the lists of the repository, those that are not there included."""
+        """Architectures, and where APT keeps the repository's lists for them, those that are not there included."""
         sources = self.apt_pkg.SourceList()
         sources.read_main_list()
         for meta in sources.list:
@@ -119,7 +121,7 @@ class Outlook:
                     match and match[1] == f"{self.request['suite']}/{self.request['component']}"
                     and match[2] in (self.request["architecture"], "all")
                 ):
-                    yield re.sub(r"_Packages\.\w+$", "_Packages", match[3])
+                    yield match[2], re.sub(r"_Packages\.\w+$", "_Packages", match[3])
 
     def newest_in(self, index):
         """The repository's newest version of the package: its stanza, or None."""
