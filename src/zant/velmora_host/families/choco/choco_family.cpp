@@ -1,7 +1,7 @@
 #include <zant/velmora_host/families/choco/choco_family.hpp>
 
-#include <zant/velmora_host/families/choco/choco_outlook.hpp>
 #include <zant/velmora_host/families/choco/base_directory_check.hpp>
+#include <zant/velmora_host/families/choco/choco_outlook.hpp>
 
 #include <zant/velmora/choco/choco_constants.hpp>
 #include <zant/velmora/facilitators/windows_package_facilitator.hpp>
