@@ -24,10 +24,10 @@ class Told_Family : public Real_Family {
 };
 
 /// @param outlook may be changed later.
-template <typename Real_Family>
-Family_Registry registry_with_told(std::shared_ptr<const Upgrade_Outlook> outlook) {
+template <typename... Real_Families>
+Family_Registry registry_with_told(const std::shared_ptr<const Upgrade_Outlook>& outlook) {
   std::vector<std::unique_ptr<Family>> families;
-  families.push_back(std::make_unique<Told_Family<Real_Family>>(std::move(outlook)));
+  (families.push_back(std::make_unique<Told_Family<Real_Families>>(outlook)), ...);
   return Family_Registry(std::move(families));
 }
 

@@ -261,11 +261,17 @@ TEST_F(Dispatch, OfACheckWithoutFindingsSucceeds) {
 
   const auto outcome = call({"check"});
 
-  EXPECT_EQ(outcome.output,
-            "Trusted key 4A3B843A1F3D4F09D7A06659C4A1C7AE6D372198 (EdDSA 255, created 2026-01-01, never "
-            "expires)\n"
-            "    Good Key <good@velmora.test>\n"
-            "Nothing found that needs to be put right.\n");
+  EXPECT_EQ(
+      outcome.output,
+      "Trusted key 4A3B843A1F3D4F09D7A06659C4A1C7AE6D372198 (EdDSA 255, created 2026-01-01, never "
+      "expires)\n"
+      "    Good Key <good@velmora.test>\n"
+      "Not checked: whether the package upgrades on this host, because dpkg-query --show "
+      "--showformat='${Version}|${Architecture}|${db:Status-Status}' zant-velmora: no words.\n"
+      "Not checked: whether the package upgrades on this host, because systemctl show apt-daily.timer: no "
+      "words.\n"
+      "Not checked: whether the package upgrades on this host, because apt-config dump: no words.\n"
+      "Nothing found that needs to be put right.\n");
   EXPECT_EQ(outcome.exit_status, 0);
 }
 
@@ -297,7 +303,24 @@ TEST_F(Dispatch, OfACheckWithFindingsExitsWithOne) {
                 "      \"remedy\": \"put the keyring with the repository's current keys there\"\n"
                 "    }\n"
                 "  ],\n"
-                "  \"unchecked\": [],\n"
+                "  \"unchecked\": [\n"
+                "    {\n"
+                "      \"code\": \"upgrades\",\n"
+                "      \"what\": \"whether the package upgrades on this host\",\n"
+                "      \"reason\": \"dpkg-query --show "
+                "--showformat='${Version}|${Architecture}|${db:Status-Status}' zant-velmora: no words\"\n"
+                "    },\n"
+                "    {\n"
+                "      \"code\": \"upgrades\",\n"
+                "      \"what\": \"whether the package upgrades on this host\",\n"
+                "      \"reason\": \"systemctl show apt-daily.timer: no words\"\n"
+                "    },\n"
+                "    {\n"
+                "      \"code\": \"upgrades\",\n"
+                "      \"what\": \"whether the package upgrades on this host\",\n"
+                "      \"reason\": \"apt-config dump: no words\"\n"
+                "    }\n"
+                "  ],\n"
                 "  \"keys\": []\n"
                 "}\n");
 }

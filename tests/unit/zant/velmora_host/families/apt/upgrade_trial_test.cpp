@@ -102,7 +102,7 @@ TEST_F(UpgradeTrial, NamesHoldsExclusionsAndOrigins) {
   answer["origins"]["is_allowed"] = false;
 
   EXPECT_THAT(codes_when_not_upgraded(),
-              ElementsAre("blocks package.held", "blocks origin.not_allowed", "blocks package.blacklisted",
+              ElementsAre("blocks hold.held", "blocks origin.not_allowed", "blocks package.blacklisted",
                           "blocks package.not_whitelisted"));
 }
 
