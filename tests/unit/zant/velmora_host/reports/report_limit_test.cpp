@@ -79,9 +79,8 @@ TEST(ReportLimitForPrograms, IsNullWhereItIsNotKnown) {
   host.set_up();
   const auto outlook = std::make_shared<Upgrade_Outlook>(test_support::outlook_of("1.0", "1.0"));
 
-  const Status status =
-      make_status(host.settings(), Report_Services(host.services, std::chrono::seconds(0)), PROGRAM_SERVICE,
-                  test_support::registry_with_told<APT_Family>(outlook));
+  const Status status = make_status(host.settings(), Report_Services(host.services, std::chrono::seconds(0)),
+                                    PROGRAM_SERVICE, test_support::registry_with_told<APT_Family>(outlook));
 
   const auto document = Json::parse(to_json_text(status));
   EXPECT_EQ(document.at("verdict"), "up_to_date");
