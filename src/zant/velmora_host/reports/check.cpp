@@ -84,7 +84,9 @@ void check_upgrades(const Checked_Host& host, bool online, Check_Report& report)
 
 void check_host(const Checked_Host& host, Check_Report& report) {
   const Host_Services& services = host.report.services();
-  const auto& [settings, ignored, family, registry, init] = host;
+  const Settings& settings = host.settings;
+  const Family& family = host.family;
+  const velmora::Init init = host.init;
   append(report.findings, family.find_setting_faults(settings));
   append(report.findings, find_keyring_faults(settings.staging_directory(), family.staging_layout()));
   check_in_time(host, report, [&] { check_displaced_settings(host, report); });

@@ -42,7 +42,7 @@ std::string settings_for_questions(const path& directory, bool online) {
 }
 
 path write_settings(const Outlook_Question& question) {
-  const path file = question.private_directory / "apt-questions.conf";
+  path file = question.private_directory / "apt-questions.conf";
   question.services.filesystem->create_directories(question.private_directory / "cache" / "archives" /
                                                    "partial");
   question.services.filesystem->write_file(

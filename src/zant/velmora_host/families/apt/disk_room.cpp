@@ -12,7 +12,7 @@
 namespace zant::velmora_host::apt_outlook {
 namespace {
 
-constexpr std::uint64_t MEGABYTE = 1024 * 1024;
+constexpr auto MEGABYTE = std::uint64_t{1024} * 1024;
 constexpr std::uint64_t LEAST_INODES = 20;
 
 // As the host's first process sees them: what this one sees may be a view of its own.

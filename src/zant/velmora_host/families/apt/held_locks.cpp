@@ -18,7 +18,7 @@ constexpr const char* LOCKS = "/proc/locks";
 constexpr const char* FILES_QUERY =
     "stat --format='%i %n' /var/lib/dpkg/lock-frontend /var/lib/dpkg/lock /var/lib/apt/lists/lock "
     "/var/cache/apt/archives/lock /var/lib/apt/daily_lock /run/unattended-upgrades.lock 2> /dev/null";
-constexpr long LONGEST_SECONDS = 2 * 3600;
+constexpr long LONGEST_SECONDS = 2L * 3600;
 
 struct Holder {
   std::string command;

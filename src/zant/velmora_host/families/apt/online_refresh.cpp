@@ -129,7 +129,7 @@ std::optional<Cause> find_dead_proxy(const APT_Settings& settings, const std::st
 // A changed origin is none that upgrades may come from, even once APT has accepted it.
 std::string remedy_for_change(const std::string& words) {
   static const std::regex CHANGE("'Origin' value from '[^']*' to '([^']*)'");
-  const std::string accept = "apt-get --allow-releaseinfo-change update";
+  std::string accept = "apt-get --allow-releaseinfo-change update";
   std::smatch match;
   if (words.find("changed its default priority") != std::string::npos) {
     return accept + " && " + preferring_package();
