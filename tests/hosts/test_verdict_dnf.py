@@ -24,7 +24,7 @@ TIMER_DROP_IN = f"{dnf.DROP_INS}/local.conf"
 # What the timer starts in the next night: DNF takes its caches for as old as they are then.
 NEXT_NIGHT = (
     "find /var/cache/dnf -path '*/repodata/*' -exec touch --date='25 hours ago' {} + ;"
-    f"[ $(systemctl show --property=SubState --value {dnf.TIMER}) != waiting ] || systemctl start {SERVICE}"
+    f"[ $(systemctl show --property=SubState --value {dnf.TIMER}) != waiting ] || {{ systemctl reset-failed {SERVICE}; systemctl start {SERVICE}; }}"
 )
 
 # It would wait a minute for a server that is away.

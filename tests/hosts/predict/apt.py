@@ -2,7 +2,6 @@
 
 import itertools
 import os
-import shlex
 
 from disposable_hosts.apt import site as apt
 from disposable_hosts.apt.repository import Contents
@@ -327,7 +326,7 @@ class AptFamily(Family):
         for timer, service in TIMERS.items():
             self._age_stamps(site)
             if timer_fires(site, timer):
-                site.host.run(f"systemctl start {shlex.quote(service)}", check=False, timeout=300)
+                site.host.run(f"systemctl reset-failed {service}; systemctl start {service}", check=False, timeout=300)
 
     @staticmethod
     def _age_stamps(site):

@@ -276,4 +276,4 @@ class DnfFamily(Family):
         # A day has passed since the repository was asked.
         site.host.run("find /var/cache/dnf -path '*/repodata/*' -exec touch --date='25 hours ago' {} +", check=False)
         if timer_fires(site, dnf.TIMER):
-            site.host.run(f"systemctl start {SERVICE}", check=False, timeout=300)
+            site.host.run(f"systemctl reset-failed {SERVICE}; systemctl start {SERVICE}", check=False, timeout=300)

@@ -109,7 +109,11 @@ bool Verdict_Keeper::is_this_thread() {
 void Verdict_Keeper::work_(const std::stop_token& stop) {
   is_keeper_thread = true;
   std::unique_lock lock(mutex_);
-  while (cycle_ended_.wait(lock, stop, [this] { return has_cycle_; }) && !stop.stop_requested()) {
+  while (!stop.stop_requested()) {
+    // To wait without a limit needs a newer libstdc++ than EL 9 has.
+    if (!cycle_ended_.wait_for(lock, stop, std::chrono::hours(1), [this] { return has_cycle_; })) {
+      continue;
+    }
     cycle_ended_.wait_for(lock, stop, pause_, [] { return false; });
     if (stop.stop_requested()) {
       return;

@@ -35,9 +35,8 @@ Causes find_refusal(const Outlook_Question& question) {
       continue;
     }
     const bool is_known_key = fault.what.find("which the keyring has:") != std::string::npos;
-    causes.push_back(obscures(is_known_key ? "repository.index_refused" : fault.code,
-                              "APT refused the repository's index when it last asked for it",
-                              fmt::format("{}: {}", fault.where, fault.what),
+    causes.push_back(obscures(is_known_key ? "repository.index_refused" : fault.code, fault.what,
+                              fault.where + " is what it refused",
                               is_known_key ? "Run \"package-minder why --online\" to see why APT refuses it"
                                            : remedy_for_signature(question)));
   }

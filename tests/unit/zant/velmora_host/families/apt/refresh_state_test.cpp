@@ -112,7 +112,8 @@ TEST_F(RefusedIndex, IsNamedWithWhatHelps) {
   const auto causes = found("-----END PGP SIGNATURE-----\n");
 
   ASSERT_THAT(codes(causes), ElementsAre("obscures repository.signature_refused"));
-  EXPECT_THAT(causes[0].evidence, HasSubstr("it has no signature that can be read"));
+  EXPECT_THAT(causes[0].message, HasSubstr("it has no signature that can be read"));
+  EXPECT_EQ(causes[0].evidence, "/var/lib/apt/lists/partial/repo_InRelease is what it refused");
   EXPECT_EQ(causes[0].remedy, "package-minder once");
 }
 
@@ -122,7 +123,7 @@ TEST_F(RefusedIndex, OfAKnownKeyIsAnotherMatter) {
   const auto causes = found(SIGNED_INDEX);
 
   ASSERT_THAT(codes(causes), ElementsAre("obscures repository.index_refused"));
-  EXPECT_THAT(causes[0].evidence,
+  EXPECT_THAT(causes[0].message,
               HasSubstr("it names the key 2725E53121BA87C09373A91F1DF6CB6A17C750A7, which the keyring has"));
 }
 
