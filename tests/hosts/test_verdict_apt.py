@@ -75,7 +75,7 @@ CONFIGURATION = [
     Story("no upgrades, in the main file", "periodic.upgrades_off", file("/etc/apt/apt.conf", 'APT::Periodic::Unattended-Upgrade "0";'), "/etc/apt/apt.conf:1:", ahead=True),
     Story("our switches edited", "periodic.upgrades_off", f"sed -i '/Unattended-Upgrade/s/always/0/' {APT_CONFIGURATION}/20auto-upgrades", f"{APT_CONFIGURATION}/20auto-upgrades:", ahead=True),
     Story("an upgrade once a month", "periodic.not_due", setting('APT::Periodic::Unattended-Upgrade "30";') + " && mkdir -p /var/lib/apt/periodic && touch /var/lib/apt/periodic/upgrade-stamp", f"{APT_CONFIGURATION}/99local:1:", ahead=True),
-    Story("an interval that is none", "periodic.unreadable", setting('APT::Periodic::Update-Package-Lists "1.5";'), f"{APT_CONFIGURATION}/99local:1:", ahead=True, verdict="cannot_be_told"),
+    Story("an interval that is none", "periodic.unreadable", "mkdir -p /var/lib/apt/periodic && touch /var/lib/apt/periodic/update-stamp && " + setting('APT::Periodic::Update-Package-Lists "1.5";'), f"{APT_CONFIGURATION}/99local:1:", ahead=True, verdict=None),
     Story("upgrades when the host shuts down", "upgrades.on_shutdown_only", setting('Unattended-Upgrade::InstallOnShutdown "true";'), f"{APT_CONFIGURATION}/99local:1:", ahead=True),
     Story("no day of the week", "upgrades.not_today", setting('Unattended-Upgrade::Update-Days {"Never";};'), f"{APT_CONFIGURATION}/99local:1:", ahead=True),
     Story("a held package", "hold.held", f"apt-mark hold {PACKAGE}", "apt-mark showhold", ahead=True),

@@ -1,9 +1,5 @@
 #include <zant/velmora_host/observation/metrics.hpp>
 
-#include <zant/velmora_host/services/command_service.hpp>
-#include <zant/velmora_host/services/file_service.hpp>
-#include <zant/velmora_host/services/temporary_directory.hpp>
-
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -157,23 +153,6 @@ TEST_F(VerdictInMetrics, EscapesWhatARepositorySays) {
   verdict_.outlook.offered = "2\"}\n\\";
 
   EXPECT_THAT(text(), HasSubstr("offered=\"2\\\"}\\\\n\\\\\"} 1\n"));
-}
-
-TEST_F(VerdictInMetrics, PassesTheCheckOfPrometheus) {
-  verdict_.outlook.offered = "2\"}\n\\";
-  Cycle_State state;
-  state.history.last_success = system_clock::from_time_t(1800000000);
-  const Signing_Key key{"BB", 22, 255, false, system_clock::from_time_t(1900000000)};
-  const Temporary_Directory directory;
-  const auto file = directory.path() / "minder.prom";
-  File_Service().write_file(file, metrics_text(state, verdict_, {key}, system_clock::from_time_t(1800000100)),
-                            velmora::Write_Flag::REPLACE);
-
-  const auto result = Command_Service({}).run_command(PROMTOOL " check metrics < " + file.string() + " 2>&1",
-                                                      velmora::Run_Flag::WAIT_AND_CAPTURE);
-
-  EXPECT_EQ(result.output, "");
-  EXPECT_EQ(result.exit_code, 0);
 }
 
 }  // namespace
