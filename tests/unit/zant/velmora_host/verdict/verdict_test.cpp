@@ -15,7 +15,7 @@ using std::chrono::seconds;
 using std::chrono::system_clock;
 using ::testing::ElementsAre;
 
-const auto NOW = system_clock::from_time_t(1800000000);  // 2027-01-15T08:00:00Z
+const auto JUDGED_AT = system_clock::from_time_t(1800000000);  // 2027-01-15T08:00:00Z
 constexpr auto WEEK = hours(24 * 7);
 
 Cause cause(Cause_Effect effect, const std::string& message = "The package is held") {
@@ -45,87 +45,87 @@ std::vector<system_clock::time_point> ends_of(const std::vector<Upgrade_Run>& ru
 // --- judge ---------------------------------------------------------------------
 
 TEST(JudgeTest, IsUpToDateWhenNothingNewerIsOffered) {
-  EXPECT_EQ(judge(with("2.0", "2.0"), {}, WEEK, NOW), Verdict_Kind::UP_TO_DATE);
+  EXPECT_EQ(judge(with("2.0", "2.0"), {}, WEEK, JUDGED_AT), Verdict_Kind::UP_TO_DATE);
 }
 
 TEST(JudgeTest, IsWaitingUntilTheTimeIsOver) {
   Upgrade_History history;
-  history.offered = {"2.0", NOW - WEEK};
+  history.offered = {"2.0", JUDGED_AT - WEEK};
 
-  EXPECT_EQ(judge(with("1.0", "2.0"), {}, WEEK, NOW), Verdict_Kind::WAITING);
-  EXPECT_EQ(judge(with("1.0", "2.0"), history, WEEK, NOW), Verdict_Kind::WAITING);
+  EXPECT_EQ(judge(with("1.0", "2.0"), {}, WEEK, JUDGED_AT), Verdict_Kind::WAITING);
+  EXPECT_EQ(judge(with("1.0", "2.0"), history, WEEK, JUDGED_AT), Verdict_Kind::WAITING);
 }
 
 TEST(JudgeTest, IsOverdueASecondLater) {
   Upgrade_History history;
-  history.offered = {"2.0", NOW - WEEK - seconds(1)};
+  history.offered = {"2.0", JUDGED_AT - WEEK - seconds(1)};
 
-  EXPECT_EQ(judge(with("1.0", "2.0"), history, WEEK, NOW), Verdict_Kind::OVERDUE);
+  EXPECT_EQ(judge(with("1.0", "2.0"), history, WEEK, JUDGED_AT), Verdict_Kind::OVERDUE);
 }
 
 TEST(JudgeTest, IsBlockedByACauseAlsoWhileNothingNewerIsOffered) {
   auto outlook = with("2.0", "2.0");
   outlook.causes = {cause(Cause_Effect::OBSCURES), cause(Cause_Effect::BLOCKS)};
 
-  EXPECT_EQ(judge(outlook, {}, WEEK, NOW), Verdict_Kind::BLOCKED);
+  EXPECT_EQ(judge(outlook, {}, WEEK, JUDGED_AT), Verdict_Kind::BLOCKED);
 }
 
 TEST(JudgeTest, CannotTellWhenSomethingIsObscured) {
   Upgrade_History history;
-  history.offered = {"2.0", NOW - WEEK - WEEK};
+  history.offered = {"2.0", JUDGED_AT - WEEK - WEEK};
   auto outlook = with("1.0", "2.0");
   outlook.causes = {cause(Cause_Effect::OBSCURES)};
 
-  EXPECT_EQ(judge(outlook, history, WEEK, NOW), Verdict_Kind::CANNOT_BE_TOLD);
+  EXPECT_EQ(judge(outlook, history, WEEK, JUDGED_AT), Verdict_Kind::CANNOT_BE_TOLD);
 }
 
 TEST(JudgeTest, CannotTellWithoutAnInstalledVersion) {
-  EXPECT_EQ(judge({}, {}, WEEK, NOW), Verdict_Kind::CANNOT_BE_TOLD);
+  EXPECT_EQ(judge({}, {}, WEEK, JUDGED_AT), Verdict_Kind::CANNOT_BE_TOLD);
 }
 
 // --- remembered ----------------------------------------------------------------
 
 TEST(RememberedTest, KeepsTheTimeOfTheFirstOffer) {
-  auto history = remembered({}, with("1.0", "2.0"), NOW - hours(2));
-  history = remembered(history, with("1.0", "2.0"), NOW - hours(1));
-  history = remembered(history, with("1.0", "2.1"), NOW);
+  auto history = remembered({}, with("1.0", "2.0"), JUDGED_AT - hours(2));
+  history = remembered(history, with("1.0", "2.0"), JUDGED_AT - hours(1));
+  history = remembered(history, with("1.0", "2.1"), JUDGED_AT);
 
   EXPECT_EQ(history.offered->version, "2.1");
-  EXPECT_EQ(history.offered->since, NOW - hours(2));
+  EXPECT_EQ(history.offered->since, JUDGED_AT - hours(2));
 }
 
 TEST(RememberedTest, ForgetsTheOfferOnceItIsInstalled) {
-  auto history = remembered({}, with("1.0", "2.0"), NOW - hours(2));
-  history = remembered(history, with("2.0", "2.0"), NOW);
+  auto history = remembered({}, with("1.0", "2.0"), JUDGED_AT - hours(2));
+  history = remembered(history, with("2.0", "2.0"), JUDGED_AT);
 
   EXPECT_FALSE(history.offered);
   EXPECT_EQ(history.installed->version, "2.0");
-  EXPECT_EQ(history.installed->since, NOW);
-  EXPECT_EQ(history.version_changed, NOW);
+  EXPECT_EQ(history.installed->since, JUDGED_AT);
+  EXPECT_EQ(history.version_changed, JUDGED_AT);
 }
 
 TEST(RememberedTest, CountsAnewWhenAnotherVersionWaitsBehindTheOneThatWasInstalled) {
-  auto history = remembered({}, with("1.0", "2.0"), NOW - hours(2));
-  history = remembered(history, with("2.0", "3.0"), NOW);
+  auto history = remembered({}, with("1.0", "2.0"), JUDGED_AT - hours(2));
+  history = remembered(history, with("2.0", "3.0"), JUDGED_AT);
 
   EXPECT_EQ(history.offered->version, "3.0");
-  EXPECT_EQ(history.offered->since, NOW);
+  EXPECT_EQ(history.offered->since, JUDGED_AT);
 }
 
 TEST(RememberedTest, TakesTheFirstVersionThatIsSeenForNoChange) {
-  EXPECT_FALSE(remembered({}, with("1.0", "1.0"), NOW).version_changed);
+  EXPECT_FALSE(remembered({}, with("1.0", "1.0"), JUDGED_AT).version_changed);
 }
 
 TEST(RememberedTest, KeepsAllWhileTheToolsFail) {
-  const auto history = remembered({}, with("1.0", "2.0"), NOW - hours(2));
+  const auto history = remembered({}, with("1.0", "2.0"), JUDGED_AT - hours(2));
   Upgrade_Outlook nothing;
   nothing.causes = {cause(Cause_Effect::OBSCURES)};
   auto without_lists = with("1.0", "1.0");
   without_lists.causes = {cause(Cause_Effect::OBSCURES)};
 
-  EXPECT_EQ(remembered(history, nothing, NOW).offered->since, NOW - hours(2));
-  EXPECT_EQ(remembered(history, nothing, NOW).installed->version, "1.0");
-  EXPECT_EQ(remembered(history, without_lists, NOW).offered->version, "2.0");
+  EXPECT_EQ(remembered(history, nothing, JUDGED_AT).offered->since, JUDGED_AT - hours(2));
+  EXPECT_EQ(remembered(history, nothing, JUDGED_AT).installed->version, "1.0");
+  EXPECT_EQ(remembered(history, without_lists, JUDGED_AT).offered->version, "2.0");
 }
 
 TEST(RememberedTest, KeepsTheLastTenRuns) {
@@ -133,10 +133,10 @@ TEST(RememberedTest, KeepsTheLastTenRuns) {
   std::vector<system_clock::time_point> expected;
   for (int hour = 12; hour > 0; --hour) {
     auto outlook = with("1.0", "1.0");
-    outlook.last_run = run(NOW - hours(hour));
-    history = remembered(history, outlook, NOW);
+    outlook.last_run = run(JUDGED_AT - hours(hour));
+    history = remembered(history, outlook, JUDGED_AT);
     if (hour <= 10) {
-      expected.push_back(NOW - hours(hour));
+      expected.push_back(JUDGED_AT - hours(hour));
     }
   }
 
@@ -145,26 +145,27 @@ TEST(RememberedTest, KeepsTheLastTenRuns) {
 
 TEST(RememberedTest, KeepsARunOnce) {
   auto outlook = with("1.0", "1.0");
-  outlook.last_run = run(NOW);
+  outlook.last_run = run(JUDGED_AT);
 
-  EXPECT_THAT(ends_of(remembered(remembered({}, outlook, NOW), outlook, NOW).runs), ElementsAre(NOW));
+  EXPECT_THAT(ends_of(remembered(remembered({}, outlook, JUDGED_AT), outlook, JUDGED_AT).runs),
+              ElementsAre(JUDGED_AT));
 }
 
 TEST(RememberedTest, BringsTimesBackWhenTheClockWasSetBack) {
   Upgrade_History history;
-  history.offered = {"2.0", NOW + hours(1000)};
-  history.installed = {"1.0", NOW + hours(1000)};
-  history.version_changed = NOW + hours(1000);
-  history.runs = {run(NOW - hours(1)), run(NOW + hours(1000))};
+  history.offered = {"2.0", JUDGED_AT + hours(1000)};
+  history.installed = {"1.0", JUDGED_AT + hours(1000)};
+  history.version_changed = JUDGED_AT + hours(1000);
+  history.runs = {run(JUDGED_AT - hours(1)), run(JUDGED_AT + hours(1000))};
   auto outlook = with("1.0", "2.0");
-  outlook.last_run = run(NOW);
+  outlook.last_run = run(JUDGED_AT);
 
-  history = remembered(history, outlook, NOW);
+  history = remembered(history, outlook, JUDGED_AT);
 
-  EXPECT_EQ(history.offered->since, NOW);
-  EXPECT_EQ(history.installed->since, NOW);
-  EXPECT_EQ(history.version_changed, NOW);
-  EXPECT_THAT(ends_of(history.runs), ElementsAre(NOW - hours(1), NOW));
+  EXPECT_EQ(history.offered->since, JUDGED_AT);
+  EXPECT_EQ(history.installed->since, JUDGED_AT);
+  EXPECT_EQ(history.version_changed, JUDGED_AT);
+  EXPECT_THAT(ends_of(history.runs), ElementsAre(JUDGED_AT - hours(1), JUDGED_AT));
 }
 
 // --- describe --------------------------------------------------------------------
@@ -189,13 +190,13 @@ TEST_F(DescribedVerdict, SaysWhenTheNextRunIs) {
   EXPECT_EQ(description(Verdict_Kind::WAITING, outlook),
             "waiting: zant-velmora 1.0, 2.0 is offered and will be installed at an unknown time");
 
-  outlook.next_run = NOW;
+  outlook.next_run = JUDGED_AT;
   EXPECT_EQ(description(Verdict_Kind::WAITING, outlook),
             "waiting: zant-velmora 1.0, 2.0 is offered and will be installed at 2027-01-15T08:00:00Z");
 }
 
 TEST_F(DescribedVerdict, SaysSinceWhenItIsOverdue) {
-  verdict_.history.offered = {"2.0", NOW};
+  verdict_.history.offered = {"2.0", JUDGED_AT};
 
   EXPECT_EQ(description(Verdict_Kind::OVERDUE, with("1.0", "2.0")),
             "overdue: zant-velmora 1.0, 2.0 has been offered since 2027-01-15T08:00:00Z and nothing is known "
@@ -226,10 +227,10 @@ TEST_F(DescribedVerdict, SaysWhyItCannotBeTold) {
 
 TEST(VerdictTest, CountsTheTimeOfTheOffer) {
   Verdict verdict;
-  verdict.found = NOW;
+  verdict.found = JUDGED_AT;
   EXPECT_EQ(offered_for(verdict), seconds(0));
 
-  verdict.history.offered = {"2.0", NOW - seconds(90)};
+  verdict.history.offered = {"2.0", JUDGED_AT - seconds(90)};
   EXPECT_EQ(offered_for(verdict), seconds(90));
 }
 
