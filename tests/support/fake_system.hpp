@@ -24,8 +24,7 @@ class Fake_System : public System {
   void on(const std::string& command, int exit_code, const std::string& output = "");
 
   /// The same for every command line that fits the pattern, in which "*" stands for what no test can know
-  /// before, such as the name of a temporary directory. A line that is named whole goes
-  /// first, then the longest pattern.
+  /// before, such as the name of a temporary directory. A line that is named whole goes first.
   void on_like(const std::string& pattern, int exit_code, const std::string& output = "");
 
   /// The command ends like this once, before what `on` says; several calls queue up.

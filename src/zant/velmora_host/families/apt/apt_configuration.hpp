@@ -1,6 +1,5 @@
 #pragma once
 
-#include <cstddef>
 #include <string>
 #include <vector>
 
@@ -10,7 +9,6 @@ namespace zant::velmora_host {
 struct APT_Configuration_Item {
   std::string name;
   std::string value;
-  std::size_t line = 0;  ///< where it ends, counted from 1
 
   bool is_list_entry() const { return name.ends_with("::"); }
 };
