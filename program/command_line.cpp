@@ -102,6 +102,13 @@ void add_flags(CLI::App& app, const std::vector<Flag>& flags, Invocation& invoca
       case Flag::PLAN:
         added[flag] = app.add_flag("--plan", invocation.plan_only, "Show what would be undone, undo nothing");
         break;
+      case Flag::ONLINE:
+        added[flag] = app.add_flag("--online", invocation.online, "Ask the repository too, up to 30 seconds");
+        break;
+      case Flag::MONITORING:
+        added[flag] = app.add_flag("--monitoring", invocation.monitoring,
+                                   "Print one line and exit as a monitoring plugin does");
+        break;
       case Flag::JSON:
         added[flag] = app.add_flag(JSON_FLAG, invocation.json, "Print a JSON document");
         break;
@@ -109,6 +116,9 @@ void add_flags(CLI::App& app, const std::vector<Flag>& flags, Invocation& invoca
   }
   if (added.contains(Flag::ON_REMOVAL) && added.contains(Flag::UPGRADES_ONLY)) {
     added[Flag::ON_REMOVAL]->excludes(added[Flag::UPGRADES_ONLY]);
+  }
+  if (added.contains(Flag::MONITORING)) {
+    added[Flag::MONITORING]->excludes(added[Flag::JSON]);
   }
   if (added.contains(Flag::JSON) && added.contains(Flag::PLAN)) {
     added[Flag::JSON]->needs(added[Flag::PLAN]);

@@ -5,7 +5,10 @@
 #include <program/log/program_log.hpp>
 #include <program/report_output.hpp>
 #include <zant/velmora_host/base/refusal.hpp>
+#include <zant/velmora_host/reports/monitoring.hpp>
 #include <zant/velmora_host/services/privileges.hpp>
+
+#include <boost/algorithm/string/join.hpp>
 
 #include <algorithm>
 #include <exception>
@@ -66,9 +69,22 @@ int print_failure(const std::string& kind, int exit_status, const std::vector<st
   }
 }
 
+// A monitoring system shows what is on standard output, and knows no other exit statuses than its own.
+int print_unknown(const std::vector<std::string>& messages) {
+  try {
+    print(velmora_host::to_unknown_monitoring_line(boost::algorithm::join(messages, "; ")));
+  } catch (const std::runtime_error&) {
+    // The exit status says it too.
+  }
+  return static_cast<int>(velmora_host::Monitoring_State::UNKNOWN);
+}
+
 int fail(const Command_Line& command_line, int exit_status, const std::vector<std::string>& messages) {
   for (const auto& message : messages) {
     log_message(severity_level::error, message);
+  }
+  if (command_line.invocation.monitoring) {
+    return print_unknown(messages);
   }
   if (command_line.invocation.json) {
     const Command& command = *command_line.command;

@@ -10,6 +10,8 @@ struct Invocation {
   bool upgrades_only = false;  ///< purge: the automatic-upgrade part only
   bool on_removal = false;     ///< purge: only if the settings ask for it when the program is removed
   bool plan_only = false;      ///< purge: show what would be done, and do nothing
+  bool online = false;         ///< why, check: the repository itself may be asked
+  bool monitoring = false;     ///< status: one line, and the exit status, of a monitoring plugin
   bool json = false;           ///< reports: for a program, not for a person
 };
 

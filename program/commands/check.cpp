@@ -20,10 +20,10 @@ bool are_about_settings(const velmora_host::Findings& findings) {
 }
 
 // With settings that nobody can work with there is nothing else to look at.
-Check_Report find_all(const velmora_host::Settings_Sources& sources, const Service_Maker& make_services) {
+Check_Report find_all(const Invocation& invocation, const Service_Maker& make_services) {
   try {
-    const velmora_host::Settings settings(sources);
-    return make_check_report(settings, make_services(settings));
+    const velmora_host::Settings settings(invocation.settings);
+    return make_check_report(settings, make_services(settings), invocation.online);
   } catch (const Refusal& refusal) {
     if (!are_about_settings(refusal.findings())) {
       throw;
@@ -35,7 +35,7 @@ Check_Report find_all(const velmora_host::Settings_Sources& sources, const Servi
 }  // namespace
 
 int check(const Invocation& invocation, const Service_Maker& make_services) {
-  const Check_Report report = find_all(invocation.settings, make_services);
+  const Check_Report report = find_all(invocation, make_services);
   print_report(report, invocation.json);
   return report.findings.empty() ? Exit_Status::DONE : Exit_Status::FINDINGS;
 }

@@ -12,7 +12,7 @@
 namespace zant::program {
 
 /// Options that only some commands have.
-enum class Flag { UPGRADES_ONLY, ON_REMOVAL, PLAN, JSON };
+enum class Flag { UPGRADES_ONLY, ON_REMOVAL, PLAN, ONLINE, MONITORING, JSON };
 
 /// Carries a command out on valid settings, and returns the status to exit with.
 ///

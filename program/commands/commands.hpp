@@ -19,6 +19,8 @@ int purge(const Invocation& invocation, const velmora_host::Settings& settings,
           const velmora_host::Host_Services& services);
 int status(const Invocation& invocation, const velmora_host::Settings& settings,
            const velmora_host::Host_Services& services);
+int why(const Invocation& invocation, const velmora_host::Settings& settings,
+        const velmora_host::Host_Services& services);
 int plan(const Invocation& invocation, const velmora_host::Settings& settings,
          const velmora_host::Host_Services& services);
 int settings(const Invocation& invocation, const velmora_host::Settings& settings,

@@ -3,6 +3,7 @@
 #include <program/log/program_log.hpp>
 #include <program/platform/platform.hpp>
 #include <program/platform/stop_signals.hpp>
+#include <zant/velmora_host/base/printable.hpp>
 #include <zant/velmora_host/minding/package_minding.hpp>
 
 #include <zant/velmora/package_minder/package_constants.hpp>
@@ -10,6 +11,8 @@
 #include <fmt/format.h>
 
 #include <chrono>
+#include <mutex>
+#include <string>
 #include <utility>
 
 namespace zant::program {
@@ -43,6 +46,38 @@ std::string wait_for_stop(Stop_Signals& stop_signals, const Package_Minding& min
              : wait_for_stop(stop_signals, minding, *service_manager, interval);
 }
 
+// What the service manager shows: the verdict, once there is one, and the last cycle. Told from the threads
+// that find them.
+class Status_Line {
+ public:
+  /// @param manager may be null.
+  explicit Status_Line(Service_Manager* manager) : manager_(manager) {}
+
+  void note(const velmora_host::Cycle_Record& cycle) {
+    const std::lock_guard lock(mutex_);
+    cycle_ = describe(cycle);
+    show_();
+  }
+
+  void note(const velmora_host::Verdict& verdict) {
+    const std::lock_guard lock(mutex_);
+    verdict_ = velmora_host::printable(describe(verdict)) + "; ";
+    show_();
+  }
+
+ private:
+  void show_() const {
+    if (manager_ != nullptr) {
+      manager_->status(verdict_ + cycle_);
+    }
+  }
+
+  Service_Manager* const manager_;
+  std::mutex mutex_;
+  std::string cycle_;
+  std::string verdict_;
+};
+
 }  // namespace
 
 int run(const Invocation& /*invocation*/, const velmora_host::Settings& settings,
@@ -50,12 +85,12 @@ int run(const Invocation& /*invocation*/, const velmora_host::Settings& settings
   // Before the worker starts, or a signal could end it in the middle of its work.
   Stop_Signals stop_signals;
   const auto service_manager = find_service_manager();
+  Status_Line status_line(service_manager.get());
   Package_Minding minding("run", settings, services);
-  if (service_manager) {
-    minding.add_listener([manager = service_manager.get()](const velmora_host::Cycle_State& state) {
-      manager->status(describe(state.last_cycle));
-    });
-  }
+  minding.add_listener(
+      [&status_line](const velmora_host::Cycle_State& state) { status_line.note(state.last_cycle); });
+  minding.add_verdict_listener(
+      [&status_line](const velmora_host::Verdict& verdict) { status_line.note(verdict); });
 
   const std::string status =
       fmt::format("Minding {}, with {} s between cycles", velmora::Package_Constants::PACKAGE_NAME,

@@ -6,6 +6,7 @@ namespace zant::velmora_host::contract {
 namespace {
 
 INSTANTIATE_TYPED_TEST_SUITE_P(CommandService, SystemContract, Command_Service_Host);
+INSTANTIATE_TYPED_TEST_SUITE_P(BoundedCommandService, SystemContract, Bounded_Command_Service_Host);
 
 }  // namespace
 }  // namespace zant::velmora_host::contract

@@ -13,7 +13,7 @@ from pathlib import Path
 CHECKOUT = Path(sys.argv[1])
 
 # Of the form of a code, and something else: names of files, and a finding that is always printed as a failure.
-NO_CODES = {"choco.exe", "schtasks.exe", "staging.new", "settings.unreadable", "system.posix_acl_access"}
+NO_CODES = {"choco.exe", "schtasks.exe", "staging.new", "settings.unreadable", "system.posix_acl_access", "verdict.json"}
 SETTING = re.compile(r"minder\.|package\.(apt|dnf|choco)$")
 CODE = re.compile(r'"([a-z][a-z0-9_]*\.[a-z0-9_]+)"')
 
@@ -26,6 +26,7 @@ def texts_in(*folders, endings):
 SOURCES = re.sub(r"//.*", "", "\n".join(texts_in("src/zant/velmora_host", "program", endings=(".cpp", ".hpp"))))
 TESTS = "\n".join(texts_in("tests/unit", "tests/hosts", "tests/windows", endings=(".cpp", ".hpp", ".py")))
 GUIDE = (CHECKOUT / "docs" / "status.md").read_text(encoding="utf-8")
+VERDICT = (CHECKOUT / "docs" / "verdict.md").read_text(encoding="utf-8")
 SCHEMAS = {path.name: json.loads(path.read_text(encoding="utf-8")) for path in (CHECKOUT / "schemas").glob("*.schema.json")}
 
 
@@ -35,7 +36,13 @@ def codes_of_the_sources():
 
 def codes_of_the_guide():
     """Each stands in backticks, as settings do."""
-    return {code for code in re.findall(r"`([a-z]+\.[a-z0-9_]+)`", GUIDE) if not SETTING.match(code)}
+    return {code for code in re.findall(r"`([a-z]+\.[a-z0-9_]+)`", GUIDE) if not SETTING.match(code) and code not in NO_CODES}
+
+
+def codes_of_causes():
+    """The first column of the table."""
+    table = VERDICT.split("\n## Causes\n")[1].split("\n## ")[0]
+    return {code for row in re.findall(r"(?m)^\| (`.*?) \|", table) for code in re.findall(r"`([a-z_]+\.[a-z0-9_]+)`", row)}
 
 
 def values_in(schema):
@@ -68,14 +75,27 @@ def is_in_the_guide(name):
 class Codes(unittest.TestCase):
     maxDiff = None
 
-    def test_the_guide_has_those_of_the_sources_and_no_others(self):
+    def test_the_guides_have_those_of_the_sources_and_no_others(self):
         self.assertGreater(len(codes_of_the_sources()), 40)
-        self.assertEqual(sorted(codes_of_the_guide()), sorted(codes_of_the_sources()))
+        self.assertEqual(sorted(codes_of_the_guide() | codes_of_causes()), sorted(codes_of_the_sources()))
+
+    def test_each_cause_is_in_the_table_once(self):
+        table = VERDICT.split("\n## Causes\n")[1]
+
+        self.assertEqual([code for code in sorted(codes_of_causes()) if table.count(f"`{code}`") != 1], [])
+
+    def test_each_row_of_a_cause_names_its_families(self):
+        rows = re.findall(r"(?m)^\| (`.*?) \| (.*?) \| (.*?) \|$", VERDICT.split("\n## Causes\n")[1])
+
+        self.assertGreater(len(rows), 1)
+        for codes, families, meaning in rows:
+            self.assertRegex(families, r"^(all|(APT|DNF|Chocolatey)(, (APT|DNF|Chocolatey))*)$", codes)
+            self.assertGreater(len(meaning), 10, codes)
 
     def test_the_schemas_have_those_of_the_sources_and_no_others(self):
         codes = {value for schema in SCHEMAS.values() for value in values_in(schema) if "." in value}
 
-        self.assertEqual(sorted(codes), sorted(codes_of_the_sources()))
+        self.assertEqual(sorted(codes), sorted(codes_of_the_guide()))
 
     def test_each_is_in_a_test(self):
         missing = [code for code in sorted(codes_of_the_sources()) if not re.search(rf"\b{re.escape(code)}\b(?!\()", TESTS)]

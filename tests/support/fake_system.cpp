@@ -85,12 +85,14 @@ const Command_Result* Fake_System::find_result_(const std::string& command) cons
   if (const auto whole = results_.find(command); whole != results_.end()) {
     return &whole->second;
   }
-  for (const auto& [pattern, result] : pattern_results_) {
-    if (fits(command, pattern)) {
-      return &result;
+  // The longest pattern says most.
+  const std::pair<const std::string, Command_Result>* best = nullptr;
+  for (const auto& scripted : pattern_results_) {
+    if (fits(command, scripted.first) && (best == nullptr || best->first.size() < scripted.first.size())) {
+      best = &scripted;
     }
   }
-  return nullptr;
+  return best == nullptr ? nullptr : &best->second;
 }
 
 }  // namespace zant::velmora::test_support

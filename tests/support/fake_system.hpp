@@ -24,7 +24,8 @@ class Fake_System : public System {
   void on(const std::string& command, int exit_code, const std::string& output = "");
 
   /// The same for every command line that fits the pattern, in which "*" stands for what no test can know
-  /// before, such as the name of a temporary directory. A line that is named whole goes first.
+  /// before, such as the name of a temporary directory. A line that is named whole goes
+  /// first, then the longest pattern.
   void on_like(const std::string& pattern, int exit_code, const std::string& output = "");
 
   /// The command ends like this once, before what `on` says; several calls queue up.

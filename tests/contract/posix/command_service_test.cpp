@@ -547,5 +547,51 @@ TEST_F(CommandService, SeveralThreadsGetTheirOwnResults) {
   }
 }
 
+// --- bounds ------------------------------------------------------------------
+
+TEST(CommandServiceWithinBounds, EndsACommandAtTheDeadlineWithWhatItStarted) {
+  const Captured_Log log;
+  Command_Service service(ample_options());
+  const auto begin = std::chrono::steady_clock::now();
+
+  const auto result = service.run_command_within("sleep 60 & echo $!; wait", {begin + 300ms, {}});
+
+  EXPECT_EQ(result.exit_code, 124);
+  EXPECT_LT(std::chrono::steady_clock::now() - begin, AMPLE);
+  EXPECT_TRUE(ends(lines_of(result.output).at(0)));
+  EXPECT_THAT(log.messages(WARNING), IsEmpty());
+  EXPECT_THAT(log.messages(ERROR), IsEmpty());
+}
+
+TEST(CommandServiceWithinBounds, EndsACommandThatIsGivenUpAndIgnoresTheRequestToEnd) {
+  const Captured_Log log;
+  Command_Service service(ample_options());
+  int asked = 0;
+
+  const auto result = service.run_command_within(
+      "trap '' TERM; while :; do sleep 1; done",
+      {std::chrono::steady_clock::time_point::max(), [&asked] { return ++asked > 3; }});
+
+  EXPECT_EQ(result.exit_code, 124);
+}
+
+TEST(CommandServiceWithinBounds, LeavesTheJudgementOfAFailureToWhoAsks) {
+  const Captured_Log log;
+  Command_Service service(ample_options());
+
+  const auto result = service.run_command_within("echo answer; echo no >&2; exit 3", {});
+
+  EXPECT_EQ(result.exit_code, 3);
+  EXPECT_EQ(result.output, "answer\n");
+  EXPECT_THAT(log.messages(WARNING), IsEmpty());
+}
+
+TEST(CommandServiceWithinBounds, KeepsItsOwnTimeLimit) {
+  const Captured_Log log;
+  Command_Service service(impatient_options());
+
+  EXPECT_EQ(service.run_command_within("sleep 60", {}).exit_code, 124);
+}
+
 }  // namespace
 }  // namespace zant::velmora_host

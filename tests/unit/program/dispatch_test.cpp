@@ -1,6 +1,9 @@
 #include <program/command_line.hpp>
 #include <program/dispatch.hpp>
 
+#include <zant/velmora_host/reports/monitoring.hpp>
+#include <zant/velmora_host/reports/status.hpp>
+
 #include <support/host_side/debian_host.hpp>
 
 #include <gmock/gmock.h>
@@ -10,6 +13,7 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <iostream>
 #include <sstream>
 #include <stdexcept>
@@ -26,6 +30,7 @@ using ::testing::EndsWith;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 using ::testing::Not;
+using ::testing::StartsWith;
 
 constexpr int ERROR = 5;
 
@@ -204,18 +209,8 @@ TEST_F(Dispatch, OfAStatusPrintsThePageAndSucceeds) {
   const auto outcome = call({"status"});
 
   EXPECT_EQ(outcome.exit_status, 0);
-  EXPECT_EQ(outcome.output,
-            "Host                package manager APT, init systemd\n"
-            "Service             active\n"
-            "Package             zant-velmora 1.0 installed, 1.1 offered\n"
-            "Repository          registered, in step\n"
-            "Hold                not held\n"
-            "Automatic upgrades  on, in step\n"
-            "Timer               apt-daily-upgrade.timer, next run 2026-11-21T03:00:00Z\n"
-            "Last cycle          none is recorded\n"
-            "\n"
-            "Needs attention:\n"
-            "  - No cycle is recorded on this host [cycle.never_ran]\n");
+  EXPECT_EQ(outcome.output, to_text(make_status(host_.settings(), host_.services)));
+  EXPECT_THAT(outcome.output, StartsWith("Verdict             "));
 }
 
 TEST_F(Dispatch, OfAStatusForProgramsPrintsTheWholeDocument) {
@@ -224,46 +219,31 @@ TEST_F(Dispatch, OfAStatusForProgramsPrintsTheWholeDocument) {
   const auto outcome = call({"status", "--json"});
 
   EXPECT_EQ(outcome.exit_status, 0);
-  EXPECT_EQ(outcome.output,
-            "{\n"
-            "  \"format\": \"package-minder/status\",\n"
-            "  \"version\": 1,\n"
-            "  \"host\": {\n"
-            "    \"package_manager\": \"APT\",\n"
-            "    \"init\": \"systemd\"\n"
-            "  },\n"
-            "  \"service\": \"active\",\n"
-            "  \"package\": {\n"
-            "    \"name\": \"zant-velmora\",\n"
-            "    \"installed\": \"1.0\",\n"
-            "    \"offered\": \"1.1\"\n"
-            "  },\n"
-            "  \"repository\": {\n"
-            "    \"registered\": true,\n"
-            "    \"out_of_step\": []\n"
-            "  },\n"
-            "  \"keys\": null,\n"
-            "  \"hold\": \"not_held\",\n"
-            "  \"automatic_upgrades\": {\n"
-            "    \"wanted\": true,\n"
-            "    \"out_of_step\": [],\n"
-            "    \"pending_commands\": []\n"
-            "  },\n"
-            "  \"timer\": {\n"
-            "    \"unit\": \"apt-daily-upgrade.timer\",\n"
-            "    \"running\": true,\n"
-            "    \"enabled\": true,\n"
-            "    \"next_run\": \"2026-11-21T03:00:00Z\"\n"
-            "  },\n"
-            "  \"last_cycle\": null,\n"
-            "  \"conflicts\": [],\n"
-            "  \"reasons\": [\n"
-            "    {\n"
-            "      \"code\": \"cycle.never_ran\",\n"
-            "      \"message\": \"No cycle is recorded on this host\"\n"
-            "    }\n"
-            "  ]\n"
-            "}\n");
+  EXPECT_EQ(outcome.output, to_json_text(make_status(host_.settings(), host_.services)));
+}
+
+TEST_F(Dispatch, OfAStatusForMonitoringPrintsOneLineAndExitsAsAPlugin) {
+  host_.set_up();
+
+  const auto outcome = call({"status", "--monitoring"});
+
+  EXPECT_THAT(outcome.output, StartsWith("PACKAGE_MINDER "));
+  EXPECT_EQ(std::count(outcome.output.begin(), outcome.output.end(), '\n'), 1);
+  EXPECT_EQ(outcome.exit_status,
+            static_cast<int>(monitoring_state(make_status(host_.settings(), host_.services))));
+}
+
+TEST_F(Dispatch, OfAStatusForMonitoringIsUnknownWithoutAReport) {
+  host_.write("/etc/os-release", "ID=plan9\n");
+  const auto unsupported = call({"status", "--monitoring"});
+  host_.set("minder.interval", "soon");
+  const auto bad_settings = call({"status", "--monitoring"});
+
+  EXPECT_EQ(unsupported.exit_status, 3);
+  EXPECT_THAT(unsupported.output, StartsWith("PACKAGE_MINDER UNKNOWN - no supported package manager: "));
+  EXPECT_EQ(bad_settings.exit_status, 3);
+  EXPECT_THAT(bad_settings.output, StartsWith("PACKAGE_MINDER UNKNOWN - "));
+  EXPECT_EQ(std::count(bad_settings.output.begin(), bad_settings.output.end(), '\n'), 1);
 }
 
 TEST_F(Dispatch, OfAHoldAndAReleaseRunsTheTool) {
@@ -281,11 +261,17 @@ TEST_F(Dispatch, OfACheckWithoutFindingsSucceeds) {
 
   const auto outcome = call({"check"});
 
-  EXPECT_EQ(outcome.output,
-            "Trusted key 4A3B843A1F3D4F09D7A06659C4A1C7AE6D372198 (EdDSA 255, created 2026-01-01, never "
-            "expires)\n"
-            "    Good Key <good@velmora.test>\n"
-            "Nothing found that needs to be put right.\n");
+  EXPECT_EQ(
+      outcome.output,
+      "Trusted key 4A3B843A1F3D4F09D7A06659C4A1C7AE6D372198 (EdDSA 255, created 2026-01-01, never "
+      "expires)\n"
+      "    Good Key <good@velmora.test>\n"
+      "Not checked: whether the package upgrades on this host, because dpkg-query --show "
+      "--showformat='${Version}|${Architecture}|${db:Status-Status}' zant-velmora: no words.\n"
+      "Not checked: whether the package upgrades on this host, because systemctl show apt-daily.timer: no "
+      "words.\n"
+      "Not checked: whether the package upgrades on this host, because apt-config dump: no words.\n"
+      "Nothing found that needs to be put right.\n");
   EXPECT_EQ(outcome.exit_status, 0);
 }
 
@@ -317,7 +303,24 @@ TEST_F(Dispatch, OfACheckWithFindingsExitsWithOne) {
                 "      \"remedy\": \"put the keyring with the repository's current keys there\"\n"
                 "    }\n"
                 "  ],\n"
-                "  \"unchecked\": [],\n"
+                "  \"unchecked\": [\n"
+                "    {\n"
+                "      \"code\": \"upgrades\",\n"
+                "      \"what\": \"whether the package upgrades on this host\",\n"
+                "      \"reason\": \"dpkg-query --show "
+                "--showformat='${Version}|${Architecture}|${db:Status-Status}' zant-velmora: no words\"\n"
+                "    },\n"
+                "    {\n"
+                "      \"code\": \"upgrades\",\n"
+                "      \"what\": \"whether the package upgrades on this host\",\n"
+                "      \"reason\": \"systemctl show apt-daily.timer: no words\"\n"
+                "    },\n"
+                "    {\n"
+                "      \"code\": \"upgrades\",\n"
+                "      \"what\": \"whether the package upgrades on this host\",\n"
+                "      \"reason\": \"apt-config dump: no words\"\n"
+                "    }\n"
+                "  ],\n"
                 "  \"keys\": []\n"
                 "}\n");
 }

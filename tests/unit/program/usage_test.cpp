@@ -33,6 +33,20 @@ TEST_F(ReportUsage, ReadsTheReports) {
   EXPECT_TRUE(parse({"status", "--json"}).command_line.value().invocation.json);
 }
 
+TEST_F(ReportUsage, ReadsHowTheVerdictIsAskedFor) {
+  EXPECT_EQ(parse({"why"}).command_line.value().command->name, "why");
+  EXPECT_FALSE(parse({"why"}).command_line.value().invocation.online);
+  EXPECT_TRUE(parse({"why", "--online"}).command_line.value().invocation.online);
+  EXPECT_TRUE(parse({"check", "--online"}).command_line.value().invocation.online);
+  EXPECT_TRUE(parse({"status", "--monitoring"}).command_line.value().invocation.monitoring);
+}
+
+TEST_F(ReportUsage, PrintsForAPluginOrForAProgram) {
+  EXPECT_EQ(parse({"status", "--monitoring", "--json"}).exit_status, 64);
+  EXPECT_EQ(parse({"status", "--online"}).exit_status, 64);
+  EXPECT_EQ(parse({"why", "--monitoring"}).exit_status, 64);
+}
+
 TEST_F(ReportUsage, ReadsThePlanOfAPurge) {
   const auto line = parse({"purge", "--plan", "--upgrades-only", "--json"}).command_line.value();
 

@@ -8,6 +8,7 @@
 #include <zant/velmora_host/families/file_kind.hpp>
 #include <zant/velmora_host/families/package_factory.hpp>
 #include <zant/velmora_host/families/package_state.hpp>
+#include <zant/velmora_host/families/upgrade_outlook.hpp>
 #include <zant/velmora_host/services/host_services.hpp>
 #include <zant/velmora_host/settings/settings.hpp>
 #include <zant/velmora_host/staging/keyring.hpp>
@@ -94,6 +95,10 @@ class Family {
   virtual std::optional<int> planned_exit_code_of(const std::string& query, velmora::Filesystem& planned,
                                                   velmora::Filesystem& real) const = 0;
 
+  /// The form in which a report runs a query of the library's: it must neither use the network nor wait for
+  /// it, and answers from what the host knows.
+  virtual std::string report_form_of(const std::string& query) const { return query; }
+
   /// Variables that this family's command lines need, beside what the command service gives to all.
   virtual std::map<std::string, std::string> command_environment() const = 0;
 
@@ -148,7 +153,13 @@ class Family {
   /// none of its own, or does not tell.
   virtual std::optional<std::vector<std::string>> trusted_keys(const Host_Services& services) const = 0;
 
-  /// Adds what this family finds wrong with a host, beyond tools, units and directories.
+  /// The keys of `trusted_keys` themselves; nothing when the package manager keeps none of its own, or they
+  /// cannot be read.
+  virtual std::optional<std::vector<Signing_Key>> read_installed_keys(
+      const Host_Services& /*services*/) const {
+    return std::nullopt;
+  }
+
   /// What must be put right before a cycle can begin; nothing when nothing must.
   virtual std::optional<Finding> find_cycle_obstacle(const Host_Services& services) const = 0;
 
@@ -171,6 +182,18 @@ class Family {
   /// above find.
   virtual void check(const Settings& settings, const Host_Services& services, velmora::Init init,
                      Check_Report& report) const = 0;
+
+  /// @}
+  /// @name What the verdict asks
+  /// @{
+
+  /// What becomes of the package in the next runs of the host's own upgrades. Everything that goes wrong on
+  /// the way is a cause; nothing is guessed.
+  virtual Upgrade_Outlook find_upgrade_outlook(const Outlook_Question& question) const = 0;
+
+  /// Files and directories that an outlook depends on: the package manager's configuration, what it knows of
+  /// its repositories, and its database of packages.
+  virtual std::vector<boost::filesystem::path> outlook_inputs() const = 0;
 
   /// @}
 };

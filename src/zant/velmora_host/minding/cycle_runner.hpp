@@ -33,6 +33,14 @@ class Cycle_Runner {
   /// Called after each cycle, on the thread that ran it. To be added before the first one.
   void add_listener(Cycle_Recorder::Listener listener) { observation_.add_listener(std::move(listener)); }
 
+  /// The host, with its real services.
+  const Minded_Host& host() const noexcept { return host_; }
+
+  /// A verdict has been found. From any thread.
+  void note_verdict(const Verdict& verdict, const std::optional<std::vector<Signing_Key>>& keys) const {
+    observation_.note_verdict(verdict, keys);
+  }
+
   const Cycle_Watch& watch() const noexcept { return observation_.watch(); }
 
  private:

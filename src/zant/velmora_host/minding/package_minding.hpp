@@ -4,6 +4,7 @@
 #include <zant/velmora_host/observation/cycle_record.hpp>
 #include <zant/velmora_host/services/host_services.hpp>
 #include <zant/velmora_host/settings/settings.hpp>
+#include <zant/velmora_host/verdict/verdict.hpp>
 
 #include <functional>
 #include <memory>
@@ -20,6 +21,7 @@ namespace zant::velmora_host {
 class PACKAGE_MINDER_HOST_EXPORT Package_Minding {
  public:
   using Listener = std::function<void(const Cycle_State& state)>;
+  using Verdict_Listener = std::function<void(const Verdict& verdict)>;
 
   /// Prepares everything and changes nothing on the host outside the state directory.
   ///
@@ -41,15 +43,24 @@ class PACKAGE_MINDER_HOST_EXPORT Package_Minding {
   /// Calls the listener after each cycle. To be added before the first one.
   void add_listener(Listener listener);
 
+  /// Calls the listener with each verdict that is found while cycles run in the background: after the first
+  /// one, and then when something has changed that it depends on, or `minder.verdict_interval` has passed.
+  /// From a thread of its own, beside which cycles go on; `stop` waits for it. To be added before `start`.
+  void add_verdict_listener(Verdict_Listener listener);
+
   /// Runs one cycle in this thread, and returns its record with the history. What failed is in the record.
   /// Not while cycles run in the background.
   Cycle_State run_cycle();
 
   /// Runs a cycle at once, and one after every `minder.interval`, in a thread of its own until `stop` or the
-  /// end of the object. What fails in a cycle is logged and recorded, and tried again in the next one.
+  /// end of the object. What fails in a cycle is logged and recorded, and tried again in the next one. A
+  /// second thread finds out whether the package upgrades on this host, and logs when that becomes worse or
+  /// better; it changes nothing and uses no network.
   void start();
 
-  /// Ends the background cycles; returns after the cycle under way. Without effect when none run.
+  /// Ends the background cycles; returns after the cycle under way. Without effect when none run. What is
+  /// being asked for the verdict is given up; with a command service that is no `Interruptible_System`, the
+  /// command under way is waited for.
   void stop();
 
   /// False when the background worker has been doing the same thing for longer than the interval or the

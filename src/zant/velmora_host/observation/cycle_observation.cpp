@@ -1,10 +1,11 @@
 #include <zant/velmora_host/observation/cycle_observation.hpp>
 
-#include <zant/velmora_host/observation/metrics.hpp>
 #include <zant/velmora_host/observation/observed_filesystem.hpp>
 #include <zant/velmora_host/observation/observed_package.hpp>
 #include <zant/velmora_host/observation/observed_system.hpp>
 #include <zant/velmora_host/staging/metrics_file.hpp>
+#include <zant/velmora_host/verdict/verdict_keeper.hpp>
+#include <zant/velmora_host/verdict/verdict_store.hpp>
 
 #include <utility>
 
@@ -37,18 +38,6 @@ class Cycle_Command_Observer : public Command_Observer {
   std::shared_ptr<Cycle_Watch> watch_;
 };
 
-// The keyring does not change while the process runs: it works on a copy.
-Cycle_Recorder::Listener metrics_writer(const Minded_Host& host, const path& staging_directory) {
-  return
-      [file = host.settings.metrics_file(), filesystem = host.services.filesystem,
-       keys = host.family.read_keys(host.services, staging_directory).value_or(std::vector<Signing_Key>{})](
-          const Cycle_State& state) {
-        if (may_write_metrics_file(file)) {
-          filesystem->write_file(file, metrics_text(state, keys), velmora::Write_Flag::REPLACE);
-        }
-      };
-}
-
 }  // namespace
 
 Cycle_Observation::Cycle_Observation(const std::string& program, const Minded_Host& host,
@@ -57,16 +46,18 @@ Cycle_Observation::Cycle_Observation(const std::string& program, const Minded_Ho
           host.settings.interval(), host.settings.command_time_limit() + host.settings.command_kill_delay())),
       recorder_(std::make_shared<Cycle_Recorder>(program, host.services.filesystem, host.family,
                                                  cycle_store::file_in(host.settings.state_directory()))),
+      metrics_(std::make_shared<Metrics_File_Writer>(host, staging_directory)),
       observed_services_{
           std::make_shared<Observed_System>(host.services, host.family, Occasion::CYCLE,
                                             std::make_shared<Cycle_Command_Observer>(recorder_, watch_)),
           std::make_shared<Observed_Filesystem>(host.services.filesystem, recorder_, staging_directory)},
       log_observer_(severity_level::notice, [recorder = recorder_](const Log_Record& record) {
-        recorder->note_log(record.severity, record.message);
+        // A verdict may be found while a cycle runs.
+        if (!Verdict_Keeper::is_this_thread()) {
+          recorder->note_log(record.severity, record.message);
+        }
       }) {
-  if (!host.settings.metrics_file().empty()) {
-    recorder_->add_listener(metrics_writer(host, staging_directory));
-  }
+  recorder_->add_listener([metrics = metrics_](const Cycle_State& state) { metrics->note_cycle(state); });
 }
 
 std::shared_ptr<velmora::Package> Cycle_Observation::observe(
@@ -79,7 +70,13 @@ void Cycle_Observation::record_failed_start(const std::string& reason) const {
   recorder_->end_cycle(Cycle_Failure{Cycle_Step::REPOSITORY, reason});
 }
 
+void Cycle_Observation::note_verdict(const Verdict& verdict,
+                                     const std::optional<std::vector<Signing_Key>>& keys) const {
+  metrics_->note_verdict(verdict, keys);
+}
+
 void remove_observations(const Settings& settings, velmora::Filesystem& filesystem) {
+  filesystem.remove(verdict_store::file_in(settings.state_directory()));
   filesystem.remove(cycle_store::file_in(settings.state_directory()));
   if (!settings.metrics_file().empty() && may_write_metrics_file(settings.metrics_file())) {
     filesystem.remove(settings.metrics_file());

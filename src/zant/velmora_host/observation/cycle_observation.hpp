@@ -4,6 +4,7 @@
 #include <zant/velmora_host/observation/cycle_recorder.hpp>
 #include <zant/velmora_host/observation/cycle_watch.hpp>
 #include <zant/velmora_host/observation/log_observer.hpp>
+#include <zant/velmora_host/observation/metrics_file_writer.hpp>
 
 #include <zant/velmora/package_minder/package.hpp>
 
@@ -35,11 +36,15 @@ class Cycle_Observation {
   /// Called after each cycle, on the thread that ran it. To be added before the first one.
   void add_listener(Cycle_Recorder::Listener listener) { recorder_->add_listener(std::move(listener)); }
 
+  /// A verdict has been found. From any thread.
+  void note_verdict(const Verdict& verdict, const std::optional<std::vector<Signing_Key>>& keys) const;
+
   const Cycle_Watch& watch() const noexcept { return *watch_; }
 
  private:
   std::shared_ptr<Cycle_Watch> watch_;
   std::shared_ptr<Cycle_Recorder> recorder_;
+  std::shared_ptr<Metrics_File_Writer> metrics_;
   Host_Services observed_services_;
   Log_Observer log_observer_;
 };

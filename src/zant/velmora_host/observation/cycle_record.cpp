@@ -3,7 +3,6 @@
 #include <zant/velmora_host/base/enum_names.hpp>
 #include <zant/velmora_host/base/printable.hpp>
 
-#include <fmt/chrono.h>
 #include <fmt/format.h>
 
 #include <algorithm>
@@ -66,10 +65,6 @@ void note_repair(Cycle_History& history, const std::string& subject) {
   auto& cycles = history.recent_repairs[subject];
   std::erase_if(cycles, [&history](std::uint64_t cycle) { return !is_recent(cycle, history); });
   cycles.push_back(history.cycles);
-}
-
-std::string to_iso_time(std::chrono::system_clock::time_point time) {
-  return fmt::format("{:%Y-%m-%dT%H:%M:%SZ}", fmt::gmtime(std::chrono::system_clock::to_time_t(time)));
 }
 
 std::string describe(const Cycle_Record& record) {

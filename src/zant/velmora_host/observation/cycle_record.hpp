@@ -1,5 +1,6 @@
 #pragma once
 
+#include <zant/velmora_host/base/iso_time.hpp>
 #include <zant/velmora_host/export.hpp>
 #include <zant/velmora_host/families/cycle_failure.hpp>
 #include <zant/velmora_host/families/file_kind.hpp>
@@ -104,9 +105,6 @@ PACKAGE_MINDER_HOST_EXPORT std::vector<Imported_Key> new_keys(const Cycle_Histor
 
 /// Notes that a file, or the hold, was put right in the cycle that was counted last.
 PACKAGE_MINDER_HOST_EXPORT void note_repair(Cycle_History& history, const std::string& subject);
-
-/// "2026-01-31T03:00:00Z".
-PACKAGE_MINDER_HOST_EXPORT std::string to_iso_time(std::chrono::system_clock::time_point time);
 
 /// One line about a cycle.
 PACKAGE_MINDER_HOST_EXPORT std::string describe(const Cycle_Record& record);

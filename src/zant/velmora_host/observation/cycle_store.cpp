@@ -1,14 +1,12 @@
 #include <zant/velmora_host/observation/cycle_store.hpp>
 
+#include <zant/velmora_host/base/iso_time.hpp>
 #include <zant/velmora_host/base/json_document.hpp>
 
-#include <Poco/DateTime.h>
-#include <Poco/DateTimeParser.h>
 #include <Poco/Exception.h>
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
-#include <cstdlib>
 #include <map>
 #include <string>
 
@@ -16,17 +14,6 @@ namespace zant::velmora_host::cycle_store {
 namespace {
 
 using json_document::Json;
-using std::chrono::system_clock;
-
-system_clock::time_point parse_iso_time(const std::string& text) {
-  int zone = 0;
-  const auto time = Poco::DateTimeParser::parse("%Y-%m-%dT%H:%M:%SZ", text, zone).timestamp().epochTime();
-  constexpr auto LATEST = std::chrono::duration_cast<std::chrono::seconds>(system_clock::duration::max());
-  if (std::abs(time) > LATEST.count()) {
-    throw Poco::RangeException(text);
-  }
-  return system_clock::from_time_t(time);
-}
 
 // What the file holds is somebody else's once it is read: an unknown name makes it no record.
 template <typename Value>

@@ -1,9 +1,14 @@
 #include <zant/velmora_host/observation/metrics.hpp>
 
+#include <zant/velmora_host/base/printable.hpp>
+
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <array>
 #include <map>
+#include <set>
+#include <string_view>
 
 namespace zant::velmora_host {
 namespace {
@@ -43,12 +48,84 @@ std::string key_expiry(const std::vector<Signing_Key>& keys) {
                           seconds_of(*key.expiry));
     }
   }
-  return text.empty() ? "" : head(name, "gauge", "When a key of the repository's keyring expires.") + text;
+  return text.empty() ? "" : head(name, "gauge", "When a key that packages are checked with expires.") + text;
+}
+
+// As the exposition format wants it. A version is what a repository says.
+std::string label_value(std::string_view text) {
+  std::string escaped;
+  for (const char character : printable(text)) {
+    if (character == '\\' || character == '"') {
+      escaped += '\\';
+    }
+    escaped += character;
+  }
+  return escaped;
+}
+
+std::string timestamp(const char* name, const char* help,
+                      const std::optional<std::chrono::system_clock::time_point>& time) {
+  return time ? single(name, "gauge", help, seconds_of(*time)) : "";
+}
+
+std::string verdict_states(const Verdict& verdict) {
+  std::string text = head("verdict", "gauge", "Whether the package upgrades on this host: 1 for what holds.");
+  for (const Verdict_Kind kind : VERDICT_KINDS) {
+    text += fmt::format("package_minder_verdict{{verdict=\"{}\"}} {}\n", to_string(kind),
+                        kind == verdict.kind ? 1 : 0);
+  }
+  return text;
+}
+
+std::string causes_by_code(const Causes& causes) {
+  std::set<std::string> codes;
+  for (const auto& cause : causes) {
+    codes.insert(label_value(cause.code));
+  }
+  std::string text;
+  for (const auto& code : codes) {
+    text += fmt::format("package_minder_cause{{code=\"{}\"}} 1\n", code);
+  }
+  return text.empty() ? "" : head("cause", "gauge", "Why the package does not upgrade, by code.") + text;
+}
+
+// The verdict may be hours old: the time goes on.
+long long offered_seconds(const Verdict& verdict, std::chrono::system_clock::time_point now) {
+  const auto& offered = verdict.history.offered;
+  return offered ? std::max(0LL, seconds_of(now) - seconds_of(offered->since)) : 0;
+}
+
+std::string last_run(const std::optional<Upgrade_Run>& run) {
+  return run ? single("upgrade_run_timestamp_seconds", "gauge", "When the host's upgrade service last ended.",
+                      seconds_of(run->ended)) +
+                   single("upgrade_run_success", "gauge",
+                          "Whether the last run of the host's upgrade service succeeded.",
+                          run->succeeded ? 1 : 0)
+             : "";
+}
+
+std::string of_verdict(const Verdict& verdict, std::chrono::system_clock::time_point now) {
+  const Upgrade_Outlook& outlook = verdict.outlook;
+  std::string text = head("package_info", "gauge", "The version that is installed and the newest offered.");
+  text += fmt::format("package_minder_package_info{{installed=\"{}\",offered=\"{}\"}} 1\n",
+                      label_value(outlook.installed), label_value(outlook.offered));
+  text += verdict_states(verdict) + causes_by_code(outlook.causes);
+  text += single("newer_version_offered_seconds", "gauge",
+                 "How long a newer version has been offered without being installed.",
+                 offered_seconds(verdict, now));
+  text += timestamp("verdict_timestamp_seconds", "When the verdict was found.", verdict.found);
+  text += timestamp("refresh_timestamp_seconds", "When the repository last answered.", outlook.refreshed);
+  text +=
+      timestamp("next_upgrade_run_timestamp_seconds", "When the host's upgrades run next.", outlook.next_run);
+  text += timestamp("version_change_timestamp_seconds", "When the installed version last changed.",
+                    verdict.history.version_changed);
+  return text + last_run(outlook.last_run);
 }
 
 }  // namespace
 
-std::string metrics_text(const Cycle_State& state, const std::vector<Signing_Key>& keys) {
+std::string metrics_text(const Cycle_State& state, const std::optional<Verdict>& verdict,
+                         const std::vector<Signing_Key>& keys, std::chrono::system_clock::time_point now) {
   const auto& history = state.history;
   std::string text = single("cycles_total", "counter", "Cycles that were begun.", history.cycles);
   text += by_kind("failures_total", "Failed steps of cycles, by step.", CYCLE_STEPS, history.failures);
@@ -62,6 +139,9 @@ std::string metrics_text(const Cycle_State& state, const std::vector<Signing_Key
   }
   text += single("last_cycle_duration_seconds", "gauge", "How long the last cycle took.",
                  state.last_cycle.seconds);
+  if (verdict) {
+    text += of_verdict(*verdict, now);
+  }
   return text + key_expiry(keys);
 }
 

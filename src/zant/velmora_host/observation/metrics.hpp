@@ -2,7 +2,10 @@
 
 #include <zant/velmora_host/observation/cycle_store.hpp>
 #include <zant/velmora_host/staging/keyring.hpp>
+#include <zant/velmora_host/verdict/verdict.hpp>
 
+#include <chrono>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -10,7 +13,9 @@ namespace zant::velmora_host {
 
 /// The state in the text form that Prometheus reads.
 ///
-/// @param keys those of the repository's keyring, as far as they are known.
-std::string metrics_text(const Cycle_State& state, const std::vector<Signing_Key>& keys);
+/// @param verdict the last one; nothing before the first.
+/// @param keys    that packages of the repository are checked with, as far as they are known.
+std::string metrics_text(const Cycle_State& state, const std::optional<Verdict>& verdict,
+                         const std::vector<Signing_Key>& keys, std::chrono::system_clock::time_point now);
 
 }  // namespace zant::velmora_host

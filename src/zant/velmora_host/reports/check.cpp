@@ -8,6 +8,7 @@
 #include <zant/velmora_host/staging/metrics_file.hpp>
 #include <zant/velmora_host/staging/staging_tree.hpp>
 #include <zant/velmora_host/staging/state_directory.hpp>
+#include <zant/velmora_host/verdict/find_verdict.hpp>
 
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
@@ -17,19 +18,26 @@
 namespace zant::velmora_host {
 namespace {
 
+struct Checked_Host {
+  const Settings& settings;
+  const Report_Services& report;
+  const Family& family;
+  const Family_Registry& registry;
+  velmora::Init init;
+};
+
 // Only for a host that has such files: a plan of others may need the network.
-void check_displaced_settings(const Settings& settings, const Host_Services& services, const Family& family,
-                              const Family_Registry& registry, Check_Report& report) {
-  const auto files = family.replaced_files();
-  const bool has_any = std::any_of(files.begin(), files.end(), [&services](const auto& file) {
-    return services.filesystem->exists(file);
+void check_displaced_settings(const Checked_Host& host, Check_Report& report) {
+  const auto files = host.family.replaced_files();
+  const bool has_any = std::any_of(files.begin(), files.end(), [&host](const auto& file) {
+    return host.report.services().filesystem->exists(file);
   });
   // With a staging tree that is not in order there is nothing to compare with.
-  if (!settings.automatic_upgrades() || !has_any || !report.findings.empty()) {
+  if (!host.settings.automatic_upgrades() || !has_any || !report.findings.empty()) {
     return;
   }
   for (const auto& displaced :
-       make_plan(Plan::Operation::CYCLE, settings, services, registry).displaced_settings) {
+       make_plan(Plan::Operation::CYCLE, host.settings, host.report, host.registry).displaced_settings) {
     report.findings.push_back(
         {displaced.file.string(),
          printable(displaced.message) + " while package-minder's file is in its place",
@@ -38,23 +46,73 @@ void check_displaced_settings(const Settings& settings, const Host_Services& ser
   }
 }
 
-void check_host(const Settings& settings, const Host_Services& services, const Family& family,
-                const Family_Registry& registry, Check_Report& report) {
-  const velmora::Init init = find_init(*services.filesystem);
+// What is found with answers that did not come in time is nothing.
+template <typename Check>
+void check_in_time(const Checked_Host& host, Check_Report& report, Check check) {
+  const Check_Report before = report;
+  if (!host.report.first_cut()) {
+    check();
+  }
+  if (host.report.first_cut()) {
+    report = before;
+  }
+}
+
+std::string first_line_of(const std::string& text) {
+  return text.substr(0, text.find('\n'));
+}
+
+bool has_code(const Check_Report& report, const std::string& code) {
+  return std::any_of(report.findings.begin(), report.findings.end(),
+                     [&code](const Finding& finding) { return finding.code == code; });
+}
+
+// Before the first cycle much is missing that a cycle brings: what stands in the configuration stays.
+void check_upgrades(const Checked_Host& host, bool online, Check_Report& report) {
+  const Minded_Host minded = {host.settings, host.report.services(), host.family, host.init};
+  const Verdict verdict = find_verdict(minded, {}, online, host.report.bounds());
+  const Check_Report others = report;
+  for (const auto& cause : verdict.outlook.causes) {
+    if ((online || cause.is_of_configuration) && !has_code(others, cause.code)) {
+      report.findings.push_back({first_line_of(cause.evidence), cause.message, cause.remedy, cause.code});
+    } else if (cause.code == "tools.failed" || cause.code == "tools.time_limit") {
+      report.unchecked.push_back({"upgrades", "whether the package upgrades on this host",
+                                  cause.evidence.empty() ? cause.message : first_line_of(cause.evidence)});
+    }
+  }
+}
+
+void check_host(const Checked_Host& host, Check_Report& report) {
+  const Host_Services& services = host.report.services();
+  const Settings& settings = host.settings;
+  const Family& family = host.family;
+  const velmora::Init init = host.init;
   append(report.findings, family.find_setting_faults(settings));
   append(report.findings, find_keyring_faults(settings.staging_directory(), family.staging_layout()));
-  check_displaced_settings(settings, services, family, registry, report);
-  host_check::check_tools(*services.system, family, init, report);
-  host_check::check_directories(services, settings, family, init, report);
-  if (settings.automatic_upgrades()) {
-    host_check::check_units(*services.system, family, init, report);
-    host_check::check_schedule(*services.system, settings, family, init, report);
+  check_in_time(host, report, [&] { check_displaced_settings(host, report); });
+  check_in_time(host, report, [&] {
+    host_check::check_tools(*services.system, family, init, report);
+    host_check::check_directories(services, settings, family, init, report);
+    if (settings.automatic_upgrades()) {
+      host_check::check_units(*services.system, family, init, report);
+      host_check::check_schedule(*services.system, settings, family, init, report);
+    }
+  });
+  check_in_time(host, report, [&] {
+    family.check(settings, services, init, report);
+    if (const auto obstacle = family.find_cycle_obstacle(services)) {
+      report.findings.push_back(*obstacle);
+    }
+  });
+  check_in_time(host, report,
+                [&] { append(report.findings, family.find_weaknesses(settings, services, init)); });
+}
+
+void note_what_is_cut(const Report_Services& services, Check_Report& report) {
+  if (const auto cut = services.first_cut()) {
+    report.unchecked.push_back({"time_limit", "all that the host's tools would have told",
+                                fmt::format("\"{}\" did not end in time", *cut)});
   }
-  family.check(settings, services, init, report);
-  if (const auto obstacle = family.find_cycle_obstacle(services)) {
-    report.findings.push_back(*obstacle);
-  }
-  append(report.findings, family.find_weaknesses(settings, services, init));
 }
 
 json_document::Json to_json(const Listed_Key& key) {
@@ -94,12 +152,19 @@ std::string count_of(std::size_t number) {
 
 }  // namespace
 
-Check_Report make_check_report(const Settings& settings, const Host_Services& services) {
-  return make_check_report(settings, services, Family_Registry::built_in());
+Check_Report make_check_report(const Settings& settings, const Host_Services& services, bool online) {
+  return make_check_report(settings, services, online, Family_Registry::built_in());
 }
 
-Check_Report make_check_report(const Settings& settings, const Host_Services& services,
+Check_Report make_check_report(const Settings& settings, const Host_Services& services, bool online,
                                const Family_Registry& registry) {
+  return make_check_report(settings, Report_Services(services, online ? ONLINE_REPORT_LIMIT : REPORT_LIMIT),
+                           online, registry);
+}
+
+Check_Report make_check_report(const Settings& settings, const Report_Services& services, bool online,
+                               const Family_Registry& registry) {
+  Host_Filesystem& filesystem = *services.services().filesystem;
   Check_Report report;
   append(report.findings, state_directory::find_faults(settings));
   append(report.findings, find_metrics_file_faults(settings.metrics_file()));
@@ -107,8 +172,11 @@ Check_Report make_check_report(const Settings& settings, const Host_Services& se
     append(report.findings, find_staging_tree_faults(settings.staging_directory(), layout));
     append(report.findings, find_foreign_files(settings.staging_directory(), layout));
   }
-  if (const Family* const family = registry.find(*services.filesystem)) {
-    check_host(settings, services, *family, registry, report);
+  if (const Family* const family = registry.find(filesystem)) {
+    const Checked_Host host = {settings, services, *family, registry, find_init(filesystem)};
+    check_host(host, report);
+    check_upgrades(host, online, report);
+    note_what_is_cut(services, report);
   } else {
     report.findings.push_back({"/etc/os-release", "names neither a Debian or Ubuntu nor a RHEL family host",
                                "package-minder supports no other hosts", "host.unsupported"});

@@ -94,6 +94,10 @@ const char* change_name(const File_Change& change) {
 
 std::string headline(const Plan& plan) {
   const bool is_cycle = plan.operation == Plan::Operation::CYCLE;
+  if (plan.is_incomplete) {
+    return is_cycle ? "What the next cycle would change could not be found out.\n"
+                    : "What a purge would change could not be found out.\n";
+  }
   switch (plan.outcome()) {
     case Plan::Outcome::FAILS:
       return is_cycle ? "The next cycle would fail.\n" : "A purge would fail.\n";
@@ -136,6 +140,12 @@ Plan make_plan(Plan::Operation operation, const Settings& settings, const Host_S
 
 Plan make_plan(Plan::Operation operation, const Settings& settings, const Host_Services& services,
                const Family_Registry& registry) {
+  return make_plan(operation, settings, Report_Services(services), registry);
+}
+
+Plan make_plan(Plan::Operation operation, const Settings& settings, const Report_Services& report,
+               const Family_Registry& registry) {
+  const Host_Services& services = report.services();
   const Minded_Host host = find_minded_host(settings, services, registry);
   const Staging_Layout layout = host.family.staging_layout();
   if (operation == Plan::Operation::CYCLE) {
@@ -162,6 +172,10 @@ Plan make_plan(Plan::Operation operation, const Settings& settings, const Host_S
   plan.hold = find_hold(host, *system);
   plan.removes_own_files =
       operation == Plan::Operation::PURGE && services.filesystem->exists(settings.state_directory());
+  if (const auto cut = report.first_cut()) {
+    plan.is_incomplete = true;
+    plan.failure = fmt::format("the host's tools did not answer in time: \"{}\" did not end", *cut);
+  }
   return plan;
 }
 
@@ -205,7 +219,8 @@ std::string to_text(const Plan& plan) {
     text += "\n" + printable_report(unified_diff(file));
   }
   if (plan.failure) {
-    text += fmt::format("\nIt would fail after that: {}\n", printable_lines(*plan.failure, "\n    "));
+    text += fmt::format("\n{}: {}\n", plan.is_incomplete ? "Unknown after that" : "It would fail after that",
+                        printable_lines(*plan.failure, "\n    "));
   }
   return text;
 }

@@ -39,13 +39,15 @@ struct PACKAGE_MINDER_HOST_EXPORT Plan {
 
   bool removes_own_files = false;      ///< the state directory's contents go too
   std::optional<std::string> failure;  ///< why it would not come to its end
+  bool is_incomplete = false;  ///< the host's tools did not answer in time: what is listed may be wrong
   Hold_State hold = Hold_State::UNKNOWN;
 
   bool has_changes() const;
   Outcome outcome() const;
 };
 
-/// Works the plan out. Needs as much of the network as the library's queries: none on an APT host.
+/// Works the plan out, in less than 10 seconds. Needs as much of the network as the library's queries: none
+/// on an APT host.
 ///
 /// @throws Refusal on a host that cannot be minded.
 PACKAGE_MINDER_HOST_EXPORT Plan make_plan(Plan::Operation operation, const Settings& settings,

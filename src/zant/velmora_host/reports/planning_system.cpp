@@ -28,7 +28,7 @@ velmora::Command_Result Planning_System::answer_(const std::string& query, bool 
   if (const auto exit_code = family_.planned_exit_code_of(query, *planned_files_, *real_.filesystem)) {
     return {"", *exit_code};
   }
-  return answers_[query] = real_.system->run_command(query, flag);
+  return answers_[query] = real_.system->run_command(family_.report_form_of(query), flag);
 }
 
 bool Planning_System::is_noop_(const Command_Traits& traits) {

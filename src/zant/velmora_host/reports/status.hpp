@@ -5,9 +5,11 @@
 #include <zant/velmora_host/observation/cycle_record.hpp>
 #include <zant/velmora_host/services/host_services.hpp>
 #include <zant/velmora_host/settings/settings.hpp>
+#include <zant/velmora_host/verdict/verdict.hpp>
 
 #include <zant/velmora/package_minder/init.hpp>
 
+#include <chrono>
 #include <optional>
 #include <string>
 #include <vector>
@@ -38,7 +40,11 @@ struct Status {
   std::string family;  ///< the package manager's, as reports name it
   velmora::Init init{};
   std::string service_state;  ///< as systemd names it; "unknown" without systemd
-  Package_Versions versions;
+  Verdict verdict;
+  std::chrono::seconds overdue_after{};  ///< of the settings
+  Package_Versions versions;             ///< empty where they are not known
+  bool is_plan_known =
+      true;  ///< false: the host's tools did not answer in time, and nothing is known of drift
   bool repository_is_registered = false;
   std::vector<Drifted_File> drifted_repository_files;
   Hold_State hold = Hold_State::UNKNOWN;
@@ -46,6 +52,7 @@ struct Status {
   std::vector<Drifted_File> drifted_upgrade_files;
   std::vector<std::string> upgrade_commands;  ///< that the next cycle would run for them
   std::string timer;                          ///< empty where no systemd timer starts upgrades
+  bool is_timer_known = true;                 ///< false: systemd did not answer in time
   bool timer_is_running = false;
   bool timer_is_enabled = false;  ///< it starts with the host
   std::string next_run;           ///< of the timer, in UTC, "2026-01-31T03:00:00Z"; empty when it has none
@@ -56,7 +63,7 @@ struct Status {
 /// The systemd service of the program package-minder.
 inline constexpr const char* PROGRAM_SERVICE = "package-minder";
 
-/// Looks at the host. Changes nothing; needs no network on an APT host.
+/// Looks at the host, in less than 10 seconds. Changes nothing; needs no network on an APT host.
 ///
 /// @param service the systemd service that minds on this host.
 /// @throws Refusal on a host that cannot be minded.

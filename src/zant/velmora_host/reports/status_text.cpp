@@ -11,6 +11,7 @@
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
+#include <string_view>
 
 namespace zant::velmora_host {
 namespace {
@@ -48,6 +49,10 @@ Json drift_to_json(const std::vector<Status::Drifted_File>& files) {
   return json;
 }
 
+Json drift_or_null(const Status& status, const std::vector<Status::Drifted_File>& files) {
+  return status.is_plan_known ? drift_to_json(files) : Json();
+}
+
 Json last_cycle_to_json(const std::optional<Cycle_State>& cycles) {
   if (!cycles) {
     return nullptr;
@@ -80,21 +85,35 @@ std::string describe_drift(const std::vector<Status::Drifted_File>& files) {
   return text;
 }
 
-std::string describe_package(const Package_Versions& versions) {
-  const std::string installed =
-      versions.installed.empty() ? "not installed" : versions.installed + " installed";
-  if (versions.offered.empty()) {
-    return fmt::format("{} {}, none offered", PACKAGE_NAME, installed);
+bool has_reason(const Status& status, std::string_view code) {
+  return std::any_of(status.reasons.begin(), status.reasons.end(),
+                     [code](const Status::Reason& reason) { return reason.code == code; });
+}
+
+std::string describe_installed(const Status& status) {
+  if (!status.versions.installed.empty()) {
+    return status.versions.installed + " installed";
   }
-  if (versions.offered == versions.installed) {
-    return fmt::format("{} {}, up to date", PACKAGE_NAME, installed);
+  return has_reason(status, "package.not_installed") ? "not installed" : "unknown whether installed";
+}
+
+std::string describe_offered(const Status& status) {
+  if (status.verdict.kind == Verdict_Kind::UP_TO_DATE) {
+    return "up to date";
   }
-  return fmt::format("{} {}, {} offered", PACKAGE_NAME, installed, versions.offered);
+  return status.versions.offered.empty() ? "unknown what is offered" : status.versions.offered + " offered";
+}
+
+std::string describe_package(const Status& status) {
+  return fmt::format("{} {}, {}", PACKAGE_NAME, describe_installed(status), describe_offered(status));
 }
 
 std::string describe_repository(const Status& status) {
   if (!status.repository_is_registered) {
     return "not registered";
+  }
+  if (!status.is_plan_known) {
+    return "registered, unknown whether in step";
   }
   return status.drifted_repository_files.empty() ? "registered, in step" : "registered, out of step";
 }
@@ -121,6 +140,9 @@ std::string describe_upgrades(const Status& status) {
   if (!status.upgrades_are_wanted) {
     return "off";
   }
+  if (!status.is_plan_known) {
+    return "on, unknown whether in step";
+  }
   return status.drifted_upgrade_files.empty() && status.upgrade_commands.empty() ? "on, in step"
                                                                                  : "on, out of step";
 }
@@ -128,6 +150,9 @@ std::string describe_upgrades(const Status& status) {
 std::string describe_timer(const Status& status) {
   if (status.timer.empty() || status.init != velmora::Init::systemd) {
     return "none: systemd does not start upgrades on this host";
+  }
+  if (!status.is_timer_known) {
+    return status.timer + ", unknown whether it is running";
   }
   if (!status.timer_is_running) {
     return status.timer + ", is not running";
@@ -155,12 +180,14 @@ std::string describe_last_cycle(const std::optional<Cycle_State>& cycles) {
   return text;
 }
 
-std::string describe_reasons(const std::vector<Status::Reason>& reasons) {
-  if (reasons.empty()) {
-    return "\nNothing needs attention.\n";
+// An upgrade that cannot be told of is not in order.
+std::string describe_reasons(const Status& status) {
+  const bool is_told = status.verdict.kind != Verdict_Kind::CANNOT_BE_TOLD;
+  if (status.reasons.empty()) {
+    return is_told ? "\nNothing needs attention.\n" : "";
   }
   std::string text = "\nNeeds attention:\n";
-  for (const auto& reason : reasons) {
+  for (const auto& reason : status.reasons) {
     // Whole: the remedy stands at the end.
     text += fmt::format("  - {} [{}]\n", printable_lines(reason.message, "\\n"), reason.code);
   }
@@ -171,21 +198,23 @@ std::string describe_reasons(const std::vector<Status::Reason>& reasons) {
 
 std::string to_json_text(const Status& status) {
   Json document = json_document::make("status");
+  document["verdict"] = to_string(status.verdict.kind);
   document["host"] = {{"package_manager", status.family}, {"init", to_string(status.init)}};
   document["service"] = status.service_state;
   document["package"] = {{"name", PACKAGE_NAME},
                          {"installed", text_or_null(status.versions.installed)},
                          {"offered", text_or_null(status.versions.offered)}};
   document["repository"] = {{"registered", status.repository_is_registered},
-                            {"out_of_step", drift_to_json(status.drifted_repository_files)}};
+                            {"out_of_step", drift_or_null(status, status.drifted_repository_files)}};
   document["keys"] = status.cycles ? cycle_store::keys_to_json(status.cycles->history) : Json();
   document["hold"] = name_of(HOLD_CODES, status.hold);
-  document["automatic_upgrades"] = {{"wanted", status.upgrades_are_wanted},
-                                    {"out_of_step", drift_to_json(status.drifted_upgrade_files)},
-                                    {"pending_commands", status.upgrade_commands}};
+  document["automatic_upgrades"] = {
+      {"wanted", status.upgrades_are_wanted},
+      {"out_of_step", drift_or_null(status, status.drifted_upgrade_files)},
+      {"pending_commands", status.is_plan_known ? Json(status.upgrade_commands) : Json()}};
   document["timer"] = {{"unit", text_or_null(status.timer)},
-                       {"running", status.timer_is_running},
-                       {"enabled", status.timer_is_enabled},
+                       {"running", status.is_timer_known ? Json(status.timer_is_running) : Json()},
+                       {"enabled", status.is_timer_known ? Json(status.timer_is_enabled) : Json()},
                        {"next_run", text_or_null(status.next_run)}};
   document["last_cycle"] = last_cycle_to_json(status.cycles);
   document["conflicts"] = status.cycles ? conflicts(status.cycles->history) : std::vector<std::string>{};
@@ -197,10 +226,10 @@ std::string to_json_text(const Status& status) {
 }
 
 std::string to_text(const Status& status) {
-  std::string text =
-      row("Host", fmt::format("package manager {}, init {}", status.family, to_string(status.init)));
+  std::string text = row("Verdict", describe(status.verdict));
+  text += row("Host", fmt::format("package manager {}, init {}", status.family, to_string(status.init)));
   text += row("Service", status.service_state);
-  text += row("Package", describe_package(status.versions));
+  text += row("Package", describe_package(status));
   text += row("Repository", describe_repository(status)) + describe_drift(status.drifted_repository_files);
   text += describe_keys(status.cycles);
   text += row("Hold", name_of(HOLD_WORDS, status.hold));
@@ -209,7 +238,7 @@ std::string to_text(const Status& status) {
     text += item("to be run: " + command);
   }
   text += row("Timer", describe_timer(status));
-  return text + describe_last_cycle(status.cycles) + describe_reasons(status.reasons);
+  return text + describe_last_cycle(status.cycles) + describe_reasons(status);
 }
 
 }  // namespace zant::velmora_host

@@ -2,7 +2,7 @@
 
 #include <zant/velmora_host/export.hpp>
 
-#include <zant/velmora/host/system.hpp>
+#include <zant/velmora_host/services/interruptible_system.hpp>
 
 #include <chrono>
 #include <cstddef>
@@ -57,7 +57,7 @@ inline constexpr int SIGNAL_BASE = 128;  ///< plus the number of the signal that
 ///   When the command fails, that text is also logged, as a warning with the command.
 /// - The exit code is the command's own, as a signed number.
 /// - A command beyond the time limit is ended at once.
-class PACKAGE_MINDER_HOST_EXPORT Command_Service : public velmora::System {
+class PACKAGE_MINDER_HOST_EXPORT Command_Service : public Interruptible_System {
  public:
   struct Options {
     /// How long a command may take.
@@ -88,6 +88,11 @@ class PACKAGE_MINDER_HOST_EXPORT Command_Service : public velmora::System {
 
   /// @param flag has no meaning here: every command is waited for, and its output returned.
   velmora::Command_Result run_command(const std::string& command, bool flag) override;
+
+  /// What the command says of a failure is logged at the debug level only: whoever bounds a question judges
+  /// its answer. A command that is given up has half a second to end itself; `runs_to_its_end` has no say.
+  velmora::Command_Result run_command_within(const std::string& command,
+                                             const Command_Bounds& bounds) override;
 
  private:
   class Implementation;

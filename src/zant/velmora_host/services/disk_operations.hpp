@@ -34,6 +34,9 @@ void create_directory(const Path& path);
 /// The same, for a directory that nobody but its owner may enter; one that is there already becomes so.
 void create_private_directory(const Path& path);
 
+/// A text that is another one when the file or directory has been changed.
+std::string stamp_of(const Path& path);
+
 /// Whether an error code of the operating system says that nothing is there.
 bool means_missing(int error_code);
 

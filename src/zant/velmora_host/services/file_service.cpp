@@ -161,6 +161,10 @@ bool File_Service::files_equal(const Path& first, const Path& second) {
   return are_equal;
 }
 
+std::string File_Service::stamp_of(const Path& path) {
+  return disk::stamp_of(path);
+}
+
 File_Type File_Service::type_of(const Path& path) {
   boost::system::error_code error;
   const boost::filesystem::file_type type = boost::filesystem::status(path, error).type();

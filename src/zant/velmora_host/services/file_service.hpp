@@ -77,6 +77,9 @@ class PACKAGE_MINDER_HOST_EXPORT File_Service : public Host_Filesystem {
   File_Type type_of(const Path& path) override;
   std::vector<Path> list_entries(const Path& directory) override;
 
+  /// Made of size and times, also of those of a link's target.
+  std::string stamp_of(const Path& path) override;
+
  private:
   class Implementation;
 

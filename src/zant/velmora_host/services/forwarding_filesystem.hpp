@@ -38,6 +38,7 @@ class Forwarding_Filesystem : public Host_Filesystem {
   bool files_equal(const Path& first, const Path& second) override {
     return real_->files_equal(first, second);
   }
+  std::string stamp_of(const Path& path) override { return real_->stamp_of(path); }
   File_Type type_of(const Path& path) override { return real_->type_of(path); }
   std::vector<Path> list_entries(const Path& directory) override { return real_->list_entries(directory); }
 

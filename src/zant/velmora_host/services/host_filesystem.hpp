@@ -4,6 +4,7 @@
 
 #include <zant/velmora/host/filesystem.hpp>
 
+#include <string>
 #include <vector>
 
 namespace zant::velmora_host {
@@ -29,6 +30,11 @@ class PACKAGE_MINDER_HOST_EXPORT Host_Filesystem : public velmora::Filesystem {
   /// The full paths of all entries of a directory, hidden ones and subdirectories included, sorted. Empty
   /// when the directory is missing or is no directory.
   virtual std::vector<Path> list_entries(const Path& directory) = 0;
+
+  /// A text that is another one when a file has another content, or a directory other entries; to compare
+  /// with an earlier one of the same path and process. Unless overridden, it is made of what the other
+  /// operations return; a file service that knows sizes and times need not read the file.
+  virtual std::string stamp_of(const Path& path);
 };
 
 }  // namespace zant::velmora_host

@@ -107,6 +107,24 @@ std::vector<Setting> program_settings(const Setting_Defaults& defaults) {
                   "Prometheus' node "
                   "exporter.",
        .detail = "A file that cannot be written is logged after each cycle. See status.md for the metrics."},
+      {.key = "minder.overdue_after",
+       .group = PROGRAM,
+       .system = ANY,
+       .rule = whole_number(1, 365, "days"),
+       .unit = "days",
+       .default_value = "7",
+       .meaning =
+           "Time that a newer version may be offered without being installed, before the verdict calls it "
+           "overdue."},
+      {.key = "minder.verdict_interval",
+       .group = PROGRAM,
+       .system = ANY,
+       .rule = whole_number(60, 604800, "seconds"),
+       .unit = "seconds",
+       .default_value = "21600",
+       .meaning =
+           "Longest time after which the service finds out again whether the package upgrades on this host. "
+           "It does so after a cycle, and earlier when something has changed that the answer depends on."},
       {.key = "minder.log.level",
        .group = PROGRAM,
        .system = ANY,

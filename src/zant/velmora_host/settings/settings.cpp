@@ -212,6 +212,15 @@ boost::filesystem::path Settings::metrics_file() const {
   return configuration().getString("minder.metrics_file", "");
 }
 
+std::chrono::hours Settings::overdue_after() const {
+  constexpr int HOURS_OF_A_DAY = 24;
+  return std::chrono::hours(HOURS_OF_A_DAY) * configuration().getInt("minder.overdue_after");
+}
+
+std::chrono::seconds Settings::verdict_interval() const {
+  return seconds_("minder.verdict_interval");
+}
+
 zant::logging::severity_level Settings::log_level() const {
   return zant::logging::severity_level_from_string(configuration().getString("minder.log.level")).value();
 }

@@ -95,6 +95,12 @@ class PACKAGE_MINDER_HOST_EXPORT Settings {
   /// Where metrics are written after each cycle; empty when nowhere.
   boost::filesystem::path metrics_file() const;
 
+  /// How long a newer version may be offered without being installed.
+  std::chrono::hours overdue_after() const;
+
+  /// Longest time between two verdicts of a service.
+  std::chrono::seconds verdict_interval() const;
+
   zant::logging::severity_level log_level() const;
   Log_Format log_format() const;
 

@@ -3,8 +3,10 @@
 import gzip
 import itertools
 import os
+import re
 import shutil
 import subprocess
+from dataclasses import dataclass, field
 from pathlib import Path
 
 ORIGIN = "Quorvane Velmora Core VMS Repo"
@@ -15,14 +17,31 @@ def native_architecture():
     return subprocess.run(["dpkg", "--print-architecture"], check=True, capture_output=True, text=True).stdout.strip()
 
 
-def build_package(directory, name, version, architecture):
-    """Makes a small .deb whose one file says which version it came with; returns its path."""
+@dataclass
+class Contents:
+    """What a package holds beyond one file that says which version it is."""
+
+    fields: str = ""  # of its control file, "Depends: other\n"
+    scripts: dict = field(default_factory=dict)  # of the maintainer: name and text
+    conffiles: dict = field(default_factory=dict)  # path and text
+
+
+def build_package(directory, name, version, architecture, contents=Contents()):
+    """Makes a small .deb; returns its path."""
     tree = Path(directory) / f"{name}_{version}_{architecture}"
     (tree / "DEBIAN").mkdir(parents=True)
     (tree / "DEBIAN" / "control").write_text(
         f"Package: {name}\nVersion: {version}\nArchitecture: {architecture}\n"
-        "Maintainer: Quorvane <repository@velmora.test>\nDescription: package of a test\n"
+        f"Maintainer: Quorvane <repository@velmora.test>\nDescription: package of a test\n{contents.fields}"
     )
+    for script, text in contents.scripts.items():
+        (tree / "DEBIAN" / script).write_text(text)
+        (tree / "DEBIAN" / script).chmod(0o755)
+    (tree / "DEBIAN" / "conffiles").write_text("".join(f"{path}\n" for path in contents.conffiles))
+    for path, text in contents.conffiles.items():
+        file = tree / path.lstrip("/")
+        file.parent.mkdir(parents=True, exist_ok=True)
+        file.write_text(text)
     content = tree / "usr" / "share" / name
     content.mkdir(parents=True)
     (content / "version").write_text(f"{version}\n")
@@ -46,19 +65,25 @@ class AptRepository:
         self._editions = itertools.count(1)
         self._packages = []
         self.architecture = native_architecture()
+        self.release_fields = {}  # further ones, or others than usual
+        self.index_lines = ""  # for each package in the index, "Phased-Update-Percentage: 10\n"
         self._store = self.location.with_name(f".{self.location.name}")
         self._store.mkdir(parents=True, exist_ok=True)
 
-    def publish(self, version, name=PACKAGE):
+    def publish(self, version, name=PACKAGE, contents=Contents()):
         """Adds one version of a package, made on the spot; returns the path of its .deb."""
         # dpkg wants the native architecture here: APT sees nothing in a list whose arch is "all".
-        return self.publish_file(build_package(self._store, name, version, self.architecture))
+        return self.publish_file(build_package(self._store, name, version, self.architecture, contents))
 
     def publish_file(self, package):
         """Adds a ready-made package."""
         self._packages.append(Path(package))
         self._put_in_place(self._build_edition())
         return Path(package)
+
+    def publish_again(self):
+        """The same packages, indexed and signed anew."""
+        self._put_in_place(self._build_edition())
 
     def _build_edition(self):
         edition = self._store / f"edition-{next(self._editions)}"
@@ -67,6 +92,7 @@ class AptRepository:
         for package in self._packages:
             shutil.copy(package, pool)
         index = _run("apt-ftparchive", "packages", "pool", cwd=edition)
+        index = index.replace(b"\nDescription:", f"\n{self.index_lines}Description:".encode())
         for suite in self._suites:
             self._write_suite(edition / "dists" / suite, suite, index)
         return edition
@@ -83,6 +109,9 @@ class AptRepository:
         options = [f"-oAPT::FTPArchive::Release::{field}={value}" for field, value in fields.items()]
         # Release lies in the directory that it lists, so it is written only when the list is made.
         release = _run("apt-ftparchive", *options, "release", ".", cwd=directory)
+        for name, value in self.release_fields.items():
+            # apt-ftparchive does not know them all.
+            release = f"{name}: {value}\n".encode() + re.sub(rf"(?m)^{name}: .*\n".encode(), b"", release)
         (directory / "Release").write_bytes(release)
         self._key.clearsign(directory / "Release", directory / "InRelease")
 

@@ -17,14 +17,17 @@ SPEC = Path(__file__).with_name("specs") / "package.spec"
 KEY_ALGORITHM = "rsa3072"
 
 
-def build_package(name, version):
-    """The path of an unsigned package, which is built once and kept. Do not change it."""
-    recipe = hashlib.sha256(SPEC.read_bytes()).hexdigest()[:12]
+def build_package(name, version, **more):
+    """The path of an unsigned package, which is built once and kept. Do not change it.
+
+    `more` defines further macros of the recipe.
+    """
+    recipe = hashlib.sha256(SPEC.read_bytes() + repr(sorted(more.items())).encode()).hexdigest()[:12]
     kept = machine.cache_directory() / "packages" / recipe / f"{name}-{version}-1.noarch.rpm"
     if not kept.exists():
         kept.parent.mkdir(parents=True, exist_ok=True)
         with tempfile.TemporaryDirectory(dir=kept.parent) as work:
-            definitions = {"_topdir": work, "_rpmdir": work, "package_name": name, "package_version": version}
+            definitions = {"_topdir": work, "_rpmdir": work, "package_name": name, "package_version": version, **more}
             _run("rpmbuild", "--quiet", "-bb", *_defined(definitions), SPEC)
             (Path(work) / "noarch" / kept.name).rename(kept)
     return kept
@@ -46,9 +49,14 @@ class DnfRepository:
         self._store.mkdir(parents=True, exist_ok=True)
         self._put_in_place(self._build_edition())
 
-    def publish(self, version, name=PACKAGE):
-        """Adds one version of a package; returns the path of its .rpm."""
-        return self.publish_file(build_package(name, version))
+    def publish(self, version, name=PACKAGE, **more):
+        """Adds one version of a package; returns the path of its .rpm. `more` as for build_package()."""
+        return self.publish_file(build_package(name, version, **more))
+
+    def withdraw_all_but(self, version):
+        """Leaves one version of the package and nothing else."""
+        self._packages = [path for path in self._packages if path.name.startswith(f"{PACKAGE}-{version}-")]
+        self._put_in_place(self._build_edition())
 
     def publish_file(self, unsigned):
         """Adds a ready-made package, signed; returns the path of its .rpm."""

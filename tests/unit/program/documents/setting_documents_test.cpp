@@ -61,7 +61,7 @@ TEST(ExampleOfSettings, ChangesNothingWhenEveryMarkIsRemoved) {
       EXPECT_TRUE(known.is_unset_when_empty()) << setting.key;
     }
   }
-  EXPECT_EQ(settings_in_file, 24);
+  EXPECT_EQ(settings_in_file, 26);
 }
 
 TEST(ExampleOfSettings, DiffersFromTheOneInForceByTheMarksOnly) {

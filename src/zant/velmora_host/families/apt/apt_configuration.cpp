@@ -22,6 +22,9 @@ class Tokens {
  public:
   explicit Tokens(std::string_view text) : rest_(text) {}
 
+  /// Of the last character taken.
+  std::size_t line() const { return line_; }
+
   std::optional<Token> next() {
     skip_blanks_and_comments_();
     if (rest_.empty()) {
@@ -42,6 +45,7 @@ class Tokens {
  private:
   std::string_view take_(std::size_t size) {
     const auto taken = rest_.substr(0, size);
+    line_ += static_cast<std::size_t>(std::count(taken.begin(), taken.end(), '\n'));
     rest_.remove_prefix(taken.size());
     return taken;
   }
@@ -53,7 +57,7 @@ class Tokens {
   void skip_blanks_and_comments_() {
     while (!rest_.empty()) {
       if (std::isspace(static_cast<unsigned char>(rest_.front())) != 0) {
-        rest_.remove_prefix(1);
+        take_(1);
       } else if (rest_.front() == '#' || rest_.starts_with("//")) {
         take_until_("\n");
       } else if (rest_.starts_with("/*")) {
@@ -66,6 +70,7 @@ class Tokens {
   }
 
   std::string_view rest_;
+  std::size_t line_ = 1;
 };
 
 // The names of the blocks that are open, joined as a prefix.
@@ -90,12 +95,12 @@ class Scopes {
   std::vector<std::size_t> lengths_;
 };
 
-void add_item(const std::vector<Token>& words, const std::string& prefix,
+void add_item(const std::vector<Token>& words, const std::string& prefix, std::size_t line,
               std::vector<APT_Configuration_Item>& items) {
   if (words.size() == 1 && words[0].is_quoted && !prefix.empty()) {
-    items.push_back({prefix, words[0].text});
+    items.push_back({prefix, words[0].text, line});
   } else if (words.size() >= 2) {
-    items.push_back({prefix + words[0].text, words[1].text});
+    items.push_back({prefix + words[0].text, words[1].text, line});
   }
 }
 
@@ -119,7 +124,7 @@ std::vector<APT_Configuration_Item> parse_apt_configuration(const std::string& t
     if (token->text == "{") {
       scopes.open(words.empty() ? "" : words[0].text);
     } else {
-      add_item(words, scopes.prefix(), items);
+      add_item(words, scopes.prefix(), tokens.line(), items);
     }
     if (token->text == "}") {
       scopes.close();

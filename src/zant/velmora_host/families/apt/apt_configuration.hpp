@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <vector>
 
@@ -9,6 +10,7 @@ namespace zant::velmora_host {
 struct APT_Configuration_Item {
   std::string name;
   std::string value;
+  std::size_t line = 0;  ///< where it ends, counted from 1
 
   bool is_list_entry() const { return name.ends_with("::"); }
 };

@@ -1,5 +1,6 @@
 #include <zant/velmora_host/families/apt/apt_family.hpp>
 
+#include <zant/velmora_host/families/apt/apt_outlook.hpp>
 #include <zant/velmora_host/families/apt/apt_weaknesses.hpp>
 #include <zant/velmora_host/families/apt/displaced_settings.hpp>
 #include <zant/velmora_host/families/apt/repository_pin.hpp>
@@ -336,6 +337,14 @@ void APT_Family::check(const Settings& settings, const Host_Services& services, 
     const std::string& url = repo.source_list.url;
     append(report.findings, find_repositories_on_site(*services.filesystem, site_of(url), {url}));
   }
+}
+
+Upgrade_Outlook APT_Family::find_upgrade_outlook(const Outlook_Question& question) const {
+  return apt_outlook::find(question);
+}
+
+std::vector<boost::filesystem::path> APT_Family::outlook_inputs() const {
+  return apt_outlook::inputs();
 }
 
 }  // namespace zant::velmora_host

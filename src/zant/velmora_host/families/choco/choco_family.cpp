@@ -1,6 +1,7 @@
 #include <zant/velmora_host/families/choco/choco_family.hpp>
 
 #include <zant/velmora_host/families/choco/base_directory_check.hpp>
+#include <zant/velmora_host/families/choco/choco_outlook.hpp>
 
 #include <zant/velmora/choco/choco_constants.hpp>
 #include <zant/velmora/facilitators/windows_package_facilitator.hpp>
@@ -262,6 +263,14 @@ void Choco_Family::check(const Settings& settings, const Host_Services& services
     report.findings.push_back({program.string(), "this command is missing",
                                "install Chocolatey, or correct minder.base_directory", "tools.missing"});
   }
+}
+
+Upgrade_Outlook Choco_Family::find_upgrade_outlook(const Outlook_Question& question) const {
+  return choco_outlook::find(question);
+}
+
+std::vector<boost::filesystem::path> Choco_Family::outlook_inputs() const {
+  return choco_outlook::inputs();
 }
 
 }  // namespace zant::velmora_host

@@ -50,6 +50,8 @@ class Choco_Family : public Family {
                                                          velmora::Filesystem& filesystem) const override;
   void check(const Settings& settings, const Host_Services& services, velmora::Init init,
              Check_Report& report) const override;
+  Upgrade_Outlook find_upgrade_outlook(const Outlook_Question& question) const override;
+  std::vector<boost::filesystem::path> outlook_inputs() const override;
 };
 
 }  // namespace zant::velmora_host

@@ -1,6 +1,7 @@
 #include <zant/velmora_host/families/dnf/dnf_family.hpp>
 
 #include <zant/velmora_host/base/printable.hpp>
+#include <zant/velmora_host/families/dnf/dnf_outlook.hpp>
 #include <zant/velmora_host/families/dnf/included_packages.hpp>
 #include <zant/velmora_host/families/dnf/repository_files.hpp>
 #include <zant/velmora_host/families/linux_package_factory.hpp>
@@ -24,6 +25,7 @@
 #include <array>
 #include <charconv>
 #include <chrono>
+#include <string_view>
 
 namespace zant::velmora_host {
 namespace {
@@ -53,6 +55,9 @@ constexpr const char* NO_CONFLICTING_TIMER =
 // rpm keeps each key as a package. It fails when there is none, and says so on standard output.
 constexpr const char* KEY_LIST_QUERY =
     "rpm --query --queryformat '%{NAME}-%{VERSION}-%{RELEASE} %{SUMMARY}\\n' gpg-pubkey";
+// The keys themselves, armoured.
+constexpr const char* KEY_TEXT_QUERY = "rpm --query --queryformat '%{DESCRIPTION}\\n' gpg-pubkey";
+constexpr std::string_view KEY_BEGIN = "-----BEGIN PGP PUBLIC KEY BLOCK-----";
 constexpr const char* NO_KEYS = "package gpg-pubkey is not installed";
 
 constexpr const char* RPM_VERSION_QUERY = "rpm --query --queryformat '%{{VERSION}}-%{{RELEASE}}' {}";
@@ -261,6 +266,13 @@ std::optional<int> DNF_Family::planned_exit_code_of(const std::string& query, ve
   return excludes_packages(text) ? 1 : 0;
 }
 
+// Asking the repository would take minutes when its server is silent.
+std::string DNF_Family::report_form_of(const std::string& query) const {
+  return query == DNF_Constants::LOCK_QUERY
+             ? fmt::format("dnf --cacheonly{}", query.substr(std::string_view("dnf").size()))
+             : query;
+}
+
 std::map<std::string, std::string> DNF_Family::command_environment() const {
   return {};
 }
@@ -358,6 +370,24 @@ std::optional<std::vector<std::string>> DNF_Family::trusted_keys(const Host_Serv
   return keys;
 }
 
+// One that our reader does not understand hides no other.
+std::optional<std::vector<Signing_Key>> DNF_Family::read_installed_keys(const Host_Services& services) const {
+  const auto answer = services.system->run_command(KEY_TEXT_QUERY, velmora::Run_Flag::WAIT_AND_CAPTURE);
+  if (answer.exit_code != 0) {
+    return std::nullopt;
+  }
+  std::vector<Signing_Key> keys;
+  std::size_t begin = answer.output.find(KEY_BEGIN);
+  while (begin != std::string::npos) {
+    const std::size_t next = answer.output.find(KEY_BEGIN, begin + KEY_BEGIN.size());
+    if (const auto keyring = parse_keyring(std::string_view(answer.output).substr(begin, next - begin))) {
+      keys.insert(keys.end(), keyring->keys.begin(), keyring->keys.end());
+    }
+    begin = next;
+  }
+  return keys;
+}
+
 std::optional<Finding> DNF_Family::find_cycle_obstacle(const Host_Services& /*services*/) const {
   return std::nullopt;
 }
@@ -397,6 +427,14 @@ void DNF_Family::check(const Settings& settings, const Host_Services& services, 
   const velmora::DNF_Repo_Config repo(settings.configuration(), settings.staging_directory());
   append(report.findings, find_other_repository_files(*services.filesystem, repo.base_url));
   check_key_address(repo.gpg_key_url, *services.filesystem, report);
+}
+
+Upgrade_Outlook DNF_Family::find_upgrade_outlook(const Outlook_Question& question) const {
+  return dnf_outlook::find(question);
+}
+
+std::vector<boost::filesystem::path> DNF_Family::outlook_inputs() const {
+  return dnf_outlook::inputs();
 }
 
 }  // namespace zant::velmora_host

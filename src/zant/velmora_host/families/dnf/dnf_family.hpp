@@ -20,6 +20,7 @@ class DNF_Family : public Family {
                                           const Host_Services& services) const override;
   std::optional<int> planned_exit_code_of(const std::string& query, velmora::Filesystem& planned,
                                           velmora::Filesystem& real) const override;
+  std::string report_form_of(const std::string& query) const override;
   std::map<std::string, std::string> command_environment() const override;
 
   File_Kind kind_of(const boost::filesystem::path& file) const override;
@@ -41,6 +42,7 @@ class DNF_Family : public Family {
   std::optional<std::vector<Signing_Key>> read_keys(
       const Host_Services& services, const boost::filesystem::path& staging_tree) const override;
   std::optional<std::vector<std::string>> trusted_keys(const Host_Services& services) const override;
+  std::optional<std::vector<Signing_Key>> read_installed_keys(const Host_Services& services) const override;
   std::optional<Finding> find_cycle_obstacle(const Host_Services& services) const override;
   Findings find_weaknesses(const Settings& settings, const Host_Services& services,
                            velmora::Init init) const override;
@@ -50,6 +52,8 @@ class DNF_Family : public Family {
                                                          velmora::Filesystem& filesystem) const override;
   void check(const Settings& settings, const Host_Services& services, velmora::Init init,
              Check_Report& report) const override;
+  Upgrade_Outlook find_upgrade_outlook(const Outlook_Question& question) const override;
+  std::vector<boost::filesystem::path> outlook_inputs() const override;
 };
 
 }  // namespace zant::velmora_host

@@ -9,6 +9,7 @@
 #include <fmt/format.h>
 #include <boost/algorithm/string/trim.hpp>
 
+#include <algorithm>
 #include <system_error>
 #include <utility>
 #include <vector>
@@ -20,6 +21,10 @@ using zant::logging::severity_level;
 
 // Enough to recognise a command by.
 constexpr std::size_t LONGEST_COMMAND_IN_LOG = 500;
+
+// How soon a command is given up, and how long it may then take to end.
+constexpr auto GIVING_UP_CHECK_INTERVAL = std::chrono::milliseconds(50);
+constexpr auto GIVEN_UP_KILL_DELAY = std::chrono::milliseconds(500);
 
 std::string shortened(const std::string& command) {
   return command.size() <= LONGEST_COMMAND_IN_LOG
@@ -46,25 +51,30 @@ class PACKAGE_MINDER_HOST_LOCAL Command_Service::Implementation {
     log_.init_("Command_Service", "");
   }
 
-  velmora::Command_Result run(const std::string& command);
+  velmora::Command_Result run(const std::string& command, const Command_Bounds* bounds);
 
  private:
   int supervise_(Child_Process& child, const std::string& command);
+  int supervise_(Child_Process& child, const std::string& command, const Command_Bounds& bounds);
   int end_(Child_Process& child, const std::string& command);
   int reap_(Child_Process& child, const std::string& command);
-  void log_outcome_(const Child_Process& child, const std::string& command, int exit_code);
+  void log_outcome_(const Child_Process& child, const std::string& command, int exit_code,
+                    severity_level of_failure);
 
   zant::logging::Source log_;
   Options options_;
   std::vector<std::string> environment_;
 };
 
-velmora::Command_Result Command_Service::Implementation::run(const std::string& command) {
+velmora::Command_Result Command_Service::Implementation::run(const std::string& command,
+                                                             const Command_Bounds* bounds) {
   ZANT_LOG(log_, severity_level::trace) << "Running command: " << shortened(command);
   try {
     Child_Process child(command, environment_, options_.output_limit);
-    const int exit_code = supervise_(child, command);
-    log_outcome_(child, command, exit_code);
+    const int exit_code =
+        bounds != nullptr ? supervise_(child, command, *bounds) : supervise_(child, command);
+    log_outcome_(child, command, exit_code,
+                 bounds != nullptr ? severity_level::debug : severity_level::warning);
     return {child.output().text(), exit_code};
   } catch (const std::system_error& error) {
     ZANT_LOG(log_, severity_level::error)
@@ -85,6 +95,22 @@ int Command_Service::Implementation::supervise_(Child_Process& child, const std:
       in_seconds(options_.time_limit), shortened(command));
   child.run_to_end();
   return reap_(child, command);
+}
+
+int Command_Service::Implementation::supervise_(Child_Process& child, const std::string& command,
+                                                const Command_Bounds& bounds) {
+  const auto deadline = std::min(bounds.deadline, Child_Process::Clock::now() + options_.time_limit);
+  const auto is_given_up = [&bounds] { return bounds.is_given_up && bounds.is_given_up(); };
+  while (Child_Process::Clock::now() < deadline && !is_given_up()) {
+    const auto next_check = Child_Process::Clock::now() + GIVING_UP_CHECK_INTERVAL;
+    if (child.run_until(bounds.is_given_up ? std::min(deadline, next_check) : deadline)) {
+      return reap_(child, command);
+    }
+  }
+  ZANT_LOG(log_, severity_level::debug) << "Giving up a command | Command: " << shortened(command);
+  child.end_group(GIVEN_UP_KILL_DELAY);
+  child.collect_exit_status();
+  return Exit_Code::TIME_LIMIT;
 }
 
 int Command_Service::Implementation::end_(Child_Process& child, const std::string& command) {
@@ -109,7 +135,7 @@ int Command_Service::Implementation::reap_(Child_Process& child, const std::stri
 }
 
 void Command_Service::Implementation::log_outcome_(const Child_Process& child, const std::string& command,
-                                                   int exit_code) {
+                                                   int exit_code, severity_level of_failure) {
   if (child.output().is_truncated()) {
     ZANT_LOG(log_, severity_level::warning)
         << fmt::format("A command printed more than {} bytes, the rest is dropped | Command: {}",
@@ -117,7 +143,7 @@ void Command_Service::Implementation::log_outcome_(const Child_Process& child, c
   }
   // Many of the library's command lines answer "no" by failing without error output: no warning then.
   const std::string error_text = error_text_of(child);
-  const auto level = exit_code != 0 && !error_text.empty() ? severity_level::warning : severity_level::debug;
+  const auto level = exit_code != 0 && !error_text.empty() ? of_failure : severity_level::debug;
   ZANT_LOG(log_, level) << fmt::format("Command ended with exit code {} | Command: {}{}{}", exit_code,
                                        shortened(command),
                                        error_text.empty() ? "" : " | Error output: ", error_text);
@@ -129,7 +155,12 @@ Command_Service::Command_Service(Options options)
 Command_Service::~Command_Service() = default;
 
 velmora::Command_Result Command_Service::run_command(const std::string& command, bool /*flag*/) {
-  return implementation_->run(command);
+  return implementation_->run(command, nullptr);
+}
+
+velmora::Command_Result Command_Service::run_command_within(const std::string& command,
+                                                            const Command_Bounds& bounds) {
+  return implementation_->run(command, &bounds);
 }
 
 }  // namespace zant::velmora_host

@@ -5,6 +5,7 @@
 #include <zant/velmora_host/services/posix/replacement_file.hpp>
 #include <zant/velmora_host/services/posix/system_error.hpp>
 
+#include <fmt/format.h>
 #include <boost/filesystem/operations.hpp>
 
 #include <sys/stat.h>
@@ -115,6 +116,21 @@ void create_private_directory(const Path& path) {
       ((status.st_mode & ACCESS_OF_OTHERS) != 0 && ::chmod(path.c_str(), PRIVATE_DIRECTORY_MODE) != 0)) {
     throw_system_error("cannot set its mode");
   }
+}
+
+std::string stamp_of(const Path& path) {
+  const auto text_of = [](const struct stat& status) {
+    return fmt::format("{}:{} {} {}.{} {}.{};", status.st_dev, status.st_ino, status.st_size,
+                       status.st_mtim.tv_sec, status.st_mtim.tv_nsec, status.st_ctim.tv_sec,
+                       status.st_ctim.tv_nsec);
+  };
+  struct stat entry {};
+  if (::lstat(path.c_str(), &entry) != 0) {
+    return "";
+  }
+  struct stat target {};
+  const bool leads_elsewhere = S_ISLNK(entry.st_mode) && ::stat(path.c_str(), &target) == 0;
+  return leads_elsewhere ? text_of(entry) + text_of(target) : text_of(entry);
 }
 
 bool means_missing(int error_code) {

@@ -9,6 +9,7 @@
 #include <fmt/format.h>
 #include <boost/algorithm/string/trim.hpp>
 
+#include <algorithm>
 #include <stdexcept>
 #include <system_error>
 #include <utility>
@@ -17,6 +18,9 @@ namespace zant::velmora_host {
 namespace {
 
 using zant::logging::severity_level;
+
+// How soon a command is given up.
+constexpr auto GIVING_UP_CHECK_INTERVAL = std::chrono::milliseconds(50);
 
 void refuse_what_cmd_does_not_take(const std::string& command) {
   // cmd.exe would run the first line and ignore the others without an error.
@@ -41,26 +45,30 @@ class PACKAGE_MINDER_HOST_LOCAL Command_Service::Implementation {
     log_.init_("Command_Service", "");
   }
 
-  velmora::Command_Result run(const std::string& command);
+  velmora::Command_Result run(const std::string& command, const Command_Bounds* bounds);
 
  private:
   int supervise_(Command_Process& process, const std::string& command);
+  int supervise_(Command_Process& process, const std::string& command, const Command_Bounds& bounds);
   void log_outcome_(const Command_Process& process, const std::string& command,
-                    const velmora::Command_Result& result);
+                    const velmora::Command_Result& result, severity_level of_failure);
 
   zant::logging::Source log_;
   Options options_;
   std::wstring environment_;
 };
 
-velmora::Command_Result Command_Service::Implementation::run(const std::string& command) {
+velmora::Command_Result Command_Service::Implementation::run(const std::string& command,
+                                                             const Command_Bounds* bounds) {
   ZANT_LOG(log_, severity_level::trace) << "Running command: " << command;
   try {
     refuse_what_cmd_does_not_take(command);
     Command_Process process(command, environment_, options_.output_limit);
-    const int exit_code = supervise_(process, command);
+    const int exit_code =
+        bounds != nullptr ? supervise_(process, command, *bounds) : supervise_(process, command);
     velmora::Command_Result result = {code_page::utf8_of_console(process.output()), exit_code};
-    log_outcome_(process, command, result);
+    log_outcome_(process, command, result,
+                 bounds != nullptr ? severity_level::debug : severity_level::warning);
     return result;
   } catch (const std::runtime_error& error) {
     ZANT_LOG(log_, severity_level::error)
@@ -86,15 +94,31 @@ int Command_Service::Implementation::supervise_(Command_Process& process, const 
   return Exit_Code::TIME_LIMIT;
 }
 
+int Command_Service::Implementation::supervise_(Command_Process& process, const std::string& command,
+                                                const Command_Bounds& bounds) {
+  const auto deadline = std::min(bounds.deadline, Command_Process::Clock::now() + options_.time_limit);
+  const auto is_given_up = [&bounds] { return bounds.is_given_up && bounds.is_given_up(); };
+  while (Command_Process::Clock::now() < deadline && !is_given_up()) {
+    const auto next_check = Command_Process::Clock::now() + GIVING_UP_CHECK_INTERVAL;
+    if (process.run_until(bounds.is_given_up ? std::min(deadline, next_check) : deadline)) {
+      return process.exit_code();
+    }
+  }
+  ZANT_LOG(log_, severity_level::debug) << "Giving up a command | Command: " << command;
+  process.end_tree();
+  return Exit_Code::TIME_LIMIT;
+}
+
 void Command_Service::Implementation::log_outcome_(const Command_Process& process, const std::string& command,
-                                                   const velmora::Command_Result& result) {
+                                                   const velmora::Command_Result& result,
+                                                   severity_level of_failure) {
   if (process.is_truncated()) {
     ZANT_LOG(log_, severity_level::warning)
         << fmt::format("A command printed more than {} bytes, the rest is dropped | Command: {}",
                        options_.output_limit, command);
   }
   const std::string output = result.exit_code == 0 ? "" : boost::algorithm::trim_copy(result.output);
-  ZANT_LOG(log_, output.empty() ? severity_level::debug : severity_level::warning)
+  ZANT_LOG(log_, output.empty() ? severity_level::debug : of_failure)
       << fmt::format("Command ended with exit code {} | Command: {}{}{}", result.exit_code, command,
                      output.empty() ? "" : " | Output: ", output);
 }
@@ -105,7 +129,12 @@ Command_Service::Command_Service(Options options)
 Command_Service::~Command_Service() = default;
 
 velmora::Command_Result Command_Service::run_command(const std::string& command, bool /*flag*/) {
-  return implementation_->run(command);
+  return implementation_->run(command, nullptr);
+}
+
+velmora::Command_Result Command_Service::run_command_within(const std::string& command,
+                                                            const Command_Bounds& bounds) {
+  return implementation_->run(command, &bounds);
 }
 
 }  // namespace zant::velmora_host

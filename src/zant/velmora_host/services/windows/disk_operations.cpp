@@ -6,6 +6,7 @@
 #include <zant/velmora_host/services/windows/replacement_file.hpp>
 #include <zant/velmora_host/services/windows/win32_error.hpp>
 
+#include <fmt/format.h>
 #include <boost/filesystem/operations.hpp>
 
 #include <system_error>
@@ -71,6 +72,15 @@ void create_directory(const Path& path) {
 // No family keeps copies of an administrator's files there.
 void create_private_directory(const Path& path) {
   disk::create_directory(path);
+}
+
+std::string stamp_of(const Path& path) {
+  WIN32_FILE_ATTRIBUTE_DATA data{};
+  if (::GetFileAttributesExW(path.c_str(), GetFileExInfoStandard, &data) == FALSE) {
+    return "";
+  }
+  return fmt::format("{} {} {} {} {}", data.dwFileAttributes, data.nFileSizeHigh, data.nFileSizeLow,
+                     data.ftLastWriteTime.dwHighDateTime, data.ftLastWriteTime.dwLowDateTime);
 }
 
 bool means_missing(int error_code) {

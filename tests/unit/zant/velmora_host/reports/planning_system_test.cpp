@@ -74,6 +74,16 @@ TEST_F(PlanningSystem, KnowsWhatWouldChangeNothing) {
   EXPECT_FALSE(system_.planned().at(1).is_noop);
 }
 
+TEST_F(PlanningSystem, AsksInTheFormThatWaitsForNoServer) {
+  constexpr const char* IS_LISTED = "dnf repoquery --repoid quorvane -q | grep -q ^zant-velmora";
+  real_->on("dnf --cacheonly repoquery --repoid quorvane -q | grep -q ^zant-velmora", 1);
+  Planning_System system{host_, dnf_, planned_files_};
+
+  EXPECT_EQ(system.run_command(IS_LISTED, true).exit_code, 1);
+
+  EXPECT_EQ(system.answer_to(IS_LISTED)->exit_code, 1);
+}
+
 TEST_F(PlanningSystem, DoesNotKnowOfQueriesThatNobodyAsked) {
   EXPECT_FALSE(system_.answer_to(IS_HELD));
 }

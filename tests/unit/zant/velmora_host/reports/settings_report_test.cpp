@@ -92,10 +92,10 @@ TEST_F(SettingsReport, ShowsTheDefaultForAnEmptyValueThatMeansIt) {
 }
 
 TEST_F(SettingsReport, LeavesOutWhatHasNoEffectHereUnlessItIsSet) {
-  EXPECT_EQ(report().rows.size(), 24U);
+  EXPECT_EQ(report().rows.size(), 26U);
 
   given_file("package.choco.repo.channel = beta\n");
-  EXPECT_EQ(report().rows.size(), 25U);
+  EXPECT_EQ(report().rows.size(), 27U);
   EXPECT_EQ(row(report(), "package.choco.repo.channel").value, "beta");
 }
 

@@ -1,9 +1,12 @@
 #include <zant/velmora_host/reports/status.hpp>
 
 #include <zant/velmora_host/base/json_document.hpp>
+#include <zant/velmora_host/families/apt/apt_family.hpp>
 #include <zant/velmora_host/observation/cycle_store.hpp>
+#include <zant/velmora_host/reports/reports_of_families.hpp>
 
 #include <support/host_side/debian_host.hpp>
+#include <support/host_side/told_outlook.hpp>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -39,7 +42,9 @@ class StatusTest : public ::testing::Test {
                        {last, history});
   }
 
-  Status status() { return make_status(host_.settings(), host_.services); }
+  Status status(const std::string& service = PROGRAM_SERVICE) {
+    return make_status(host_.settings(), host_.services, service, registry_);
+  }
   json_document::Json json() { return json_document::Json::parse(to_json_text(status())); }
 
   std::vector<std::string> reasons() {
@@ -51,23 +56,29 @@ class StatusTest : public ::testing::Test {
   }
 
   test_support::Debian_Host host_;
+  std::shared_ptr<Upgrade_Outlook> outlook_ =
+      std::make_shared<Upgrade_Outlook>(test_support::outlook_of("1.0", "1.1"));
+  const Family_Registry registry_ = test_support::registry_with_told<APT_Family>(outlook_);
   Cycle_History history_;
 };
 
 TEST_F(StatusTest, NeedsNoAttentionWhenAllIsInOrder) {
   EXPECT_THAT(reasons(), IsEmpty());
-  EXPECT_EQ(to_text(status()),
-            "Host                package manager APT, init systemd\n"
-            "Service             active\n"
-            "Package             zant-velmora 1.0 installed, 1.1 offered\n"
-            "Repository          registered, in step\n"
-            "Hold                not held\n"
-            "Automatic upgrades  on, in step\n"
-            "Timer               apt-daily-upgrade.timer, next run 2026-11-21T03:00:00Z\n"
-            "Last cycle          2027-01-15T08:00:00Z by \"run\", 0.2 s, succeeded\n"
-            "    Set zant-velmora package to \"unhold\"\n"
-            "\n"
-            "Nothing needs attention.\n");
+  EXPECT_EQ(
+      to_text(status()),
+      "Verdict             waiting: zant-velmora 1.0, 1.1 is offered and will be installed at an unknown "
+      "time\n"
+      "Host                package manager APT, init systemd\n"
+      "Service             active\n"
+      "Package             zant-velmora 1.0 installed, 1.1 offered\n"
+      "Repository          registered, in step\n"
+      "Hold                not held\n"
+      "Automatic upgrades  on, in step\n"
+      "Timer               apt-daily-upgrade.timer, next run 2026-11-21T03:00:00Z\n"
+      "Last cycle          2027-01-15T08:00:00Z by \"run\", 0.2 s, succeeded\n"
+      "    Set zant-velmora package to \"unhold\"\n"
+      "\n"
+      "Nothing needs attention.\n");
 }
 
 TEST_F(StatusTest, HasTheSameForPrograms) {
@@ -106,6 +117,7 @@ TEST_F(StatusTest, TellsAHold) {
 
 TEST_F(StatusTest, TellsWhatIsNotThere) {
   host_.services.filesystem->remove(boost::filesystem::path("/etc/apt/sources.list.d/zant-velmora.list"));
+  *outlook_ = {};
   host_.system->on("apt-cache policy zant-velmora", 0, "");
   host_.system->on("systemctl is-active package-minder.service 2> /dev/null", 3, "inactive\n");
   host_.system->on("systemctl is-active --quiet apt-daily-upgrade.timer", 3);

@@ -1,9 +1,13 @@
 #include <zant/velmora_host/reports/check.hpp>
 
 #include <zant/velmora_host/base/json_document.hpp>
+#include <zant/velmora_host/families/apt/apt_family.hpp>
+#include <zant/velmora_host/families/dnf/dnf_family.hpp>
+#include <zant/velmora_host/reports/reports_of_families.hpp>
 
 #include <support/host_side/debian_host.hpp>
 #include <support/host_side/el_host.hpp>
+#include <support/host_side/told_outlook.hpp>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -26,7 +30,7 @@ class Whole_Check : public ::testing::Test {
  protected:
   Whole_Check() { host_.pass_checks(); }
 
-  Check_Report check() { return make_check_report(host_.settings(), host_.services); }
+  Check_Report check() { return make_check_report(host_.settings(), host_.services, false, registry_); }
 
   // "CODE WHERE"; what is in the staging tree without the tree's own path.
   std::vector<std::string> findings() {
@@ -54,6 +58,8 @@ class Whole_Check : public ::testing::Test {
   }
 
   Host host_;
+  const Family_Registry registry_ = test_support::registry_with_told<APT_Family, DNF_Family>(
+      std::make_shared<Upgrade_Outlook>(test_support::outlook_of("1.0", "1.0")));
 };
 
 using WholeCheckOfDebian = Whole_Check<test_support::Debian_Host>;

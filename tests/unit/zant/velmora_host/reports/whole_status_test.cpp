@@ -1,13 +1,18 @@
+#include <zant/velmora_host/families/apt/apt_family.hpp>
+#include <zant/velmora_host/families/dnf/dnf_family.hpp>
 #include <zant/velmora_host/observation/cycle_store.hpp>
-#include <zant/velmora_host/reports/status.hpp>
+#include <zant/velmora_host/reports/reports_of_families.hpp>
 #include <zant/velmora_host/staging/instance_lock.hpp>
+#include <zant/velmora_host/verdict/verdict_store.hpp>
 
 #include <support/host_side/debian_host.hpp>
 #include <support/host_side/el_host.hpp>
+#include <support/host_side/told_outlook.hpp>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -15,10 +20,12 @@ namespace zant::velmora_host {
 namespace {
 
 using ::testing::ElementsAre;
+using ::testing::EndsWith;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
+using ::testing::StartsWith;
 
-template <typename Host>
+template <typename Host, typename Real_Family>
 class Whole_Status : public ::testing::Test {
  protected:
   Whole_Status() {
@@ -36,7 +43,9 @@ class Whole_Status : public ::testing::Test {
     cycle_store::write(*host_.services.filesystem, cycle_store::file_in(host_.state_directory()), complete);
   }
 
-  Status status() { return make_status(host_.settings(), host_.services); }
+  Status status(const std::string& service = PROGRAM_SERVICE) {
+    return make_status(host_.settings(), host_.services, service, registry_);
+  }
 
   std::vector<std::string> reasons() {
     std::vector<std::string> codes;
@@ -47,10 +56,19 @@ class Whole_Status : public ::testing::Test {
   }
 
   Host host_;
+  std::shared_ptr<Upgrade_Outlook> outlook_ = std::make_shared<Upgrade_Outlook>();
+  const Family_Registry registry_ = test_support::registry_with_told<Real_Family>(outlook_);
 };
 
-using WholeStatusOfDebian = Whole_Status<test_support::Debian_Host>;
-using WholeStatusOfEl = Whole_Status<test_support::El_Host>;
+class WholeStatusOfDebian : public Whole_Status<test_support::Debian_Host, APT_Family> {
+ protected:
+  WholeStatusOfDebian() { *outlook_ = test_support::outlook_of("1.0", "1.1"); }
+};
+
+class WholeStatusOfEl : public Whole_Status<test_support::El_Host, DNF_Family> {
+ protected:
+  WholeStatusOfEl() { *outlook_ = test_support::outlook_of("1.0-1", "1.1-1"); }
+};
 
 TEST_F(WholeStatusOfDebian, NeedsNoAttention) {
   EXPECT_THAT(reasons(), IsEmpty());
@@ -62,6 +80,8 @@ TEST_F(WholeStatusOfEl, NeedsNoAttention) {
 
 TEST_F(WholeStatusOfEl, PrintsThePage) {
   EXPECT_EQ(to_text(status()),
+            "Verdict             waiting: zant-velmora 1.0-1, 1.1-1 is offered and will be installed at an "
+            "unknown time\n"
             "Host                package manager DNF, init systemd\n"
             "Service             active\n"
             "Package             zant-velmora 1.0-1 installed, 1.1-1 offered\n"
@@ -128,19 +148,22 @@ TEST_F(WholeStatusOfDebian, WithoutSystemdAsksForNoUnits) {
   host_.system->on("systemctl is-active package-minder.service 2> /dev/null", 3, "inactive\n");
   host_.system->on("systemctl is-active --quiet apt-daily-upgrade.timer", 3);
 
-  EXPECT_EQ(to_text(status()),
-            "Host                package manager APT, init other\n"
-            "Service             unknown\n"
-            "Package             zant-velmora 1.0 installed, 1.1 offered\n"
-            "Repository          registered, in step\n"
-            "Hold                not held\n"
-            "Automatic upgrades  on, in step\n"
-            "Timer               none: systemd does not start upgrades on this host\n"
-            "Last cycle          2027-01-15T08:00:00Z by \"run\", 0.3 s, succeeded\n"
-            "\n"
-            "Needs attention:\n"
-            "  - This host has no systemd, so no service of package-minder's runs here: have cron run "
-            "\"package-minder once\", for example every hour [service.no_systemd]\n");
+  EXPECT_EQ(
+      to_text(status()),
+      "Verdict             waiting: zant-velmora 1.0, 1.1 is offered and will be installed at an unknown "
+      "time\n"
+      "Host                package manager APT, init other\n"
+      "Service             unknown\n"
+      "Package             zant-velmora 1.0 installed, 1.1 offered\n"
+      "Repository          registered, in step\n"
+      "Hold                not held\n"
+      "Automatic upgrades  on, in step\n"
+      "Timer               none: systemd does not start upgrades on this host\n"
+      "Last cycle          2027-01-15T08:00:00Z by \"run\", 0.3 s, succeeded\n"
+      "\n"
+      "Needs attention:\n"
+      "  - This host has no systemd, so no service of package-minder's runs here: have cron run "
+      "\"package-minder once\", for example every hour [service.no_systemd]\n");
 }
 
 TEST_F(WholeStatusOfDebian, WithoutSystemdSaysNothingOfAnotherProgramsServiceOrOfOneThatRuns) {
@@ -148,7 +171,7 @@ TEST_F(WholeStatusOfDebian, WithoutSystemdSaysNothingOfAnotherProgramsServiceOrO
   host_.write("/etc/apt/sources.list.d/zant-velmora.list",
               "deb [arch=amd64] http://repo.velmora.example/velmora-apt-repo/ sysvinit-production main\n");
 
-  EXPECT_THAT(make_status(host_.settings(), host_.services, "velmora-server").reasons, IsEmpty());
+  EXPECT_THAT(status("velmora-server").reasons, IsEmpty());
 
   const Instance_Lock lock(host_.state_directory() / "lock");
   EXPECT_THAT(reasons(), IsEmpty());
@@ -183,6 +206,7 @@ TEST_F(WholeStatusOfDebian, NamesWhatWeakensTheHost) {
 TEST_F(WholeStatusOfDebian, TellsThatACycleNeedsThePackageFirst) {
   host_.system->on("dpkg-query -f='${Architecture}' -W zant-velmora", 1);
   host_.system->on("apt-cache policy zant-velmora", 0, "");
+  *outlook_ = {};
 
   EXPECT_THAT(reasons(), ElementsAre("package.not_installed", "hold.unknown", "cycle.would_fail"));
 }
@@ -221,6 +245,7 @@ TEST_F(WholeStatusOfEl, NamesUpgradesThatFailedForAnotherReason) {
 
 // Everything that can be wrong at once.
 TEST_F(WholeStatusOfDebian, PrintsAllThatNeedsAttention) {
+  *outlook_ = {};
   Cycle_State state;
   state.last_cycle.actions = {"Updating\nthe list"};
   state.last_cycle.problems = {"Something is odd"};
@@ -240,9 +265,10 @@ TEST_F(WholeStatusOfDebian, PrintsAllThatNeedsAttention) {
   host_.system->on("systemctl is-active --quiet apt-daily-upgrade.timer", 3);
 
   EXPECT_EQ(to_text(status()),
+            "Verdict             cannot be told: the host's tools do not tell which version is installed\n"
             "Host                package manager APT, init systemd\n"
             "Service             inactive\n"
-            "Package             zant-velmora not installed, none offered\n"
+            "Package             zant-velmora not installed, unknown what is offered\n"
             "Repository          registered, out of step\n"
             "    /etc/apt/sources.list.d/zant-velmora.list differs\n"
             "Hold                held\n"
@@ -276,6 +302,7 @@ TEST_F(WholeStatusOfDebian, PrintsAllThatNeedsAttention) {
             "{\n"
             "  \"format\": \"package-minder/status\",\n"
             "  \"version\": 1,\n"
+            "  \"verdict\": \"cannot_be_told\",\n"
             "  \"host\": {\n"
             "    \"package_manager\": \"APT\",\n"
             "    \"init\": \"systemd\"\n"
@@ -396,13 +423,14 @@ TEST_F(WholeStatusOfDebian, PrintsAllThatNeedsAttention) {
 }
 
 TEST_F(WholeStatusOfDebian, TellsAPackageThatIsUpToDateAndATimerWithoutANextRun) {
-  host_.system->on("apt-cache policy zant-velmora", 0, "zant-velmora:\n  Installed: 1.1\n  Candidate: 1.1\n");
+  *outlook_ = test_support::outlook_of("1.1", "1.1");
   host_.system->on(
       "TZ=UTC systemctl show --property=NextElapseUSecRealtime --value apt-daily-upgrade.timer "
       "2> /dev/null",
       0, "\n");
 
   EXPECT_EQ(to_text(status()),
+            "Verdict             up to date: zant-velmora 1.1\n"
             "Host                package manager APT, init systemd\n"
             "Service             active\n"
             "Package             zant-velmora 1.1 installed, up to date\n"
@@ -415,7 +443,85 @@ TEST_F(WholeStatusOfDebian, TellsAPackageThatIsUpToDateAndATimerWithoutANextRun)
             "Nothing needs attention.\n");
 }
 
+// --- the verdict -----------------------------------------------------------------
+
+class VerdictInStatus : public WholeStatusOfDebian {
+ protected:
+  void given_cause(const Cause& cause) { outlook_->causes.push_back(cause); }
+  std::string text() { return to_text(status()); }
+
+  Cause pin_ = {Cause_Effect::BLOCKS, "package.pinned", "A pin keeps zant-velmora at 1.0",
+                "/etc/apt/preferences:1: Pin: version 1.0", "rm /etc/apt/preferences"};
+  Cause broken_ = {Cause_Effect::OBSCURES, "tools.failed", "APT does not work", "apt-cache says: broken",
+                   "See to APT"};
+};
+
+TEST_F(VerdictInStatus, IsTheFirstLineAndTheFirstReason) {
+  given_cause(pin_);
+
+  const auto lines = text();
+
+  EXPECT_THAT(lines, StartsWith("Verdict             blocked: zant-velmora 1.0, 1.1 is offered: A pin keeps "
+                                "zant-velmora at 1.0\n"));
+  EXPECT_THAT(lines, EndsWith("Needs attention:\n"
+                              "  - A pin keeps zant-velmora at 1.0: run \"rm /etc/apt/preferences\" "
+                              "[package.pinned]\n"));
+  EXPECT_THAT(to_json_text(status()), HasSubstr("\"verdict\": \"blocked\","));
+}
+
+TEST_F(VerdictInStatus, NamesNoCodeTwice) {
+  host_.system->on("systemctl is-active --quiet apt-daily-upgrade.timer", 3);
+  given_cause({Cause_Effect::BLOCKS, "timer.not_running", "The timer is stopped", "", "systemctl start it"});
+  given_cause(pin_);
+  given_cause(pin_);
+  outlook_->causes.back().evidence = "another file";
+
+  EXPECT_THAT(reasons(), ElementsAre("timer.not_running", "package.pinned"));
+  EXPECT_EQ(status().reasons[0].message, "The timer is stopped: run \"systemctl start it\"");
+}
+
+TEST_F(VerdictInStatus, SaysNothingOfVersionsThatAreNotKnown) {
+  *outlook_ = {};
+  given_cause(broken_);
+  host_.system->on("apt-cache policy zant-velmora", 100, "");
+
+  const auto seen = status();
+
+  EXPECT_THAT(
+      to_text(seen),
+      HasSubstr("Package             zant-velmora unknown whether installed, unknown what is offered\n"));
+  EXPECT_THAT(to_json_text(seen), HasSubstr("\"installed\": null,\n    \"offered\": null\n"));
+  EXPECT_THAT(reasons(), ElementsAre("tools.failed"));
+}
+
+TEST_F(VerdictInStatus, DoesNotCallOldNewsTheNewest) {
+  *outlook_ = test_support::outlook_of("1.0", "1.0");
+  given_cause({Cause_Effect::OBSCURES, "repository.not_refreshed", "The lists are old", "", "Wait"});
+
+  EXPECT_THAT(text(), HasSubstr("Package             zant-velmora 1.0 installed, unknown what is offered\n"));
+}
+
+TEST_F(VerdictInStatus, DoesNotCallABlockedPackageUpToDate) {
+  *outlook_ = test_support::outlook_of("1.0", "1.0");
+  given_cause(pin_);
+
+  EXPECT_THAT(text(), HasSubstr("Package             zant-velmora 1.0 installed, 1.0 offered\n"));
+}
+
+TEST_F(VerdictInStatus, NeedsAttentionWhenItIsOverdue) {
+  host_.services.filesystem->write_file(host_.state_directory() / "package-minder-state", "",
+                                        velmora::Write_Flag::REPLACE);
+  Verdict seen;
+  seen.history.offered = {"1.1", std::chrono::system_clock::from_time_t(1600000000)};
+  verdict_store::write(*host_.services.filesystem, verdict_store::file_in(host_.state_directory()), seen);
+
+  EXPECT_THAT(reasons(), ElementsAre("upgrades.overdue"));
+  EXPECT_THAT(text(), StartsWith("Verdict             overdue: zant-velmora 1.0, 1.1 has been offered since "
+                                 "2020-09-13T12:26:40Z and nothing is known that stops it\n"));
+}
+
 TEST_F(WholeStatusOfDebian, TellsAPackageThatAptDoesNotKnow) {
+  *outlook_ = {};
   host_.system->on("apt-cache policy zant-velmora", 100, "  Installed: 1.1\n");
 
   EXPECT_THAT(reasons(), ElementsAre("package.not_installed"));

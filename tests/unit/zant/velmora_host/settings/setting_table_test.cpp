@@ -24,8 +24,8 @@ TEST(SettingTable, HoldsEachKeyOnce) {
     keys.insert(candidate.key);
   }
 
-  EXPECT_THAT(setting_table().settings(), SizeIs(28));
-  EXPECT_THAT(keys, SizeIs(28));
+  EXPECT_THAT(setting_table().settings(), SizeIs(30));
+  EXPECT_THAT(keys, SizeIs(30));
 }
 
 TEST(SettingTable, SaysWhatEachSettingMeans) {

@@ -401,7 +401,7 @@ TEST_F(SettingsTest, KnowWhereTheyComeFrom) {
 
   const Settings settings(sources_);
 
-  EXPECT_EQ(settings.all().size(), 28U);
+  EXPECT_EQ(settings.all().size(), 30U);
   EXPECT_EQ(find(settings, "minder.interval"),
             (Effective_Setting{"minder.interval", "60", Setting_Source::FILE, file() + ":2"}));
   EXPECT_EQ(find(settings, "package.dnf.repo.baseurl"),

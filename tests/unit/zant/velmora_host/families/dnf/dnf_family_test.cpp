@@ -3,6 +3,9 @@
 #include <support/fake_filesystem.hpp>
 #include <support/host_side/el_host.hpp>
 
+#include <support/host_side/keyring_examples.hpp>
+
+#include <Poco/Base64Encoder.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -127,6 +130,33 @@ TEST_F(DnfFamily, AsksRpmAndDnfForTheVersions) {
 
   EXPECT_EQ(versions.installed, "1.0-1");
   EXPECT_EQ(versions.offered, "1.1-1");
+}
+
+std::string armoured(const std::string& keyring) {
+  std::ostringstream text;
+  text << "-----BEGIN PGP PUBLIC KEY BLOCK-----\nVersion: rpm-4.16.1.3 (NSS-3)\n\n";
+  Poco::Base64Encoder encoder(text);
+  encoder << keyring;
+  encoder.close();
+  text << "\n=abcd\n-----END PGP PUBLIC KEY BLOCK-----\n";
+  return text.str();
+}
+
+TEST_F(DnfFamily, ReadsTheKeysThatRpmKeeps) {
+  constexpr const char* QUERY = "rpm --query --queryformat '%{DESCRIPTION}\\n' gpg-pubkey";
+  host_.system->on(QUERY, 0,
+                   armoured(test_support::GOOD_KEYRING) + armoured("nothing that anybody understands") +
+                       armoured(test_support::EXPIRED_PRIMARY));
+
+  const auto keys = family_.read_installed_keys(host_.services).value();
+
+  ASSERT_EQ(keys.size(), 3U);
+  EXPECT_EQ(keys[0].fingerprint, "4A3B843A1F3D4F09D7A06659C4A1C7AE6D372198");
+  EXPECT_FALSE(keys[0].expiry);
+  EXPECT_TRUE(keys[1].expiry);
+
+  host_.system->on(QUERY, 1, "package gpg-pubkey is not installed\n");
+  EXPECT_FALSE(family_.read_installed_keys(host_.services));
 }
 
 TEST_F(DnfFamily, AsksRpmForTheKeysItTrusts) {

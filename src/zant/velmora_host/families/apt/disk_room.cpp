@@ -1,0 +1,112 @@
+#include <zant/velmora_host/families/apt/disk_room.hpp>
+
+#include <zant/velmora_host/families/apt/outlook_tools.hpp>
+
+#include <fmt/format.h>
+
+#include <optional>
+#include <set>
+#include <sstream>
+#include <vector>
+
+namespace zant::velmora_host::apt_outlook {
+namespace {
+
+constexpr auto MEGABYTE = std::uint64_t{1024} * 1024;
+constexpr std::uint64_t LEAST_INODES = 20;
+
+// As the host's first process sees them: what this one sees may be a view of its own.
+constexpr const char* MOUNTS = "/proc/1/mounts";
+
+struct Room {
+  std::string directory;
+  std::uint64_t bytes;
+};
+
+struct Free {
+  std::uint64_t inodes_in_all = 0;
+  std::uint64_t inodes = 0;
+  std::uint64_t bytes = 0;
+  std::string mount;
+};
+
+std::optional<Free> parse_df(const std::string& words) {
+  const auto lines = lines_of(words);
+  if (lines.size() != 2) {
+    return std::nullopt;
+  }
+  std::istringstream line(lines[1]);
+  std::string inodes_in_all;
+  std::string inodes;
+  Free free;
+  if (!(line >> inodes_in_all >> inodes >> free.bytes >> free.mount)) {
+    return std::nullopt;
+  }
+  // "-" on file systems that make inodes as they need them.
+  std::istringstream(inodes_in_all) >> free.inodes_in_all;
+  std::istringstream(inodes) >> free.inodes;
+  return free;
+}
+
+bool is_read_only(const std::string& mounts, const std::string& mount) {
+  bool is = false;
+  for (const auto& line : lines_of(mounts)) {
+    std::istringstream fields(line);
+    std::string device;
+    std::string place;
+    std::string kind;
+    std::string options;
+    if (fields >> device >> place >> kind >> options && place == mount) {
+      is = options == "ro" || options.starts_with("ro,");  // the last one that is mounted there counts
+    }
+  }
+  return is;
+}
+
+Causes judge(const Room& room, const Free& free, const std::string& mounts, const std::string& evidence) {
+  if (is_read_only(mounts, free.mount)) {
+    return {blocks("disk.read_only", fmt::format("{} is mounted read-only", free.mount),
+                   fmt::format("{}: {} is mounted with the option ro", MOUNTS, free.mount),
+                   fmt::format("mount -o remount,rw {}", quoted(free.mount)))};
+  }
+  if (free.bytes < room.bytes) {
+    return {blocks("disk.full",
+                   fmt::format("{} has {} kB of room; the next version needs {} kB there", room.directory,
+                               free.bytes / 1024, room.bytes / 1024),
+                   evidence, fmt::format("Make room on the file system of {}", free.mount))};
+  }
+  if (free.inodes_in_all > 0 && free.inodes < LEAST_INODES) {
+    return {blocks("disk.full",
+                   fmt::format("the file system of {} has no room for more files", room.directory), evidence,
+                   fmt::format("Remove files from the file system of {}", free.mount))};
+  }
+  return {};
+}
+
+}  // namespace
+
+Causes find_full_disks(const Outlook_Question& question, const Needed_Room& needed) {
+  const std::vector<Room> rooms = {
+      {"/usr", needed.installed + MEGABYTE}, {needed.archives, needed.download + MEGABYTE / 4},
+      {"/var/lib/dpkg", MEGABYTE},           {"/var/lib/apt/lists", MEGABYTE / 4},
+      {"/var/log", MEGABYTE / 16},           {"/tmp", MEGABYTE / 16}};
+  const auto mounts = question.services.filesystem->read_file(MOUNTS, velmora::Read_Flag::WHOLE_TEXT);
+  std::set<std::string> told_mounts;
+  Causes causes;
+  for (const auto& room : rooms) {
+    const std::string command =
+        fmt::format("df --block-size=1 --output=itotal,iavail,avail,target {}", quoted(room.directory));
+    const auto answer = ask(question, command);
+    const auto free = answer.succeeded() ? parse_df(answer.words) : std::nullopt;
+    if (free && !told_mounts.contains(free->mount)) {
+      auto found = judge(room, *free, mounts, told(command, answer.words));
+      if (!found.empty()) {
+        told_mounts.insert(free->mount);
+      }
+      append(causes, std::move(found));
+    }
+  }
+  return causes;
+}
+
+}  // namespace zant::velmora_host::apt_outlook

@@ -1,0 +1,75 @@
+#include <zant/velmora_host/families/apt/dpkg_state.hpp>
+
+#include <zant/velmora_host/families/apt/outlook_tools.hpp>
+
+#include <zant/velmora/package_minder/package_constants.hpp>
+
+#include <fmt/format.h>
+#include <boost/algorithm/string/split.hpp>
+#include <boost/algorithm/string/trim.hpp>
+
+#include <algorithm>
+#include <vector>
+
+namespace zant::velmora_host::apt_outlook {
+namespace {
+
+using velmora::Package_Constants::PACKAGE_NAME;
+
+constexpr const char* JOURNAL = "/var/lib/dpkg/updates";
+
+std::string query() {
+  return fmt::format(
+      "dpkg-query --show --showformat='${{Version}}|${{Architecture}}|${{db:Status-Status}}' {}",
+      PACKAGE_NAME);
+}
+
+bool is_number(const std::string& text) {
+  return !text.empty() && text.find_first_not_of("0123456789") == std::string::npos;
+}
+
+}  // namespace
+
+Installed_Package find_installed_package(const Outlook_Question& question) {
+  const std::string command = query();
+  const auto answer = ask(question, command);
+  std::vector<std::string> fields;
+  boost::algorithm::split(fields, answer.words, [](char c) { return c == '|'; });
+  const bool is_unknown =
+      answer.exit_code == 1 && answer.words.find("no packages found") != std::string::npos;
+  const bool is_told = answer.succeeded() && fields.size() == 3;
+  if (!is_unknown && !is_told) {
+    return {"", "", {tool_failed(command, answer)}};
+  }
+  const std::string state = is_told ? boost::algorithm::trim_copy(fields[2]) : "not-installed";
+  if (state == "not-installed" || state == "config-files") {
+    return {"",
+            "",
+            {blocks("package.not_installed", fmt::format("{} is not installed", PACKAGE_NAME),
+                    told(command, answer.words), "Install the package from the file that the vendor ships")}};
+  }
+  Installed_Package package = {fields[0], fields[1], {}};
+  if (state != "installed") {
+    package.causes.push_back(blocks(
+        "package.half_installed", fmt::format("{} is not wholly installed: it is {}", PACKAGE_NAME, state),
+        told(command, answer.words),
+        state == "half-installed" || state == "triggers-awaited"
+            ? fmt::format("apt-get install --reinstall --assume-yes {}", PACKAGE_NAME)
+            : "dpkg --configure -a"));
+  }
+  return package;
+}
+
+Causes find_interrupted_work(const Outlook_Question& question) {
+  const auto files = question.services.filesystem->list_files(JOURNAL, "");
+  const auto found = std::find_if(files.begin(), files.end(),
+                                  [](const auto& file) { return is_number(file.filename().string()); });
+  if (found == files.end()) {
+    return {};
+  }
+  return {blocks("dpkg.interrupted",
+                 "dpkg was interrupted, and APT upgrades nothing until its work is finished",
+                 found->string() + " is there", "dpkg --configure -a")};
+}
+
+}  // namespace zant::velmora_host::apt_outlook

@@ -1,0 +1,21 @@
+#pragma once
+
+#include <zant/velmora_host/families/upgrade_outlook.hpp>
+
+#include <string>
+
+namespace zant::velmora_host::apt_outlook {
+
+/// The package as dpkg has it.
+struct Installed_Package {
+  std::string version;  ///< empty when it is not installed, or dpkg does not tell
+  std::string architecture;
+  Causes causes;
+};
+
+Installed_Package find_installed_package(const Outlook_Question& question);
+
+/// What an interrupted dpkg has left, and packages that it has not finished.
+Causes find_interrupted_work(const Outlook_Question& question);
+
+}  // namespace zant::velmora_host::apt_outlook

@@ -1,0 +1,256 @@
+#include <zant/velmora_host/families/apt/online_refresh.hpp>
+
+#include <zant/velmora_host/families/apt/outlook_tools.hpp>
+#include <zant/velmora_host/families/apt/refresh_state.hpp>
+
+#include <zant/velmora/apt/apt_constants.hpp>
+#include <zant/velmora/package_minder/package_constants.hpp>
+
+#include <Poco/Exception.h>
+#include <Poco/URI.h>
+#include <fmt/format.h>
+
+#include <array>
+#include <regex>
+#include <string_view>
+#include <vector>
+
+namespace zant::velmora_host::apt_outlook {
+namespace {
+
+using boost::filesystem::path;
+using velmora::Package_Constants::PACKAGE_NAME;
+namespace APT_Constants = velmora::APT_Constants;
+
+constexpr std::chrono::seconds REFRESH_LIMIT(12);
+constexpr std::chrono::seconds DOWNLOAD_LIMIT(5);
+constexpr int TIME_LIMIT = 124;
+
+constexpr const char* UNPROVEN = "see what stands between this host and the repository's server";
+
+struct Words_And_Meaning {
+  const char* words;
+  Cause_Effect effect;
+  const char* code;
+  const char* message;
+  const char* remedy;
+};
+
+// The first whose words APT says. What will be the same tomorrow blocks; what may be over by then does not.
+constexpr std::array<Words_And_Meaning, 27> MEANINGS = {{
+    {"changed its ", Cause_Effect::BLOCKS, "repository.changed",
+     "the repository says another thing of itself than before, and APT wants that accepted by hand",
+     "apt-get --allow-releaseinfo-change update"},
+    {"is expired (invalid since", Cause_Effect::BLOCKS, "repository.expired",
+     "the repository's index has expired", "Ask the vendor to publish the repository's index anew"},
+    {"is not valid yet", Cause_Effect::BLOCKS, "repository.from_future",
+     "the repository's index is dated in the future",
+     "Set the host's clock right, or ask the vendor to mend the date"},
+    {"NO_PUBKEY", Cause_Effect::BLOCKS, "repository.signature_refused",
+     "the repository is signed with a key that this host does not have",
+     "Ask the vendor which key signs the repository, and for that key"},
+    {"Missing key", Cause_Effect::BLOCKS, "repository.signature_refused",
+     "the repository is signed with a key that this host does not have",
+     "Ask the vendor which key signs the repository, and for that key"},
+    {"EXPKEYSIG", Cause_Effect::BLOCKS, "repository.signature_refused",
+     "the key that signs the repository has expired", "Ask the vendor for the new key"},
+    {"signatures were invalid", Cause_Effect::BLOCKS, "repository.signature_refused",
+     "the repository's signature is not valid", "Ask the vendor to sign the repository anew"},
+    {"signatures couldn't be verified", Cause_Effect::BLOCKS, "repository.signature_refused",
+     "the repository's signature cannot be verified",
+     "Ask the vendor which key signs the repository, and for that key"},
+    {"OpenPGP signature verification failed", Cause_Effect::BLOCKS, "repository.signature_refused",
+     "the repository's signature cannot be verified",
+     "Ask the vendor which key signs the repository, and for that key"},
+    {"GPG error", Cause_Effect::BLOCKS, "repository.signature_refused",
+     "the repository's signature cannot be verified",
+     "Ask the vendor which key signs the repository, and for that key"},
+    {"isn't valid, got 'NOSPLIT'", Cause_Effect::OBSCURES, "repository.not_an_index",
+     "something else than the repository's index comes from its address", UNPROVEN},
+    {"doesn't have the component", Cause_Effect::BLOCKS, "repository.component_missing",
+     "the repository has no such component", "package-minder once"},
+    {"doesn't support architecture", Cause_Effect::BLOCKS, "repository.architecture_missing",
+     "the repository has nothing for this architecture", "Ask the vendor for packages for this architecture"},
+    {"Could not resolve", Cause_Effect::OBSCURES, "server.name_unknown",
+     "the name of the repository's server has no address", "Put the host's name resolution right"},
+    {"Temporary failure resolving", Cause_Effect::OBSCURES, "server.name_unknown",
+     "the name of the repository's server has no address", "Put the host's name resolution right"},
+    {"Could not wait for server fd", Cause_Effect::OBSCURES, "server.unreachable",
+     "the repository's server does not answer", UNPROVEN},
+    {"ertificate", Cause_Effect::BLOCKS, "server.certificate_refused",
+     "the certificate of the repository's server is not accepted",
+     "Have the vendor mend the server's certificate, or this host know who signed it"},
+    {"handshake", Cause_Effect::OBSCURES, "server.tls_failed",
+     "no secure connection to the server comes about", UNPROVEN},
+    {"Proxy", Cause_Effect::OBSCURES, "proxy.unreachable", "the proxy does not let APT through",
+     "Put the proxy right, or APT's settings for it"},
+    {"Could not connect", Cause_Effect::OBSCURES, "server.unreachable",
+     "the repository's server cannot be reached", UNPROVEN},
+    {"Cannot initiate the connection", Cause_Effect::OBSCURES, "server.unreachable",
+     "the repository's server cannot be reached", UNPROVEN},
+    {"onnection timed out", Cause_Effect::OBSCURES, "server.unreachable",
+     "the repository's server does not answer", UNPROVEN},
+    {"onnection refused", Cause_Effect::OBSCURES, "server.unreachable",
+     "the repository's server cannot be reached", UNPROVEN},
+    {"does not have a Release file", Cause_Effect::BLOCKS, "repository.suite_missing",
+     "the repository is not at its address, or has no such suite",
+     "Ask the vendor where the repository is now"},
+    {"is not signed", Cause_Effect::BLOCKS, "repository.not_signed", "the repository is not signed",
+     "Ask the vendor to sign the repository"},
+    {"Hash Sum mismatch", Cause_Effect::OBSCURES, "repository.inconsistent",
+     "the repository's files do not fit together", "Ask the vendor to publish the repository anew"},
+    {"unexpected size", Cause_Effect::OBSCURES, "repository.inconsistent",
+     "the repository's files do not fit together", "Ask the vendor to publish the repository anew"},
+}};
+
+// The settings that may name a proxy, and their values.
+std::optional<Cause> find_dead_proxy(const APT_Settings& settings, const std::string& words,
+                                     const std::string& evidence) {
+  for (const char* const item : {"Acquire::http::Proxy", "Acquire::https::Proxy"}) {
+    const auto value = settings.value(item);
+    if (!value || value->empty()) {
+      continue;
+    }
+    std::string host;
+    try {
+      host = Poco::URI(*value).getHost();
+    } catch (const Poco::Exception&) {
+      host = *value;
+    }
+    if (!host.empty() && words.find(host) != std::string::npos) {
+      return obscures("proxy.unreachable", fmt::format("the proxy {} cannot be used", *value),
+                      settings.evidence(item, *value) + "\n" + evidence,
+                      settings.without(settings.place_of(item, *value), "Put the proxy right"));
+    }
+  }
+  return std::nullopt;
+}
+
+// A changed origin is none that upgrades may come from, even once APT has accepted it.
+std::string remedy_for_change(const std::string& words) {
+  static const std::regex CHANGE("'Origin' value from '[^']*' to '([^']*)'");
+  std::string accept = "apt-get --allow-releaseinfo-change update";
+  std::smatch match;
+  if (words.find("changed its default priority") != std::string::npos) {
+    return accept + " && " + preferring_package();
+  }
+  if (!std::regex_search(words, match, CHANGE)) {
+    return accept;
+  }
+  const std::string line = fmt::format("Unattended-Upgrade::Origins-Pattern {{\"o={}\";}};", match[1].str());
+  return fmt::format("{} && echo {} > /etc/apt/apt.conf.d/zzz-zant-velmora", accept, quoted(line));
+}
+
+std::string remedy_for(const Words_And_Meaning& meaning, const Outlook_Question& question,
+                       const std::string& words) {
+  const std::string code = meaning.code;
+  if (code == "repository.changed") {
+    return remedy_for_change(words);
+  }
+  if (code == "repository.signature_refused") {
+    return remedy_for_signature(question);
+  }
+  return meaning.remedy;
+}
+
+Cause meaning_of(const Outlook_Question& question, const Answer& answer, const APT_Settings& settings) {
+  const std::string evidence = told("apt-get update, of the repository alone", answer.words);
+  if (auto proxy = find_dead_proxy(settings, answer.words, evidence)) {
+    return *proxy;
+  }
+  if (answer.exit_code == TIME_LIMIT) {
+    return obscures("server.silent", "the repository did not answer in time", evidence, UNPROVEN);
+  }
+  for (const auto& meaning : MEANINGS) {
+    if (answer.words.find(meaning.words) != std::string::npos) {
+      return {meaning.effect, meaning.code, meaning.message, evidence,
+              remedy_for(meaning, question, answer.words)};
+    }
+  }
+  return obscures("repository.refresh_failed", "the repository does not answer as it should", evidence,
+                  "Run \"apt-get update\" and see what it says");
+}
+
+// A copy of what APT knows of the repository, for APT may date the files anew; links to what it knows of
+// others.
+bool prepare_lists(const Outlook_Question& question, const path& lists, const std::string& site) {
+  const std::string line = fmt::format(
+      "mkdir -p {0}/partial && for file in /var/lib/apt/lists/*; do [ -e \"$file\" ] || continue; case "
+      "\"$file\" in */partial|*/auxfiles|*/lock) ;; "
+      "*/{1}*) cp -p \"$file\" {0}/ ;; *) ln -s \"$file\" {0}/ ;; esac; done",
+      quoted(lists.string()), site);
+  return ask(question, fmt::format("sh -c {}", quoted(line))).succeeded();
+}
+
+std::string site_in(const std::string& list) {
+  const auto begin = list.find("://");
+  if (begin == std::string::npos) {
+    return "";
+  }
+  const auto end = list.find_first_of("/: \t\n", begin + 3);
+  const std::string site = list.substr(begin + 3, end - begin - 3);
+  const bool is_plain =
+      site.find_first_not_of("abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789.-") ==
+      std::string::npos;
+  return is_plain ? site : "";
+}
+
+}  // namespace
+
+Online_Refresh refresh_online(const Outlook_Question& question, const path& configuration,
+                              const APT_Settings& settings) {
+  const path lists = question.private_directory / "lists";
+  const path source = APT_Constants::SOURCE_LIST_PATH;
+  const std::string site =
+      site_in(question.services.filesystem->read_file(source, velmora::Read_Flag::WHOLE_TEXT));
+  if (site.empty() || !prepare_lists(question, lists, site)) {
+    return {};
+  }
+  const auto answer =
+      ask(question,
+          fmt::format(
+              "apt-get -c {} -o Dir::State::lists={}/ -o Dir::Etc::sourcelist={} -o "
+              "Dir::Etc::sourceparts=/dev/null "
+              "-o APT::Get::List-Cleanup=false -o APT::Update::Error-Mode=any -o Acquire::Languages=none "
+              "-o Acquire::Retries=0 -o Acquire::http::Timeout=8 -o Acquire::https::Timeout=8 --quiet update",
+              quoted(configuration.string()), quoted(lists.string()), quoted(source.string())),
+          REFRESH_LIMIT);
+  const bool lacks = answer.words.find("Skipping acquire of configured file") != std::string::npos;
+  if (answer.succeeded() && !lacks) {
+    return {lists, {}};
+  }
+  return {std::nullopt, {meaning_of(question, answer, settings)}};
+}
+
+Causes find_missing_package(const Outlook_Question& question, const path& configuration,
+                            const std::string& version, const path& archives) {
+  const auto answer =
+      ask(question,
+          fmt::format("sh -c {}",
+                      quoted(fmt::format("mkdir -p {0} && cd {0} && exec apt-get -c {1} --quiet download {2}",
+                                         quoted(archives.string()), quoted(configuration.string()),
+                                         quoted(fmt::format("{}={}", PACKAGE_NAME, version))))),
+          DOWNLOAD_LIMIT);
+  if (answer.succeeded() || answer.exit_code == TIME_LIMIT) {
+    return {};
+  }
+  const std::string evidence =
+      told(fmt::format("apt-get download {}={}", PACKAGE_NAME, version), answer.words);
+  if (answer.words.find("404") != std::string::npos ||
+      answer.words.find("File not found") != std::string::npos) {
+    return {blocks("package.not_on_server",
+                   fmt::format("the file of version {} is not on the server", version), evidence,
+                   "Ask the vendor to publish the file, or the repository's index anew")};
+  }
+  if (answer.words.find("Hash Sum mismatch") != std::string::npos ||
+      answer.words.find("unexpected size") != std::string::npos) {
+    return {blocks(
+        "package.hash_mismatch",
+        fmt::format("the file of version {} on the server is not the one that the index names", version),
+        evidence, "Ask the vendor to publish the file, or the repository's index anew")};
+  }
+  return {obscures("package.not_fetched", fmt::format("the file of version {} cannot be fetched", version),
+                   evidence, "Run the command by hand and see what it says")};
+}
+
+}  // namespace zant::velmora_host::apt_outlook

@@ -1,0 +1,80 @@
+#include <zant/velmora_host/families/dnf/run_preview.hpp>
+
+#include <zant/velmora_host/base/printable.hpp>
+#include <zant/velmora_host/settings/build_config.hpp>
+
+#include <zant/velmora/dnf/dnf_constants.hpp>
+#include <zant/velmora/package_minder/package_constants.hpp>
+
+#include <fmt/format.h>
+#include <boost/algorithm/string/trim.hpp>
+
+#include <utility>
+
+namespace zant::velmora_host::dnf_outlook {
+namespace {
+
+using std::chrono::system_clock;
+using Json = nlohmann::json;
+
+// The interpreter of the host's DNF has its modules, and a host may have others. The last words of standard
+// error are kept for who is told that it failed.
+constexpr const char* PREVIEW_COMMAND =
+    "interpreter=$(sed -n '1s/^#! *\\([^ ]*\\).*/\\1/p' \"$(command -v dnf)\") && "
+    "timeout --kill-after=1 {0} \"$interpreter\" -B -I {1} {2}/request 2> {2}/errors || "
+    "{{ status=$?; tail --bytes=1500 {2}/errors; exit $status; }}";
+constexpr int OFFLINE_SECONDS = 8;
+constexpr int ONLINE_SECONDS = 24;
+constexpr std::size_t LONGEST_EVIDENCE = 2000;
+
+Run_Preview failed(const std::string& words) {
+  Run_Preview preview;
+  preview.failure = Cause{Cause_Effect::OBSCURES, "tools.failed",
+                          "DNF does not tell what the next run of its upgrades would do",
+                          fmt::format("{}: {}", Build_Config::DNF_PREVIEW_PROGRAM,
+                                      whole_beginning(boost::algorithm::trim_copy(words), LONGEST_EVIDENCE)),
+                          "dnf-automatic /etc/dnf/automatic.conf --no-installupdates --no-downloadupdates"};
+  return preview;
+}
+
+Run_Preview preview_from(const Json& json) {
+  Run_Preview preview;
+  json.at("installed").get_to(preview.installed);
+  json.at("offered").get_to(preview.offered);
+  json.at("newer").get_to(preview.newer_is_offered);
+  if (const auto& refreshed = json.at("refreshed"); !refreshed.is_null()) {
+    preview.refreshed = system_clock::from_time_t(refreshed.get<std::time_t>());
+  }
+  preview.address = json.value("address", "");
+  json.at("obstacles").get_to(preview.obstacles);
+  return preview;
+}
+
+}  // namespace
+
+Run_Preview preview_run(const Outlook_Question& question, const std::vector<std::string>& arguments) {
+  const Json request = {{"package", velmora::Package_Constants::PACKAGE_NAME},
+                        {"repository", velmora::DNF_Constants::DNF_REPO_ID},
+                        {"directory", question.private_directory.string()},
+                        {"arguments", arguments},
+                        {"online", question.online}};
+  if (!question.services.filesystem->write_file(question.private_directory / "request",
+                                                request.dump(-1, ' ', true, Json::error_handler_t::replace),
+                                                velmora::Write_Flag::REPLACE)) {
+    return failed("the request could not be written");
+  }
+  const auto answer = question.services.system->run_command(
+      fmt::format(PREVIEW_COMMAND, question.online ? ONLINE_SECONDS : OFFLINE_SECONDS,
+                  Build_Config::DNF_PREVIEW_PROGRAM, question.private_directory.string()),
+      velmora::Run_Flag::WAIT_AND_CAPTURE);
+  if (answer.exit_code != 0) {
+    return failed(fmt::format("exit code {}: {}", answer.exit_code, answer.output));
+  }
+  try {
+    return preview_from(Json::parse(answer.output));
+  } catch (const Json::exception&) {
+    return failed(answer.output.empty() ? "no output" : answer.output);
+  }
+}
+
+}  // namespace zant::velmora_host::dnf_outlook

@@ -1,0 +1,265 @@
+#include <zant/velmora_host/families/dnf/upgrade_units.hpp>
+
+#include <zant/velmora_host/base/iso_time.hpp>
+
+#include <zant/velmora/dnf/dnf_constants.hpp>
+
+#include <Poco/Exception.h>
+#include <fmt/format.h>
+#include <boost/algorithm/string/classification.hpp>
+#include <boost/algorithm/string/predicate.hpp>
+#include <boost/algorithm/string/split.hpp>
+#include <boost/algorithm/string/trim.hpp>
+
+#include <sstream>
+
+namespace zant::velmora_host::dnf_outlook {
+namespace {
+
+using std::chrono::system_clock;
+using Properties = Upgrade_Units::Properties;
+
+// systemd's answer is in the time zone of who asks.
+constexpr const char* UNITS_QUERY =
+    "TZ=UTC timeout --kill-after=1 4 systemctl show "
+    "--property=Id,LoadState,LoadError,UnitFileState,ActiveState,Result,Unit,NextElapseUSecRealtime,"
+    "NextElapseUSecMonotonic,ExecStart,ExecMainStatus,ExecMainExitTimestamp,ConditionResult,"
+    "ConditionTimestamp,FragmentPath,DropInPaths,User,ReadOnlyPaths,InaccessiblePaths,ProtectSystem,"
+    "PrivateNetwork "
+    "dnf-automatic-install.timer dnf-automatic-install.service";
+
+constexpr const char* SERVICE = "dnf-automatic-install.service";
+constexpr const char* PROGRAM = "dnf-automatic";
+
+std::string timer_name() {
+  return velmora::DNF_Constants::DNF_AUTOMATIC_TIMER;
+}
+
+std::string value_of(const Properties& properties, const std::string& name) {
+  const auto found = properties.find(name);
+  return found == properties.end() ? "" : found->second;
+}
+
+bool is(const Properties& properties, const char* name, const char* value) {
+  return value_of(properties, name) == value;
+}
+
+std::string evidence_of(const Properties& unit, std::initializer_list<const char*> names) {
+  std::string text = fmt::format("systemctl show {}:", value_of(unit, "Id"));
+  for (const char* name : names) {
+    if (const std::string value = value_of(unit, name); !value.empty()) {
+      text += fmt::format(" {}={}", name, value);
+    }
+  }
+  return text;
+}
+
+// "Mon 2026-01-31 03:00:00 UTC"
+std::optional<system_clock::time_point> time_from(const std::string& text) {
+  std::istringstream words(text);
+  std::string day;
+  std::string date;
+  std::string time;
+  std::string zone;
+  words >> day >> date >> time >> zone;
+  if (zone != "UTC") {
+    return std::nullopt;
+  }
+  try {
+    return parse_iso_time(fmt::format("{}T{}Z", date, time));
+  } catch (const Poco::Exception&) {
+    return std::nullopt;
+  }
+}
+
+Cause blocking(const char* code, std::string message, std::string evidence, std::string remedy) {
+  return {Cause_Effect::BLOCKS, code, std::move(message), std::move(evidence), std::move(remedy)};
+}
+
+bool never_elapses(const Properties& timer) {
+  const std::string monotonic = value_of(timer, "NextElapseUSecMonotonic");
+  return value_of(timer, "NextElapseUSecRealtime").empty() && (monotonic.empty() || monotonic == "infinity");
+}
+
+std::string restart_of_timer() {
+  return fmt::format("systemctl start {}", timer_name());
+}
+
+std::optional<Cause> find_timer_cause(const Properties& timer) {
+  const std::string name = timer_name();
+  const std::string evidence =
+      evidence_of(timer, {"LoadState", "LoadError", "UnitFileState", "ActiveState", "Result"});
+  if (is(timer, "LoadState", "masked")) {
+    return blocking("timer.masked", fmt::format("{} is masked: nothing starts the upgrades", name), evidence,
+                    fmt::format("systemctl unmask {} && {}", name, restart_of_timer()));
+  }
+  if (is(timer, "LoadState", "not-found")) {
+    return blocking("timer.missing", fmt::format("{} is missing: nothing starts the upgrades", name),
+                    evidence, "package-minder once");
+  }
+  if (!is(timer, "LoadState", "loaded")) {
+    return blocking("timer.invalid", fmt::format("systemd cannot read {}", name), evidence,
+                    fmt::format("systemctl revert {} && package-minder once", name));
+  }
+  const bool is_kept_off_by_condition =
+      is(timer, "ConditionResult", "no") && !value_of(timer, "ConditionTimestamp").empty();
+  if (!is(timer, "ActiveState", "active") && is_kept_off_by_condition) {
+    return blocking("timer.condition_unmet",
+                    fmt::format("{} is not running: a condition in its unit is not met", name),
+                    evidence_of(timer, {"ActiveState", "ConditionResult", "FragmentPath", "DropInPaths"}),
+                    fmt::format("systemctl revert {} && package-minder once", name));
+  }
+  if (!is(timer, "ActiveState", "active")) {
+    return blocking("timer.stopped", fmt::format("{} is not running: nothing starts the upgrades", name),
+                    evidence,
+                    is(timer, "ActiveState", "failed")
+                        ? fmt::format("systemctl reset-failed {} && {}", name, restart_of_timer())
+                        : restart_of_timer());
+  }
+  if (never_elapses(timer)) {
+    return blocking(
+        "timer.elapsed", fmt::format("{} runs, and no time is left at which it would start anything", name),
+        evidence_of(timer, {"ActiveState", "NextElapseUSecMonotonic", "FragmentPath", "DropInPaths"}),
+        fmt::format("systemctl revert {0} && systemctl restart {0} && package-minder once", name));
+  }
+  if (const std::string unit = value_of(timer, "Unit"); !unit.empty() && unit != SERVICE) {
+    return blocking(
+        "timer.elsewhere", fmt::format("{} starts {} and not {}", name, unit, SERVICE),
+        evidence_of(timer, {"Unit", "DropInPaths"}),
+        fmt::format("systemctl revert {0} && systemctl restart {0} && package-minder once", name));
+  }
+  return std::nullopt;
+}
+
+bool is_confined(const Properties& service) {
+  const std::string protection = value_of(service, "ProtectSystem");
+  return !value_of(service, "ReadOnlyPaths").empty() || !value_of(service, "InaccessiblePaths").empty() ||
+         (!protection.empty() && protection != "no") || is(service, "PrivateNetwork", "yes");
+}
+
+std::optional<Cause> find_service_cause(const Upgrade_Units& units) {
+  const Properties& service = units.service;
+  const std::string evidence = evidence_of(service, {"LoadState", "LoadError", "UnitFileState"});
+  const std::string revert = fmt::format("systemctl revert {}", SERVICE);
+  if (is(service, "LoadState", "masked")) {
+    return blocking("service.masked", fmt::format("{} is masked: upgrades cannot be started", SERVICE),
+                    evidence, fmt::format("systemctl unmask {}", SERVICE));
+  }
+  if (is(service, "LoadState", "not-found")) {
+    return blocking("service.missing", fmt::format("{} is missing: upgrades cannot be started", SERVICE),
+                    evidence, "dnf -y reinstall dnf-automatic");
+  }
+  if (!is(service, "LoadState", "loaded")) {
+    return blocking("service.invalid", fmt::format("systemd cannot read {}", SERVICE), evidence, revert);
+  }
+  if (!words_of_automatic(units)) {
+    return Cause{
+        Cause_Effect::OBSCURES, "service.replaced",
+        fmt::format("{} starts something else than {}, and what that does is unknown", SERVICE, PROGRAM),
+        evidence_of(service, {"ExecStart", "FragmentPath", "DropInPaths"}), revert};
+  }
+  if (const std::string user = value_of(service, "User"); !user.empty() && user != "root" && user != "0") {
+    return blocking("service.unprivileged",
+                    fmt::format("{} runs as {}, who may not install anything", SERVICE, user),
+                    evidence_of(service, {"User", "DropInPaths"}), revert);
+  }
+  if (is_confined(service)) {
+    return Cause{Cause_Effect::OBSCURES, "service.confined",
+                 fmt::format("{} is confined, and whether it can install anything then is unknown", SERVICE),
+                 evidence_of(service, {"ReadOnlyPaths", "InaccessiblePaths", "ProtectSystem",
+                                       "PrivateNetwork", "DropInPaths"}),
+                 revert};
+  }
+  if (is(service, "ConditionResult", "no") && !value_of(service, "ConditionTimestamp").empty()) {
+    return blocking(
+        "service.condition_unmet",
+        fmt::format("{} was not started: a condition in its unit is not met", SERVICE),
+        evidence_of(service, {"ConditionResult", "ConditionTimestamp", "FragmentPath", "DropInPaths"}),
+        revert);
+  }
+  return std::nullopt;
+}
+
+Properties properties_in(const std::string& text) {
+  Properties properties;
+  std::istringstream lines(text);
+  for (std::string line; std::getline(lines, line);) {
+    const std::size_t separator = line.find('=');
+    if (separator != std::string::npos) {
+      properties[line.substr(0, separator)] = boost::algorithm::trim_copy(line.substr(separator + 1));
+    }
+  }
+  return properties;
+}
+
+}  // namespace
+
+std::optional<Upgrade_Units> ask_for_upgrade_units(velmora::System& system) {
+  const auto answer = system.run_command(UNITS_QUERY, velmora::Run_Flag::WAIT_AND_CAPTURE);
+  const std::size_t gap = answer.output.find("\n\n");
+  if (answer.exit_code != 0 || gap == std::string::npos) {
+    return std::nullopt;
+  }
+  Upgrade_Units units = {properties_in(answer.output.substr(0, gap)),
+                         properties_in(answer.output.substr(gap + 2))};
+  const bool are_both = is(units.timer, "Id", timer_name().c_str()) && is(units.service, "Id", SERVICE);
+  return are_both ? std::optional(std::move(units)) : std::nullopt;
+}
+
+Causes find_unit_causes(const Upgrade_Units& units, bool are_wanted) {
+  Causes causes;
+  if (auto cause = find_timer_cause(units.timer)) {
+    if (!are_wanted) {
+      cause->code = "upgrades.switched_off";
+      cause->message = "package-minder does not keep automatic upgrades running, and nothing else does";
+      cause->evidence = "minder.automatic_upgrades=false; " + cause->evidence;
+      cause->remedy = "Set minder.automatic_upgrades to true in package-minder's settings, and restart it";
+    }
+    causes.push_back(*cause);
+  }
+  // Both come with one package.
+  const bool are_missing =
+      is(units.timer, "LoadState", "not-found") && is(units.service, "LoadState", "not-found");
+  if (auto cause = find_service_cause(units); cause && !are_missing) {
+    causes.push_back(*cause);
+  }
+  return causes;
+}
+
+std::optional<std::vector<std::string>> words_of_automatic(const Upgrade_Units& units) {
+  const std::string text = value_of(units.service, "ExecStart");
+  const std::string mark = "argv[]=";
+  const std::size_t begin = text.find(mark);
+  const std::size_t end = text.find(" ; ", begin == std::string::npos ? 0 : begin);
+  if (begin == std::string::npos || end == std::string::npos) {
+    return std::nullopt;
+  }
+  std::vector<std::string> words;
+  const std::string argv = text.substr(begin + mark.size(), end - begin - mark.size());
+  boost::algorithm::split(words, argv, boost::algorithm::is_space(), boost::algorithm::token_compress_on);
+  const std::string program = words.front().substr(words.front().rfind('/') + 1);
+  if (program != PROGRAM) {
+    return std::nullopt;
+  }
+  return words;
+}
+
+bool is_upgrading(const Upgrade_Units& units) {
+  return is(units.service, "ActiveState", "activating");
+}
+
+std::optional<system_clock::time_point> next_run_of(const Upgrade_Units& units) {
+  return is(units.timer, "ActiveState", "active") ? time_from(value_of(units.timer, "NextElapseUSecRealtime"))
+                                                  : std::nullopt;
+}
+
+std::optional<Upgrade_Run> last_run_of(const Upgrade_Units& units) {
+  const auto ended = time_from(value_of(units.service, "ExecMainExitTimestamp"));
+  if (!ended || is_upgrading(units)) {
+    return std::nullopt;
+  }
+  const std::string result = value_of(units.service, "Result");
+  return Upgrade_Run{*ended, result == "success", result};
+}
+
+}  // namespace zant::velmora_host::dnf_outlook

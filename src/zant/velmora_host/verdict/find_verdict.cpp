@@ -1,0 +1,92 @@
+#include <zant/velmora_host/verdict/find_verdict.hpp>
+
+#include <zant/velmora_host/base/printable.hpp>
+#include <zant/velmora_host/services/bounded_system.hpp>
+#include <zant/velmora_host/services/temporary_directory.hpp>
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <chrono>
+#include <exception>
+#include <memory>
+#include <string>
+
+namespace zant::velmora_host {
+namespace {
+
+using std::chrono::system_clock;
+
+// Tools may print without end, and all of it is stored, printed and sent on.
+constexpr std::size_t LONGEST_SENTENCE = 500;
+constexpr std::size_t LONGEST_EVIDENCE = 2000;
+constexpr std::size_t MOST_CAUSES = 50;
+
+std::string shortened(const std::string& text, std::size_t size) {
+  return text.size() <= size ? text : std::string(whole_beginning(text, size)) + "[...]";
+}
+
+void bound(Causes& causes) {
+  if (causes.size() > MOST_CAUSES) {
+    causes.resize(MOST_CAUSES);
+  }
+  for (auto& cause : causes) {
+    cause.message = shortened(cause.message, LONGEST_SENTENCE);
+    cause.evidence = shortened(cause.evidence, LONGEST_EVIDENCE);
+    cause.remedy = shortened(cause.remedy, LONGEST_EVIDENCE);
+  }
+}
+
+void remove_repeated(Causes& causes) {
+  Causes different;
+  for (const auto& cause : causes) {
+    const bool is_known = std::any_of(different.begin(), different.end(), [&cause](const Cause& known) {
+      return known.code == cause.code && known.evidence == cause.evidence;
+    });
+    if (!is_known) {
+      different.push_back(cause);
+    }
+  }
+  causes = std::move(different);
+}
+
+Upgrade_Outlook ask(const Minded_Host& host, const std::shared_ptr<Bounded_System>& system, bool online,
+                    system_clock::time_point now) {
+  try {
+    const Temporary_Directory directory;
+    return host.family.find_upgrade_outlook(
+        {host.settings, {system, host.services.filesystem}, host.init, directory.path(), online, now});
+  } catch (const std::exception& error) {
+    Upgrade_Outlook outlook;
+    outlook.causes.push_back({Cause_Effect::OBSCURES, "tools.failed",
+                              "Whether the package upgrades could not be found out", error.what(),
+                              "See what the evidence says of this host"});
+    return outlook;
+  }
+}
+
+}  // namespace
+
+Verdict find_verdict(const Minded_Host& host, const Upgrade_History& history, bool online,
+                     const Command_Bounds& bounds) {
+  const auto system = std::make_shared<Bounded_System>(host.services.system, bounds);
+  const auto now = system_clock::now();
+  Verdict verdict;
+  verdict.found = now;
+  verdict.online = online;
+  verdict.outlook = ask(host, system, online, now);
+  if (const auto cut = system->first_cut()) {
+    verdict.outlook.causes.push_back({Cause_Effect::OBSCURES, "tools.time_limit",
+                                      "The host's tools did not answer in time",
+                                      fmt::format("\"{}\" did not end in time", *cut),
+                                      "Ask again when the host is less busy; if that does not help, run the "
+                                      "command of the evidence to see what it waits for"});
+  }
+  remove_repeated(verdict.outlook.causes);
+  bound(verdict.outlook.causes);
+  verdict.history = remembered(history, verdict.outlook, now);
+  verdict.kind = judge(verdict.outlook, verdict.history, host.settings.overdue_after(), now);
+  return verdict;
+}
+
+}  // namespace zant::velmora_host

@@ -1,0 +1,295 @@
+"""Why zant-velmora does not upgrade on an APT host: each story as an administrator lives through it.
+
+Something is broken, the host's own services run, the old version is still there. package-minder is asked why,
+names the cause with its evidence, and a remedy; that is typed, the services run again, and the new version is there.
+"""
+
+import itertools
+import json
+import shlex
+from dataclasses import dataclass, field
+from typing import Callable, Optional
+
+import pytest
+from disposable_hosts.apt.repository import PACKAGE, Contents
+from disposable_hosts.apt.site import APT_CONFIGURATION, CALENDAR_KEY, DELAY_KEY, KEYRING, SOURCE_LIST
+
+PREFERENCES = "/etc/apt/preferences.d"
+DROP_IN = "/etc/systemd/system/{}.d/of-the-story.conf"
+
+
+@dataclass(frozen=True)
+class Story:
+    """What is broken, and what the report must say of it."""
+
+    name: str
+    code: str
+    breaks: object  # a shell line, or what is done with the site
+    evidence: str = ""
+    repair: Optional[Callable] = None  # where the remedy is a sentence
+    ahead: bool = False  # told while there is no newer version yet
+    online: bool = False
+    contents: Contents = field(default_factory=Contents)  # of the new version
+    verdict: str = "blocked"
+    effect_is_seen: bool = True  # the services leave the old version in place
+
+
+def file(path, text):
+    return f"mkdir -p $(dirname {path}) && printf '%s\\n' {shlex.quote(text)} > {path}"
+
+
+def setting(text, name="99local"):
+    return file(f"{APT_CONFIGURATION}/{name}", text)
+
+
+def pin(text, name="local"):
+    return file(f"{PREFERENCES}/{name}", text)
+
+
+def drop_in(unit, text):
+    return f"{file(DROP_IN.format(unit), text)} && systemctl daemon-reload"
+
+
+def republish(**fields):
+    def act(site):
+        site.repository.release_fields = fields
+        site.repository.publish_again()
+
+    return act
+
+
+CONFIGURATION = [
+    Story("a pin", "package.pinned", pin(f"Package: {PACKAGE}\nPin: version 1.*\nPin-Priority: 1001"), f"{PREFERENCES}/local:1: Package: {PACKAGE}; Pin: version 1.*", ahead=True),
+    Story("a forbidding pin", "package.pinned", pin("# why\n\nPackage: zant*\nPin: origin repo.velmora.test\nPin-Priority: -1"), f"{PREFERENCES}/local:3: Package: zant*", ahead=True),
+    Story("a pin of everything", "package.pinned", pin("Package: *\nPin: release o=Quorvane*\nPin-Priority: 50"), f"{PREFERENCES}/local:1: Package: *", ahead=True),
+    Story("a pin in the main file", "package.pinned", file("/etc/apt/preferences", f"Package: {PACKAGE}\nPin: release *\nPin-Priority: -10"), "/etc/apt/preferences:1:", ahead=True),
+    Story("a blacklist", "package.blacklisted", setting('Unattended-Upgrade::Package-Blacklist {\n  "bash";\n  "zant-";\n};'), f'{APT_CONFIGURATION}/99local:3: "zant-";', ahead=True),
+    Story("a blacklist of all", "package.blacklisted", setting('Unattended-Upgrade::Package-Blacklist:: ".*";'), f"{APT_CONFIGURATION}/99local:1:", ahead=True),
+    Story("a blacklist that is no pattern", "patterns.unreadable", setting('Unattended-Upgrade::Package-Blacklist:: "*zant";'), f"{APT_CONFIGURATION}/99local:1:", ahead=True),
+    Story("a strict whitelist", "package.not_whitelisted", setting('Unattended-Upgrade::Package-Whitelist {"bash";};\nUnattended-Upgrade::Package-Whitelist-Strict "true";'), f"{APT_CONFIGURATION}/99local:1:", ahead=True),
+    Story("origins cleared", "origin.not_allowed", setting("#clear Unattended-Upgrade::Origins-Pattern;"), "o=Quorvane Velmora Core VMS Repo", ahead=True),
+    Story("origins that cannot be read", "origins.unreadable", setting('Unattended-Upgrade::Origins-Pattern:: "somewhere";', "10local"), f"{APT_CONFIGURATION}/10local:1:", ahead=True),
+    Story("our file of origins emptied", "origin.not_allowed", f": > {APT_CONFIGURATION}/50unattended-upgrades", ahead=True),
+    Story("the periodic work off", "periodic.off", setting('APT::Periodic::Enable "0";'), f'{APT_CONFIGURATION}/99local:1: APT::Periodic::Enable "0";', ahead=True),
+    Story("no refreshes", "periodic.refresh_off", setting('APT::Periodic {\n  Update-Package-Lists "0";\n};'), f"{APT_CONFIGURATION}/99local:2:", ahead=True),
+    Story("no upgrades, in the main file", "periodic.upgrades_off", file("/etc/apt/apt.conf", 'APT::Periodic::Unattended-Upgrade "0";'), "/etc/apt/apt.conf:1:", ahead=True),
+    Story("our switches edited", "periodic.upgrades_off", f"sed -i '/Unattended-Upgrade/s/always/0/' {APT_CONFIGURATION}/20auto-upgrades", f"{APT_CONFIGURATION}/20auto-upgrades:", ahead=True),
+    Story("an upgrade once a month", "periodic.not_due", setting('APT::Periodic::Unattended-Upgrade "30";') + " && mkdir -p /var/lib/apt/periodic && touch /var/lib/apt/periodic/upgrade-stamp", f"{APT_CONFIGURATION}/99local:1:", ahead=True),
+    Story("an interval that is none", "periodic.unreadable", "mkdir -p /var/lib/apt/periodic && touch /var/lib/apt/periodic/update-stamp && " + setting('APT::Periodic::Update-Package-Lists "1.5";'), f"{APT_CONFIGURATION}/99local:1:", ahead=True, verdict=None),
+    Story("upgrades when the host shuts down", "upgrades.on_shutdown_only", setting('Unattended-Upgrade::InstallOnShutdown "true";'), f"{APT_CONFIGURATION}/99local:1:", ahead=True),
+    Story("no day of the week", "upgrades.not_today", setting('Unattended-Upgrade::Update-Days {"Never";};'), f"{APT_CONFIGURATION}/99local:1:", ahead=True),
+    Story("a held package", "hold.held", f"apt-mark hold {PACKAGE}", "apt-mark showhold", ahead=True),
+    Story("a default release that nobody has", "apt.configuration_broken", setting('APT::Default-Release "nowhere";'), f"{APT_CONFIGURATION}/99local:1:", ahead=True),
+]
+
+BROKEN = [
+    Story("a setting that APT cannot read", "apt.configuration_broken", setting("this is {not good"), f"{APT_CONFIGURATION}/99local", ahead=True),
+    Story("a source that APT cannot read", "apt.configuration_broken", file("/etc/apt/sources.list.d/local.list", "deb nonsense"), "/etc/apt/sources.list.d/local.list", ahead=True),
+    Story("a preference that APT cannot read", "apt.configuration_broken", pin("Nonsense"), f"{PREFERENCES}/local", ahead=True),
+    Story("our source list taken away", "repository.not_registered", f"rm {SOURCE_LIST}", "indextargets", ahead=True),
+    Story("another suite", "repository.not_registered", f"sed -i s/systemd-production/testing/ {SOURCE_LIST}", "indextargets", ahead=True),
+    Story("another component", "repository.not_registered", f"sed -i 's/ main$/ contrib/' {SOURCE_LIST}", "indextargets", ahead=True),
+    Story("another architecture", "repository.not_registered", f"sed -i 's/arch=[a-z0-9]*/arch=riscv64/' {SOURCE_LIST}", "indextargets", ahead=True),
+    Story("unattended-upgrade gone", "upgrades.not_installed", "mv /usr/bin/unattended-upgrade /usr/bin/unattended-upgrade.away", "command -v unattended-upgrade", lambda site: site.host.run("mv /usr/bin/unattended-upgrade.away /usr/bin/unattended-upgrade"), ahead=True),
+    Story("python-apt broken", "upgrades.broken", "mv /usr/lib/python3/dist-packages/distro_info.py /root/", "distro_info", lambda site: site.host.run("mv /root/distro_info.py /usr/lib/python3/dist-packages/"), ahead=True),
+    Story("dpkg interrupted", "dpkg.interrupted", "printf '' > /var/lib/dpkg/updates/0001", "/var/lib/dpkg/updates/0001", ahead=True),
+    Story("no room for downloads", "disk.full", "mkdir -p /var/cache/apt/archives && mount -t tmpfs -o size=64k tmpfs /var/cache/apt/archives && mkdir /var/cache/apt/archives/partial && head -c 64k /dev/zero > /var/cache/apt/archives/full; true", "/var/cache/apt/archives", lambda site: site.host.run("umount /var/cache/apt/archives"), ahead=True),
+    Story("/usr mounted read-only", "disk.read_only", "mount --bind /usr /usr && mount -o remount,bind,ro /usr", "/usr is mounted with the option ro", ahead=True),
+]
+
+UNITS = [
+    Story("the upgrade timer masked", "timer.masked", "systemctl mask --now apt-daily-upgrade.timer", "LoadState=masked", ahead=True, effect_is_seen=False),
+    Story("the refresh timer stopped", "timer.stopped", "systemctl disable --now apt-daily.timer", "ActiveState=inactive", ahead=True, effect_is_seen=False),
+    Story("a schedule in the past", "timer.elapsed", drop_in("apt-daily.timer", "[Timer]\nOnCalendar=\nOnCalendar=2020-01-01\nPersistent=false") + " && systemctl restart apt-daily.timer", "SubState=elapsed", ahead=True, effect_is_seen=False),
+    Story("a timer that starts something else", "timer.elsewhere", drop_in("apt-daily.timer", "[Timer]\nUnit=systemd-tmpfiles-clean.service") + " && systemctl restart apt-daily.timer", "Unit=systemd-tmpfiles-clean.service", ahead=True, effect_is_seen=False),
+    Story("a service masked", "service.masked", "systemctl mask apt-daily-upgrade.service", "LoadState=masked", ahead=True),
+    Story("a service replaced", "service.replaced", drop_in("apt-daily-upgrade.service", "[Service]\nExecStart=\nExecStart=/bin/true"), "argv[]=/bin/true", ahead=True, verdict="cannot_be_told"),
+    Story("a service confined", "service.changed", drop_in("apt-daily.service", "[Service]\nPrivateNetwork=yes"), "PrivateNetwork=yes", ahead=True, verdict="cannot_be_told"),
+    Story("a condition that is not met", "service.changed", drop_in("apt-daily.service", "[Unit]\nConditionPathExists=/nowhere"), "ConditionPathExists=/nowhere", ahead=True, verdict=None),
+    Story("a lock held by something else", "lock.held", "setsid flock /var/lib/dpkg/lock-frontend sleep 900 > /dev/null 2>&1 < /dev/null & sleep 0.2", "/var/lib/dpkg/lock-frontend", ahead=True, verdict="cannot_be_told", effect_is_seen=False),
+]
+
+REPOSITORY = [
+    Story("something that nobody has is needed", "solver.unmet", "true", "nobody-has-this", lambda site: site.publish_next(), contents=Contents(fields="Depends: nobody-has-this\n")),
+    Story("what conflicts is installed", "solver.removes", "true", "procps", lambda site: site.publish_next(), contents=Contents(fields="Conflicts: procps\n")),
+    Story("a script that fails", "package.script_failed", "true", "pre-installation script subprocess returned error", lambda site: site.publish_next(), contents=Contents(scripts={"preinst": "#!/bin/sh\nexit 3\n"})),
+    Story("an expired index", "repository.expired", republish(**{"Valid-Until": "Sat, 01 Jan 2022 00:00:00 UTC"}), "is expired", republish(), online=True),
+    Story("an index from the future", "repository.from_future", republish(Date="Sat, 01 Jan 2039 00:00:00 UTC"), "not valid yet", republish(), online=True),
+    Story("nothing is automatic", "repository.changed", republish(NotAutomatic="yes"), "changed its default priority", online=True),
+    Story("another origin", "repository.changed", republish(Origin="Somebody Else"), "changed its 'Origin' value", online=True),
+    Story("the server does not answer", "server.unreachable", lambda site: site.server._stop(), "repo.velmora.test", lambda site: site.server._start(), online=True, verdict="cannot_be_told"),
+    Story("a name without address", "server.name_unknown", "cp /etc/hosts /root/hosts && sed -i /velmora/d /etc/hosts", "repo.velmora.test", lambda site: site.host.run("cat /root/hosts > /etc/hosts"), online=True, verdict="cannot_be_told"),
+    Story("a dead proxy", "proxy.unreachable", setting('Acquire::http::Proxy "http://127.0.0.1:9";'), f"{APT_CONFIGURATION}/99local:1:", online=True, verdict="cannot_be_told"),
+    Story("a keyring emptied", "repository.signature_refused", f": > {KEYRING}", "", online=True),
+]
+
+STORIES = [*CONFIGURATION, *BROKEN, *UNITS, *REPOSITORY]
+
+
+class StoryTeller:
+    """A host that stories are told on, one after the other, while each leaves it as it was."""
+
+    def __init__(self, open_site, image="bookworm"):
+        self._open_site, self._image = open_site, image
+        self._site = None
+
+    def site(self):
+        if self._site is None:
+            self._site = self._open_site(self._image)
+            self._site.versions = itertools.count(2)
+            self._site.publish_next = self._publish_next
+            self._site.minder.once()
+        return self._site
+
+    def _publish_next(self, contents=Contents()):
+        self._site.repository.publish(f"{next(self._site.versions)}.0", contents=contents)
+
+    def forget(self):
+        self._site = None
+
+
+@pytest.fixture(scope="module")
+def teller(open_shared_site):
+    return StoryTeller(open_shared_site)
+
+
+def why(site, options=""):
+    return json.loads(site.minder.run(f"why --json {options}").output)
+
+
+def codes(answer):
+    return [cause["code"] for cause in answer["causes"]]
+
+
+def run_services(site):
+    """What the timers start, in their order."""
+    for service in ("apt-daily.service", "apt-daily-upgrade.service"):
+        # Nights that follow one another within seconds reach systemd's limit of starts.
+        site.host.run(f"systemctl reset-failed {service}; systemctl start {service}", check=False)
+
+
+def act(site, action):
+    return site.host.run(action) if isinstance(action, str) else action(site)
+
+
+def tell(site, story):
+    before = site.installed_version()
+    act(site, story.breaks)
+    if story.ahead:
+        assert story.code in codes(why(site)), "it is told ahead"
+    site.publish_next(story.contents)
+    if story.effect_is_seen:
+        run_services(site)
+    else:
+        site.host.run("apt-get --quiet update")
+    assert site.installed_version() == before
+
+    answer = why(site, "--online" if story.online else "")
+    cause = next((cause for cause in answer["causes"] if cause["code"] == story.code), None)
+    assert cause, answer
+    assert story.evidence in cause["evidence"]
+    assert answer["verdict"] == story.verdict or not story.verdict, answer
+    if story.repair:
+        story.repair(site)
+    else:
+        site.host.run(cause["remedy"])
+
+    run_services(site)
+    answer = why(site)
+    assert (answer["verdict"], answer["causes"]) == ("up_to_date", []), "the remedy has helped"
+    assert site.installed_version() != before
+    assert site.installed_version() == answer["offered"]
+
+
+def clean_up(site):
+    """Removes what remedies leave: files that have no effect any more, or replace others' effect."""
+    left = (f"{APT_CONFIGURATION}/10local", f"{APT_CONFIGURATION}/99local", f"{APT_CONFIGURATION}/zzz-zant-velmora", "/etc/apt/preferences", "/etc/apt/apt.conf")
+    site.host.run(f"rm -f {shlex.join(left)} {PREFERENCES}/*")
+    if site.repository.release_fields:
+        republish()(site)
+        site.host.run("apt-get --quiet --allow-releaseinfo-change update")
+
+
+@pytest.mark.parametrize("story", STORIES, ids=lambda story: story.name.replace(" ", "-"))
+def test_why_it_does_not_upgrade_and_what_helps(teller, story):
+    site = teller.site()
+    try:
+        tell(site, story)
+        clean_up(site)
+    except BaseException:
+        teller.forget()
+        raise
+
+
+def assert_healthy(site, *options):
+    for option in ("", *options):
+        answer = why(site, option)
+        assert (answer["verdict"], answer["causes"]) == ("up_to_date", []), option
+
+
+@pytest.mark.parametrize("image", ["bullseye", "bookworm", "trixie"])
+def test_a_healthy_host_has_no_cause(open_site, image):
+    site = open_site(image)
+    site.minder.once()
+    assert_healthy(site, "--online")
+
+    site.repository.publish("2.0")
+    answer = why(site, "--online")
+    assert (answer["verdict"], answer["offered"], answer["causes"]) == ("waiting", "2.0", [])
+    assert answer["next_run"]
+    assert_healthy(site), "without the network it is not known"
+
+    run_services(site)
+    assert site.installed_version() == "2.0"
+    assert_healthy(site, "--online")
+
+    # A server that is away for a short while is no alarm; asked, it is told.
+    with site.server.gone():
+        run_services(site)
+        assert_healthy(site)
+        assert codes(why(site, "--online")) == ["server.unreachable"]
+
+
+def test_nothing_is_changed_by_asking(open_site):
+    site = open_site()
+    site.minder.once()
+    site.repository.publish("2.0")
+    watched = "/etc /var/lib/apt /var/lib/dpkg /var/log /var/cache/apt/archives /usr/bin /tmp /root"
+    listing = f"find {watched} -printf '%p %s %T@ %C@\\n' | sort"
+    before = site.host.output_of(listing)
+
+    why(site)
+    why(site, "--online")
+
+    after = site.host.output_of(listing)
+    changed = {line for line in set(before.splitlines()) ^ set(after.splitlines()) if "/var/log/journal" not in line and not line.startswith("/tmp ")}
+    assert changed == set()
+
+
+def test_a_run_that_is_going_on_is_no_fault(open_site):
+    site = open_site()
+    site.minder.once()
+    slow = Contents(scripts={"postinst": "#!/bin/sh\ntouch /root/going\nsleep 6\n"})
+    site.repository.publish("2.0", contents=slow)
+    site.host.run("systemctl start apt-daily.service && systemctl start --no-block apt-daily-upgrade.service")
+    site.host.run("until test -e /root/going; do sleep 0.1; done")
+
+    assert why(site)["causes"] == []
+
+    run_services(site)
+    assert_healthy(site)
+
+
+def test_crons_daily_job_is_what_counts_without_systemd(open_site):
+    site = open_site("bookworm-sysvinit", settings={CALENDAR_KEY: "", DELAY_KEY: ""})
+    site.minder.once()
+    assert_healthy(site, "--online")
+    assert why(site)["next_run"]
+
+    site.host.run("service cron stop && chmod 0644 /etc/cron.daily/apt-compat")
+    answer = why(site)
+    assert codes(answer) == ["cron.not_running", "cron.job_missing"]
+
+    for cause in answer["causes"]:
+        site.host.run(cause["remedy"])
+    assert_healthy(site)

@@ -1,0 +1,318 @@
+"""Why the package does not upgrade on an EL host: one story for each cause.
+
+An administrator breaks the host, its own services run, and the old version is still there. The program says why, the
+remedy is typed as it stands in the report, the services run again, and the new version is there.
+"""
+
+import json
+import time
+from dataclasses import dataclass
+from typing import Callable, Optional, Union
+
+import pytest
+from disposable_hosts import snapshot
+from disposable_hosts.dnf import site as dnf
+from disposable_hosts.dnf.repository import PACKAGE, build_package
+from disposable_hosts.signing_key import SigningKey
+
+SERVICE = "dnf-automatic-install.service"
+MAIN, AUTOMATIC, LOCKS = "/etc/dnf/dnf.conf", "/etc/dnf/automatic.conf", "/etc/dnf/plugins/versionlock.list"
+FILES = f"/usr/share/{PACKAGE}"
+SERVICE_DROP_IN = f"/etc/systemd/system/{SERVICE}.d/local.conf"
+TIMER_DROP_IN = f"{dnf.DROP_INS}/local.conf"
+
+# What the timer starts in the next night: DNF takes its caches for as old as they are then.
+NEXT_NIGHT = (
+    "find /var/cache/dnf -path '*/repodata/*' -exec touch --date='25 hours ago' {} + ;"
+    f"[ $(systemctl show --property=SubState --value {dnf.TIMER}) != waiting ] || {{ systemctl reset-failed {SERVICE}; systemctl start {SERVICE}; }}"
+)
+
+# It would wait a minute for a server that is away.
+IMPATIENT = f"sed -i 's/^network_online_timeout.*/network_online_timeout = 0/' {AUTOMATIC}"
+
+
+def in_section(file, section, line):
+    return f"sed -i '/^\\[{section}\\]/a {line}' {file}"
+
+
+def drop_in(file, text):
+    return f"mkdir -p $(dirname {file}) && printf '{text}' > {file} && systemctl daemon-reload"
+
+
+def other_repository(site, options, *packages):
+    """A further repository on the host's disk."""
+    for package in packages:
+        site.host.copy_in(package, f"/srv/other/{package.name}")
+    site.host.run("createrepo_c --quiet /srv/other")
+    site.host.write("/etc/yum.repos.d/other.repo", f"[other]\nname=other\nbaseurl=file:///srv/other\ngpgcheck=0\n{options}\n")
+
+
+def preferred_repository(site):
+    other_repository(site, "priority=10", build_package(PACKAGE, "1.0"))
+
+
+def successor(site):
+    other_repository(site, "", build_package("zant-successor", "1.0", package_tag=f"Obsoletes: {PACKAGE}"))
+
+
+def conflicting_package(site):
+    package = build_package("zant-rival", "1.0", package_tag=f"Conflicts: {PACKAGE} >= 2")
+    site.host.copy_in(package, "/root/rival.rpm")
+    site.host.run("rpm --install /root/rival.rpm")
+
+
+def signed_by_somebody_else(site):
+    with SigningKey(site.web_root / ".foreign", owner="Somebody Else <else@velmora.test>", algorithm="rsa2048") as foreign:
+        right, site.repository._key = site.repository._key, foreign
+        site.repository.publish("2.0")
+        site.repository._key = right
+
+
+def published_again(site):
+    site.repository.withdraw_all_but("1.0")
+    site.repository.publish("2.0")
+    site.host.run("rm --recursive --force /var/cache/dnf/quorvane*")
+
+
+def full_cache(site):
+    site.host.run(
+        "cp --archive /var/cache/dnf /root/cache && mount -t tmpfs -o size=2M tmpfs /var/cache/dnf &&"
+        "cp --archive /root/cache/. /var/cache/dnf && rm --recursive /root/cache; cat /dev/zero > /var/cache/dnf/full || true"
+    )
+
+
+def forget_key(site):
+    site.host.run("rpm --erase --allmatches gpg-pubkey")
+
+
+Action = Union[str, Callable]
+
+
+@dataclass(frozen=True)
+class Story:
+    name: str
+    breaks: Action
+    code: str
+    evidence: str  # a part of it
+    repair: Optional[Action] = None  # where the remedy is advice and no command
+    new: Optional[Callable] = None  # publishes the new version, if it is not an ordinary one
+    tells_before: bool = True  # while there is no new version yet
+    version: str = "2.0"
+    is_mended_in_time: bool = False  # the next night would do more than leave the old version
+
+
+STORIES = (
+    Story("exclude", in_section(MAIN, "main", "exclude=foo zant-*"), "package.excluded", f"{MAIN}:2: exclude=foo zant-*"),
+    Story("exclude-continued", in_section(MAIN, "main", r"excludepkgs=foo,\n   zant-velmora"), "package.excluded", f"{MAIN}:3: zant-velmora"),
+    Story("exclude-of-automatic", in_section(AUTOMATIC, "base", "excludepkgs=zant-velmora-2*"), "package.excluded", "excludepkgs=zant-velmora-2*"),
+    Story("exclude-of-repository", in_section(dnf.REPO_FILE, "quorvane", "excludepkgs=zant-velmora"), "package.excluded", f"{dnf.REPO_FILE}:"),
+    Story("hold", "package-minder hold", "hold.held", "exclude=*"),
+    Story("include", in_section(MAIN, "main", "includepkgs=foo system-*"), "package.not_included", f"{MAIN}:2: includepkgs=foo system-*"),
+    Story("include-of-repository", in_section(dnf.REPO_FILE, "quorvane", "includepkgs=foo"), "package.not_included", "includepkgs=foo"),
+    Story("version-lock", f"echo '{PACKAGE}-0:1.0-1.*' >> {LOCKS}", "package.version_locked", f"{PACKAGE}-0:1.0-1.*"),
+    Story("version-lock-exclusion", f"echo '!{PACKAGE}-2*' >> {LOCKS}", "package.version_locked", f"!{PACKAGE}-2*"),
+    Story("switched-off", f"sed -i s/^enabled=1/enabled=0/ {dnf.REPO_FILE}", "repository.switched_off", "enabled=0"),
+    Story("never-asked", f"sed -i s/^metadata_expire=.*/metadata_expire=never/ {dnf.REPO_FILE}", "repository.never_expires", "metadata_expire=never"),
+    Story("cache-only", in_section(MAIN, "main", "cacheonly=1"), "repository.cache_only", f"{MAIN}:2: cacheonly=1"),
+    Story("security-only", f"sed -i 's/^upgrade_type.*/upgrade_type = security/' {AUTOMATIC}", "upgrades.security_only", "upgrade_type = security"),
+    Story("only-told",
+          drop_in(SERVICE_DROP_IN, f"[Service]\\nExecStart=\\nExecStart=/usr/bin/dnf-automatic {AUTOMATIC} --timer --no-installupdates\\n"),
+          "upgrades.not_applied", "dnf-automatic-install.service"),
+    Story("timer-masked", f"systemctl mask --now {dnf.TIMER}", "timer.masked", "LoadState=masked"),
+    Story("timer-stopped", f"systemctl stop {dnf.TIMER}", "timer.stopped", "ActiveState=inactive"),
+    Story("timer-in-the-past",
+          drop_in(TIMER_DROP_IN.replace("local", "zz-local"), "[Timer]\\nOnCalendar=\\nOnCalendar=2020-01-01 03:00\\n") + f" && systemctl restart {dnf.TIMER}",
+          "timer.elapsed", "zz-local.conf", tells_before=True),
+    Story("service-masked", f"systemctl mask {SERVICE}", "service.masked", "LoadState=masked"),
+    Story("service-replaced", drop_in(SERVICE_DROP_IN, "[Service]\\nExecStart=\\nExecStart=/bin/true\\n"), "service.replaced", "/bin/true"),
+    Story("service-condition", drop_in(SERVICE_DROP_IN, "[Unit]\\nConditionPathExists=/nowhere\\n"), "service.condition_unmet", "ConditionResult=no", tells_before=False),
+    Story("repository-removed", f"rm {dnf.REPO_FILE}", "repository.not_registered", "no quorvane"),
+    Story("repository-broken", f"echo nonsense >> {dnf.REPO_FILE}", "dnf.configuration_broken", dnf.REPO_FILE),
+    Story("repository-without-address", f"sed -i /^baseurl/d {dnf.REPO_FILE}", "dnf.configuration_broken", "no baseurl"),
+    Story("configuration-broken", f"echo nonsense >> {MAIN}", "dnf.configuration_broken", "Missing '='"),
+    Story("automatic-broken", f"echo nonsense >> {AUTOMATIC}", "dnf.configuration_broken", AUTOMATIC),
+    Story("other-repository-broken", f"printf '[other]\\nname=other\\nbaseurl=file:///nowhere\\n' > /etc/yum.repos.d/other.repo",
+          "repository.unreadable", "'other'", repair="rm /etc/yum.repos.d/other.repo"),
+    Story("other-repository-preferred", preferred_repository, "repository.outranked", "/etc/yum.repos.d/other.repo:5: priority=10"),
+    Story("successor", successor, "package.obsoleted", "zant-successor", is_mended_in_time=True),
+    Story("key-forgotten", forget_key, "repository.key_not_imported", "rpm --query gpg-pubkey"),
+    Story("unmet", "true", "solver.unmet", "nothing-has-this", tells_before=False,
+          new=lambda site: site.repository.publish("2.0", package_tag="Requires: nothing-has-this"),
+          repair=lambda site: site.repository.publish("1.0", "zant-provider", package_tag="Provides: nothing-has-this")),
+    Story("conflict", conflicting_package, "solver.conflict", "zant-rival", tells_before=False, repair="rpm --erase zant-rival"),
+    Story("foreign-signature", "true", "repository.signature_refused", PACKAGE, tells_before=False, new=signed_by_somebody_else, repair=published_again),
+    Story("script-fails", "true", "package.script_failed", f"{PACKAGE}-2.0", tells_before=False,
+          new=lambda site: site.repository.publish("2.0", package_is_refused_by_its_script="1"),
+          repair=lambda site: site.repository.publish("2.1"), version="2.1"),
+    Story("no-room", full_cache, "disk.full", "/var/cache/dnf", repair="umount /var/cache/dnf"),
+    Story("read-only", f"mount -t tmpfs tmpfs {FILES} && echo 1.0 > {FILES}/version && mount -o remount,ro {FILES}", "disk.read_only", FILES),
+    Story("removed", f"rpm --erase {PACKAGE}", "package.not_installed", "rpm --query"),
+)
+
+
+class Shared:
+    """One host for many stories; a new one after a story that went wrong."""
+
+    def __init__(self, open_site):
+        self._open_site, self._site, self._is_clean = open_site, None, False
+
+    def take(self):
+        if not self._is_clean:
+            if self._site is not None:
+                self._site.__exit__(None, None, None)
+            self._site = self._open_site()
+            self._site.minder.once()
+            self._site.host.run(IMPATIENT)
+            _night(self._site)
+            self._site.host.run("mkdir /root/kept && cp --archive /etc/dnf /etc/yum.repos.d /root/kept")
+        self._is_clean = False
+        return self._site
+
+    def give_back(self, site):
+        site.repository.withdraw_all_but("1.0")
+        site.host.copy_in(build_package(PACKAGE, "1.0"), "/root/package.rpm")
+        site.host.run(
+            f"umount /var/cache/dnf {FILES} 2> /dev/null; rm --recursive --force /srv/other /etc/yum.repos.d/other.repo;"
+            f"rpm --upgrade --oldpackage --force --nosignature /root/package.rpm; rpm --erase zant-rival zant-provider 2> /dev/null;"
+            f"rm --force {SERVICE_DROP_IN}; rm --recursive --force /var/cache/dnf/quorvane*; "
+            "cd /etc && rm --recursive dnf yum.repos.d && cp --archive /root/kept/* /etc;"
+            f"systemctl daemon-reload; systemctl reset-failed; package-minder once && dnf --quiet makecache && {NEXT_NIGHT}"
+        )
+        assert why(site)["causes"] == []
+        self._is_clean = True
+
+
+@pytest.fixture(scope="module")
+def shared(open_shared_dnf_site):
+    return Shared(open_shared_dnf_site)
+
+
+def _night(site):
+    site.host.run(NEXT_NIGHT, check=False)
+
+
+def _do(site, action):
+    if callable(action):
+        action(site)
+    else:
+        site.host.run(action)
+
+
+def why(site, options=""):
+    result = site.minder.run(f"why --json {options}", check=False)
+    return json.loads(result.output)
+
+
+def causes(site, options=""):
+    return {cause["code"]: cause for cause in why(site, options)["causes"]}
+
+
+@pytest.mark.parametrize("story", STORIES, ids=lambda story: story.name)
+def test_the_cause_is_named_and_its_remedy_brings_the_upgrade(shared, story):
+    site = shared.take()
+    assert why(site)["causes"] == []
+    _do(site, story.breaks)
+    if story.tells_before:
+        assert story.code in causes(site), "it is told before there is a new version"
+
+    if story.is_mended_in_time:
+        site.host.run(causes(site)[story.code]["remedy"])
+        site.repository.publish("2.0")
+        _night(site)
+        assert site.installed_version() == "2.0"
+        shared.give_back(site)
+        return
+
+    (story.new or (lambda one: one.repository.publish("2.0")))(site)
+    _night(site)
+    assert site.installed_version() in ("1.0", ""), "the host's own services do not bring the new version"
+
+    report = why(site)
+    assert report["verdict"] in ("blocked", "cannot_be_told")
+    found = {cause["code"]: cause for cause in report["causes"]}
+    assert story.code in found, report["causes"]
+    cause = found[story.code]
+    assert story.evidence in cause["evidence"]
+    if story.repair is None:
+        assert not cause["remedy"][0].isupper(), f"a command to type: {cause['remedy']}"
+        site.host.run(cause["remedy"])
+    else:
+        assert cause["remedy"][0].isupper() , f"advice: {cause['remedy']}"
+        _do(site, story.repair)
+    _night(site)
+
+    assert site.installed_version() == story.version, why(site)["causes"]
+    shared.give_back(site)
+
+
+@pytest.mark.parametrize("image", ["el-bookworm", "el-trixie"])
+def test_a_healthy_host_has_no_cause(open_dnf_site, image):
+    site = open_dnf_site(image)
+    site.minder.once()
+    site.host.run(IMPATIENT)
+    before = [site.host.snapshot(directory) for directory in ("/var/cache/dnf", "/var/lib/dnf", "/var/lib/rpm", "/var/log")]
+
+    fresh = why(site)
+    assert (fresh["verdict"], fresh["causes"], fresh["installed"], fresh["offered"]) == ("up_to_date", [], "1.0-1", "1.0-1")
+    assert (why(site, "--online")["verdict"], why(site, "--online")["causes"]) == ("up_to_date", [])
+    for directory, kept in zip(("/var/cache/dnf", "/var/lib/dnf", "/var/lib/rpm", "/var/log"), before):
+        written = [path for path in snapshot.differences(kept, site.host.snapshot(directory)) if "/journal/" not in path and "-shm " not in path]
+        assert written == [], "nothing of the host's is written"
+
+    _night(site)
+    assert why(site)["causes"] == [], "after a run"
+    site.repository.publish("2.0")
+    waiting = why(site, "--online")
+    assert (waiting["verdict"], waiting["offered"], waiting["causes"]) == ("waiting", "2.0-1", [])
+    assert waiting["next_run"]
+    with site.server.gone():
+        _night(site)
+        assert why(site)["causes"] == [], "the server was away in one night"
+    _night(site)
+    upgraded = why(site)
+    assert (upgraded["verdict"], upgraded["installed"], upgraded["causes"]) == ("up_to_date", "2.0-1", [])
+    for _ in range(7):
+        # Nights follow each other faster here than systemd starts one service.
+        site.host.run(f"systemctl reset-failed {SERVICE}", check=False)
+        _night(site)
+    assert why(site)["causes"] == [], "a week without anything new"
+
+
+ROADS = (
+    ("name", f"sed -i s/repo.velmora.test/nobody.invalid/ {dnf.REPO_FILE}", "server.name_unknown"),
+    ("closed", f"sed -i s,repo.velmora.test,repo.velmora.test:9, {dnf.REPO_FILE}", "server.unreachable"),
+    ("nothing-there", f"sed -i s,systemd-production,elsewhere, {dnf.REPO_FILE}", "repository.not_found"),
+    ("proxy", in_section(dnf.REPO_FILE, "quorvane", "proxy=http://repo.velmora.test:9"), "server.unreachable"),
+    ("certificate", f"sed -i s,http://repo.velmora.test/velmora-yum-repo/repos,https://repo.velmora.test/velmora-yum-repo/repos, {dnf.REPO_FILE}", "server.unreachable"),
+)
+
+
+@pytest.mark.parametrize(("breaks", "code"), [row[1:] for row in ROADS], ids=[row[0] for row in ROADS])
+def test_the_road_to_the_repository_is_proved_when_asked(shared, breaks, code):
+    site = shared.take()
+    kept = site.host.read(dnf.REPO_FILE)
+    _do(site, breaks)
+    site.repository.publish("2.0")
+
+    report = why(site, "--online")
+
+    assert report["verdict"] in ("blocked", "cannot_be_told")
+    assert code in [cause["code"] for cause in report["causes"]], report["causes"]
+    _night(site)
+    assert site.installed_version() == "1.0"
+    site.host.write(dnf.REPO_FILE, kept)
+    shared.give_back(site)
+
+
+@pytest.mark.parametrize("command", ["status", "check", "plan", "why", "why --online"])
+def test_no_report_waits_for_a_silent_server(shared, command):
+    site = shared.take()
+    limit = 30 if "--online" in command else 10
+    site.host.run("find /var/cache/dnf -path '*/repodata/*' -exec touch --date='25 hours ago' {} +")
+    with site.server.silent():
+        begin = time.monotonic()
+        site.minder.run(command, check=False)
+        took = time.monotonic() - begin
+
+    assert took < limit
+    shared.give_back(site)

@@ -1,0 +1,66 @@
+#include <zant/velmora_host/families/apt/dpkg_state.hpp>
+
+#include "outlook_example.hpp"
+
+#include <gmock/gmock.h>
+
+#include <string>
+
+namespace zant::velmora_host::apt_outlook {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+
+class DpkgState : public Outlook_Example {
+ protected:
+  Installed_Package told(int exit_code, const std::string& words) {
+    answers("dpkg-query --show --showformat='${Version}|${Architecture}|${db:Status-Status}' zant-velmora",
+            exit_code, words);
+    return find_installed_package(question);
+  }
+};
+
+TEST_F(DpkgState, TellsTheVersionThatIsInstalled) {
+  const auto package = told(0, "1.0|amd64|installed");
+
+  EXPECT_EQ(package.version, "1.0");
+  EXPECT_EQ(package.architecture, "amd64");
+  EXPECT_THAT(package.causes, IsEmpty());
+}
+
+TEST_F(DpkgState, KnowsAPackageThatIsNotInstalled) {
+  const auto unknown = told(1, "dpkg-query: no packages found matching zant-velmora\n");
+  EXPECT_EQ(unknown.version, "");
+  EXPECT_THAT(codes(unknown.causes), ElementsAre("blocks package.not_installed"));
+  EXPECT_THAT(codes(told(0, "1.0|amd64|config-files").causes), ElementsAre("blocks package.not_installed"));
+}
+
+TEST_F(DpkgState, NamesAPackageThatIsNotWhollyInstalled) {
+  const auto configured = told(0, "2.0|amd64|half-configured");
+  ASSERT_THAT(codes(configured.causes), ElementsAre("blocks package.half_installed"));
+  EXPECT_EQ(configured.version, "2.0");
+  EXPECT_EQ(configured.causes[0].remedy, "dpkg --configure -a");
+
+  EXPECT_EQ(told(0, "2.0|amd64|half-installed").causes[0].remedy,
+            "apt-get install --reinstall --assume-yes zant-velmora");
+}
+
+TEST_F(DpkgState, IsUnknownWhenDpkgFails) {
+  EXPECT_THAT(codes(told(2, "dpkg-query: error: reading files list\n").causes),
+              ElementsAre("obscures tools.failed"));
+  EXPECT_THAT(codes(told(0, "nonsense").causes), ElementsAre("obscures tools.failed"));
+}
+
+TEST_F(DpkgState, NamesAnInterruptedDpkg) {
+  EXPECT_THAT(find_interrupted_work(question), IsEmpty());
+
+  host.write("/var/lib/dpkg/updates/tmp.i", "");
+  EXPECT_THAT(find_interrupted_work(question), IsEmpty());
+
+  host.write("/var/lib/dpkg/updates/0001", "");
+  EXPECT_THAT(codes(find_interrupted_work(question)), ElementsAre("blocks dpkg.interrupted"));
+}
+
+}  // namespace
+}  // namespace zant::velmora_host::apt_outlook

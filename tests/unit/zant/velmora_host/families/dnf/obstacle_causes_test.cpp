@@ -1,0 +1,115 @@
+#include <zant/velmora_host/families/dnf/obstacle_causes.hpp>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include <string>
+
+namespace zant::velmora_host::dnf_outlook {
+namespace {
+
+using Json = nlohmann::json;
+using ::testing::IsEmpty;
+
+Cause cause(const Json& obstacle) {
+  return causes_from({obstacle}).at(0);
+}
+
+Json at(const char* kind, const char* file, int line, const char* text, const char* word = "") {
+  return {{"kind", kind}, {"file", file}, {"line", line}, {"text", text}, {"word", word}, {"version", "2.0"}};
+}
+
+TEST(DnfObstacleCauses, OfNothingAreNone) {
+  EXPECT_THAT(causes_from({}), IsEmpty());
+}
+
+TEST(DnfObstacleCauses, NameTheLineThatExcludesAndTakeTheWordOut) {
+  const Cause found = cause(at("excluded", "/etc/dnf/dnf.conf", 7, "exclude=foo zant-*", "zant-*"));
+
+  EXPECT_EQ(found.effect, Cause_Effect::BLOCKS);
+  EXPECT_EQ(found.code, "package.excluded");
+  EXPECT_EQ(found.message, "DNF is told to leave out zant-velmora 2.0");
+  EXPECT_EQ(found.evidence, "/etc/dnf/dnf.conf:7: exclude=foo zant-*");
+  EXPECT_EQ(found.remedy, "sed -i -E '7s/(^|[ \\t,=])zant-\\*([ \\t,]|$)/\\1\\2/' '/etc/dnf/dnf.conf'");
+}
+
+TEST(DnfObstacleCauses, QuoteWhatAShellWouldTake) {
+  EXPECT_EQ(cause(at("version_locked", "/etc/it's", 3, "x")).remedy, "sed -i -E '3d' '/etc/it'\\''s'");
+}
+
+TEST(DnfObstacleCauses, KnowAHold) {
+  const Cause found = cause(at("excluded", "/etc/yum.repos.d/quorvane.repo", 9, "exclude=*", "*"));
+
+  EXPECT_EQ(found.code, "hold.held");
+  EXPECT_EQ(found.remedy, "package-minder release");
+  EXPECT_EQ(cause(at("excluded", "/etc/yum.repos.d/quorvane.repo", 9, "excludepkgs=*", "*")).code,
+            "package.excluded");
+}
+
+TEST(DnfObstacleCauses, GiveAdviceWhereNoLineIsKnown) {
+  EXPECT_EQ(cause({{"kind", "excluded"}, {"word", "zant*"}}).remedy,
+            "Remove zant* from what DNF's configuration excludes");
+  EXPECT_EQ(cause({{"kind", "switched_off"}}).remedy, "dnf config-manager --set-enabled quorvane");
+}
+
+TEST(DnfObstacleCauses, HaveACodeEach) {
+  const std::pair<const char*, const char*> codes[] = {
+      {"not_included", "package.not_included"},
+      {"hidden", "package.hidden"},
+      {"in_module", "package.in_module"},
+      {"obsoleted", "package.obsoleted"},
+      {"outranked", "repository.outranked"},
+      {"passed_over", "package.passed_over"},
+      {"unreadable", "repository.unreadable"},
+      {"no_address", "dnf.configuration_broken"},
+      {"no_key", "repository.key_not_imported"},
+      {"signature_refused", "repository.signature_refused"},
+      {"disk_full", "disk.full"},
+      {"disk_low", "disk.low"},
+      {"no_program", "service.program_missing"},
+      {"read_only", "disk.read_only"},
+      {"not_registered", "repository.not_registered"},
+      {"not_installed", "package.not_installed"},
+      {"security_only", "upgrades.security_only"},
+      {"not_applied", "upgrades.not_applied"},
+      {"cache_only", "repository.cache_only"},
+      {"never_expires", "repository.never_expires"},
+      {"never_refreshed", "repository.never_refreshed"},
+      {"unreachable", "server.unreachable"},
+      {"something new", "tools.failed"},
+  };
+  for (const auto& [kind, code] : codes) {
+    EXPECT_EQ(cause({{"kind", kind}}).code, code) << kind;
+  }
+}
+
+TEST(DnfObstacleCauses, TellWhatTheSolverLacks) {
+  EXPECT_EQ(cause({{"kind", "unsolvable"}, {"words", "nothing provides x"}}).code, "solver.unmet");
+  EXPECT_EQ(cause({{"kind", "unsolvable"}, {"words", "package a conflicts with b"}}).code, "solver.conflict");
+
+  const Cause unknown =
+      cause({{"kind", "unsolvable"}, {"words", "nothing provides x"}, {"unknown", {"appstream"}}});
+  EXPECT_EQ(unknown.code, "solver.unknown");
+  EXPECT_EQ(unknown.effect, Cause_Effect::OBSCURES);
+}
+
+TEST(DnfObstacleCauses, NameTheBrokenFileAndItsLine) {
+  const Cause found = cause({{"kind", "configuration_broken"},
+                             {"words",
+                              "Parsing file \"/etc/dnf/dnf.conf\" failed: Parsing file '/etc/dnf/dnf.conf' "
+                              "failed: IniParser: Missing '=' at line 7"}});
+  EXPECT_EQ(found.message, "DNF cannot read /etc/dnf/dnf.conf");
+  EXPECT_EQ(found.remedy, "sed -i 7d '/etc/dnf/dnf.conf'");
+
+  EXPECT_EQ(cause({{"kind", "configuration_broken"}, {"words", "no idea"}}).remedy,
+            "Correct the file that DNF names");
+}
+
+TEST(DnfObstacleCauses, RefuseWhatIsNoObstacle) {
+  EXPECT_THROW(causes_from({Json(1)}), Json::exception);
+  EXPECT_THROW(causes_from({Json{{"kind", 1}}}), Json::exception);
+}
+
+}  // namespace
+}  // namespace zant::velmora_host::dnf_outlook
