@@ -65,9 +65,13 @@ std::optional<system_clock::time_point> time_from(const Json& json) {
 }
 
 std::optional<Version_Since> version_from(const Json& json) {
-  return json.is_null() ? std::nullopt
-                        : std::optional(Version_Since{json.at("version").get<std::string>(),
-                                                      parse_iso_time(json.at("since").get<std::string>())});
+  if (json.is_null()) {
+    return std::nullopt;
+  }
+  Version_Since version;
+  json.at("version").get_to(version.version);
+  version.since = parse_iso_time(json.at("since").get<std::string>());
+  return version;
 }
 
 Upgrade_Run run_from(const Json& json) {
