@@ -5,7 +5,7 @@ import shutil
 import subprocess
 
 from disposable_hosts.dnf import site as dnf
-from disposable_hosts.dnf.repository import KEY_ALGORITHM, SPEC, DnfRepository
+from disposable_hosts.dnf.repository import KEY_ALGORITHM, SPEC, DnfRepository, build_package
 from disposable_hosts.dnf.site import DnfSite
 from disposable_hosts.signing_key import SigningKey
 
@@ -28,7 +28,10 @@ def main_option(site, rng, _):
         f"excludepkgs={PACKAGE}", "exclude=zant*", "excludepkgs=*", "excludepkgs=bash", "exclude=zant-velmora-2*", "includepkgs=bash", f"includepkgs={PACKAGE}",
         "best=0", "strict=0", "obsoletes=0", "install_weak_deps=0", "gpgcheck=0", "cacheonly=1", "keepcache=1", "plugins=0", "assumeno=1",
         f"installonlypkgs={PACKAGE}", "metadata_expire=-1", "skip_if_unavailable=0", "proxy=http://127.0.0.1:9", "timeout=5", "module_platform_id=platform:el9",
-        "pkgpolicy=last", "clean_requirements_on_remove=1", "ignorearch=1", f"protected_packages={PACKAGE}", "upgrade_group_objects_upgrade=0", "diskspacecheck=0",
+        "pkgpolicy=last", "reposdir=/etc/other.repos.d", "varsdir=/nonexistent", "cachedir=/var/cache/other", "persistdir=/var/lib/other", "logdir=/var/log/dnf",
+        "pluginpath=/nonexistent", "pluginconfpath=/nonexistent", "tsflags=noscripts", "tsflags=test", "downloadonly=1", "localpkg_gpgcheck=1", "exclude_from_weak=*", "ip_resolve=6",
+        "sslverify=0", "max_parallel_downloads=1", "minrate=1M", "throttle=1", "exit_on_lock=1", "releasever=8", "installroot=/srv/elsewhere", "disable_excludes=all", "nonsense=1",
+        "clean_requirements_on_remove=1", "ignorearch=1", f"protected_packages={PACKAGE}", "upgrade_group_objects_upgrade=0", "diskspacecheck=0",
     ))
     return do(site, f"sed -i '/^\\[main\\]/a {line}' {MAIN}")
 
@@ -38,6 +41,9 @@ def repository_option(site, rng, _):
         f"excludepkgs={PACKAGE}", "exclude=*", "exclude=bash", "includepkgs=bash", f"includepkgs={PACKAGE}", "enabled=0", "gpgcheck=0", "priority=99", "priority=1",
         "cost=5000", "metadata_expire=-1", "metadata_expire=never", "metadata_expire=30d", "metadata_expire=1", "skip_if_unavailable=0", "proxy=http://127.0.0.1:9/",
         "repo_gpgcheck=1", "module_hotfixes=1", "countme=1", "timeout=5", "retries=1", "gpgkey=file:///nonexistent", "type=rpm-md", "enabled_metadata=0",
+        "sslverify=0", "sslcacert=/nonexistent", "sslclientcert=/nonexistent", "username=who", "password=secret", "ip_resolve=6", "throttle=1", "minrate=10M", "max_parallel_downloads=1",
+        "proxy=_none_", "proxy=socks5://127.0.0.1:9", "metadata_expire=nonsense", "priority=nonsense", "exclude=zant-velmora-2.0*,bash", "excludepkgs=*-2.0-1*", "deltarpm=0", "mediaid=1",
+        "bandwidth=1k", "user_agent=nobody", "gpgkey=", "repo_gpgcheck=0",
     ))
     name = line.split("=")[0]
     return do(site, f"sed -i -e '/^{name} *=/d' -e '/^\\[quorvane\\]/a {line}' {dnf.REPO_FILE}")
@@ -45,13 +51,59 @@ def repository_option(site, rng, _):
 
 def address(site, rng, _):
     change = rng.choice((
-        "s,repo.velmora.test,other.velmora.test,", "s,systemd-production,nowhere,", "s,^baseurl,mirrorlist,", "s,http:,https:,", "s,^baseurl=,baseurl=http://127.0.0.1:9/ ,",
+        "s,repo.velmora.test,other.velmora.test,", "s,systemd-production,nowhere,", "s,^baseurl,mirrorlist,", "s,^baseurl,metalink,", "s,systemd-production,$channel,", "s,http:,ftp:,",
+        "s,^baseurl=.*,baseurl=,", "s,^baseurl=,baseurl=http://repo.velmora.test/gone/\\n ,", "s,//repo,//who:secret@repo,", "s,repo.velmora.test,192.0.2.1,", "s,http:,https:,", "s,^baseurl=,baseurl=http://127.0.0.1:9/ ,",
     ))
     return do(site, f"sed -i '{change}' {dnf.REPO_FILE}")
 
 
 def repository_file(site, rng, _):
-    return do(site, rng.choice((f"rm {dnf.REPO_FILE}", f"mv {dnf.REPO_FILE} {dnf.REPO_FILE}.off", f": > {dnf.REPO_FILE}", f"chmod 600 {dnf.REPO_FILE}")))
+    return do(site, rng.choice((f"rm {dnf.REPO_FILE}", f"mv {dnf.REPO_FILE} {dnf.REPO_FILE}.off", f": > {dnf.REPO_FILE}", f"chmod 600 {dnf.REPO_FILE}",
+        f"rm {dnf.REPO_FILE} && mkdir {dnf.REPO_FILE}", f"mv {dnf.REPO_FILE} /root && ln -s /root/quorvane.repo {dnf.REPO_FILE}", f"sed -i 's/$/\\r/' {dnf.REPO_FILE}")))
+
+
+def same_repository_again(site, rng, _):
+    """Another file has a repository of the same name."""
+    path = rng.choice(("/etc/yum.repos.d/aaa.repo", "/etc/yum.repos.d/zzz.repo"))
+    text = rng.choice(("enabled=0", f"excludepkgs={PACKAGE}", "baseurl=http://repo.velmora.test/nowhere", "gpgcheck=0"))
+    address = "" if text.startswith("baseurl") else f"baseurl={site.base_url()}\n"
+    return put(site, path, f"[quorvane]\nname=again\n{address}{text}\n")
+
+
+def mirrors(site, rng, _):
+    """A list of mirrors instead of an address."""
+    good, bad = site.base_url(), rng.choice(("http://127.0.0.1:9/gone/", "http://repo.velmora.test/nowhere/"))
+    lines = rng.choice(([good], [bad, good], [bad], [], ["nonsense"]))
+    (site.web_root / "mirrors").write_text("".join(f"{line}\n" for line in lines))
+    return f"the mirror list has {lines}; " + do(site, f"sed -i 's,^baseurl=.*,mirrorlist=http://repo.velmora.test/mirrors,' {dnf.REPO_FILE}")
+
+
+def variable(site, rng, _):
+    value = rng.choice(("production", "nowhere", ""))
+    return put(site, "/etc/dnf/vars/channel", f"{value}\n") + "; " + do(site, f"sed -i 's,systemd-production,systemd-$channel,' {dnf.REPO_FILE}")
+
+
+def plugin(site, rng, _):
+    return do(site, rng.choice((
+        "sed -i 's/enabled *= *1/enabled = 0/' /etc/dnf/plugins/versionlock.conf", "sed -i 's,^locklist.*,locklist = /root/locks,' /etc/dnf/plugins/versionlock.conf; echo zant-velmora-1.0-1.* > /root/locks",
+        "sed -i 's,^locklist.*,locklist = /nonexistent,' /etc/dnf/plugins/versionlock.conf", "rm /etc/dnf/plugins/versionlock.list", "rm -r /etc/dnf/plugins",
+        f"mkdir -p /etc/dnf/protected.d; echo {PACKAGE} > /etc/dnf/protected.d/local.conf", "echo 'raise SystemExit(1)' > $(python3 -c 'import dnf, os; print(os.path.dirname(dnf.__file__))')-plugins/zz_local.py",
+    )))
+
+
+def module(site, rng, _):
+    """The package's name stands in a module of a further repository."""
+    state = rng.choice(("enabled", "disabled"))
+    document = (
+        "---\ndocument: modulemd\nversion: 2\ndata:\n  name: velmora\n  stream: '1'\n  version: 1\n  context: a1\n  arch: noarch\n  summary: x\n  description: x\n"
+        f"  license: {{module: [MIT]}}\n  artifacts: {{rpms: ['{PACKAGE}-0:1.0-1.noarch']}}\n...\n"
+    )
+    site.host.write("/srv/modular/modules.yaml", document)
+    for package in site.repository.location.resolve().glob(f"{PACKAGE}-1.0*.rpm"):
+        site.host.copy_in(package, f"/srv/modular/{package.name}")
+    site.host.run("createrepo_c --quiet /srv/modular; modifyrepo_c --mdtype=modules /srv/modular/modules.yaml /srv/modular/repodata", check=False)
+    put(site, "/etc/yum.repos.d/modular.repo", "[modular]\nname=modular\nbaseurl=file:///srv/modular\ngpgcheck=0\n")
+    return "a repository has the module velmora:1; " + put(site, "/etc/dnf/modules.d/velmora.module", f"[velmora]\nname=velmora\nstream=1\nprofiles=\nstate={state}\n")
 
 
 def version_lock(site, rng, _):
@@ -87,7 +139,8 @@ def gone_repository(site, rng, _):
 def automatic_option(site, rng, _):
     section, line = rng.choice((
         ("commands", "upgrade_type = security"), ("commands", "upgrade_type = default"), ("commands", "apply_updates = no"), ("commands", "download_updates = no"),
-        ("commands", "network_online_timeout = 0"), ("commands", "reboot = never"), ("emitters", "emit_via = motd"), ("emitters", "emit_via = nothing"),
+        ("commands", "network_online_timeout = 0"), ("commands", "reboot = never"), ("emitters", "emit_via = motd"), ("emitters", "emit_via = nonsense"), ("emitters", "emit_via = command"), ("emitters", "emit_via = email"), ("commands", "base_config_file = /nonexistent"),
+        ("commands", "random_sleep = nonsense"), ("base", "tsflags = test"), ("base", "reposdir = /nonexistent"), ("base", "excludepkgs ="), ("emitters", "emit_via = nothing"),
         ("base", f"excludepkgs = {PACKAGE}"), ("base", "excludepkgs = bash"), ("base", "debuglevel = 3"), ("base", "cacheonly = 1"), ("base", "best = 1"),
         ("commands", "upgrade_type = nonsense"), ("commands", "random_sleep = 1"), ("base", "includepkgs = bash"), ("base", "gpgcheck = 0"),
     ))
@@ -102,7 +155,9 @@ def broken_file(site, rng, _):
 
 
 def without_automatic(site, rng, _):
-    return do(site, rng.choice(("rpm --erase --nodeps dnf-automatic", "chmod 644 /usr/bin/dnf-automatic", f"rm -f {AUTOMATIC}", "chmod 600 /etc/dnf/dnf.conf")))
+    return do(site, rng.choice(("rpm --erase --nodeps dnf-automatic", "chmod 644 /usr/bin/dnf-automatic", f"rm -f {AUTOMATIC}", "chmod 600 /etc/dnf/dnf.conf", "rm /etc/dnf/dnf.conf", "rm /etc/os-release", "mv /usr/bin/rpm /usr/bin/rpm.off",
+        "sed -i '1s,.*,#!/usr/bin/nothing,' /usr/bin/dnf-automatic", "printf '#!/bin/sh\\nexit 0\\n' > /usr/bin/dnf-automatic", f"rm {MAIN} && mkdir {MAIN}", "rm -r /var/lib/dnf", "rm -r /etc/dnf/vars",
+    )))
 
 
 def unit(site, rng, _):
@@ -113,11 +168,17 @@ def unit(site, rng, _):
 def drop_in(site, rng, _):
     name = rng.choice((dnf.TIMER, SERVICE))
     if name == dnf.TIMER:
-        text = rng.choice(("[Timer]\nOnCalendar=\nOnCalendar=2099-01-01\n", "[Timer]\nOnCalendar=\n", "[Timer]\nRandomizedDelaySec=1h\n", "[Timer]\nOnCalendar=nonsense\n"))
+        text = rng.choice(("[Timer]\nOnCalendar=\nOnCalendar=2099-01-01\n", "[Timer]\nOnCalendar=\n", "[Timer]\nRandomizedDelaySec=1h\n", "[Timer]\nOnCalendar=nonsense\n",
+            "[Timer]\nOnCalendar=\nOnCalendar=yearly\n", "[Timer]\nRandomizedDelaySec=1y\n", f"[Timer]\nUnit={dnf.CONFLICTING_TIMERS[0].replace('timer', 'service')}\n", "[Unit]\nConditionPathExists=/nonexistent\n",
+            "[Timer]\nOnCalendar=weekly\n", "[Timer]\nPersistent=no\n", "[Timer]\nAccuracySec=1d\n", "[Timer]\nOnCalendar=\nOnBootSec=10y\n"))
     else:
         text = rng.choice((
             "[Service]\nExecStart=\nExecStart=/bin/true\n", "[Unit]\nConditionPathExists=/nonexistent\n", "[Service]\nNice=5\n", "[Service]\nUser=nobody\n",
             "[Service]\nExecStart=\nExecStart=/usr/bin/dnf-automatic /etc/dnf/automatic.conf --no-installupdates\n", "[Service]\nReadOnlyPaths=/usr\n",
+            "[Service]\nMemoryMax=20M\n", "[Service]\nTimeoutStartSec=1\n", "[Service]\nExecStartPre=/bin/false\n", "[Service]\nExecCondition=/bin/false\n", "[Service]\nTasksMax=2\n",
+            "[Service]\nEnvironment=http_proxy=http://127.0.0.1:9\n", "[Service]\nPrivateTmp=yes\n", "[Service]\nLimitFSIZE=1\n", "[Service]\nCapabilityBoundingSet=\n", "[Service]\nProtectSystem=full\n",
+            "[Service]\nWorkingDirectory=/nonexistent\n", "[Service]\nIPAddressDeny=any\n", "[Service]\nTemporaryFileSystem=/etc/yum.repos.d\n", "[Service]\nEnvironmentFile=/nonexistent\n", "[Service]\nIOWeight=10\n",
+            "[Service]\nExecStart=\nExecStart=-/usr/bin/dnf-automatic /etc/dnf/automatic.conf --installupdates\n", "[Service]\nExecStart=/bin/false\n",
         ))
     return put(site, f"/etc/systemd/system/{name}.d/zz-local.conf", text) + "; " + do(site, f"systemctl daemon-reload && systemctl try-restart {name}")
 
@@ -176,6 +237,33 @@ def failing_script(site, rng, _):
     return f"{script} of the newest version fails"
 
 
+def epoch(site, rng, _):
+    """rpm compares the number before the version first."""
+    newest = rng.choice(("Epoch: 1", "Epoch: 0"))
+    _newest_with(site, newest)
+    return f"the newest version says {newest}"
+
+
+def file_of_another_package(site, _, __):
+    build = site.repository._store / f"rival-{next(_numbers)}"
+    build.mkdir()
+    (build / "rival.spec").write_text(
+        "Name: rival\nVersion: 1\nRelease: 1\nSummary: x\nLicense: x\nBuildArch: noarch\n%description\nx\n"
+        "%install\nmkdir -p %{buildroot}/srv/shared\necho rival > %{buildroot}/srv/shared/file\n%files\n/srv/shared/file\n"
+    )
+    subprocess.run(["rpmbuild", "--quiet", "-bb", "--define", f"_topdir {build}", "--define", f"_rpmdir {build}", build / "rival.spec"], check=True, capture_output=True)
+    site.host.copy_in(next((build / "noarch").glob("*.rpm")), "/root/rival.rpm")
+    site.host.run("rpm --install /root/rival.rpm")
+    _newest_with(site, "", "%install\nmkdir -p %{buildroot}/usr/share/%{name} %{buildroot}/srv/shared\necho %{version} > %{buildroot}/usr/share/%{name}/version\n"
+                 "echo mine > %{buildroot}/srv/shared/file\n", files="/srv/shared/file")
+    return "the newest version has a file that another package has too"
+
+
+def asks_for_password(site, _, __):
+    site.server.ask_for_password("who", "secret")
+    return "the server asks for a password"
+
+
 def server_gone(site, _, stack):
     stack.enter_context(site.server.gone())
     return "the server refuses connections"
@@ -188,20 +276,44 @@ def keys(site, rng, _):
     return do(site, rng.choice(("rpm --erase $(rpm --query gpg-pubkey)", "rpm --erase --allmatches gpg-pubkey", "true")))
 
 
+def macro(site, rng, _):
+    line = rng.choice((
+        "%_pkgverify_level all", "%_pkgverify_level signature", "%_pkgverify_level none", "%_excludedocs 1", "%_install_langs C", "%_netsharedpath /usr/share", "%_tmppath /nonexistent",
+        "%_minimize_writes 1", "%_transaction_color 3", "%_dbpath /nonexistent", "%__transaction_systemd_inhibit %{nil}", "%_plugindir /nonexistent", "%_gpg_name nobody",
+    ))
+    return do(site, f"echo '{line}' >> /etc/rpm/macros")
+
+
+def installed_again(site, _, __):
+    """rpm has the package twice, as after an upgrade that was cut off."""
+    built = build_package(PACKAGE, "0.9")
+    site.host.copy_in(built, "/root/older.rpm")
+    return do(site, "rpm --install --force --oldpackage /root/older.rpm")
+
+
 def no_room(site, rng, _):
-    directory = rng.choice(("/var/cache/dnf", "/usr/share/zant-velmora", "/var/lib/dnf"))
+    directory = rng.choice(("/var/cache/dnf", "/usr/share/zant-velmora", "/var/lib/dnf", "/tmp", "/var/tmp", "/var/log"))
     size = rng.choice(("4k", "64k", "16m"))
     return do(site, f"mkdir -p {directory} && mount -t tmpfs -o size={size} tmpfs {directory}")
 
 
 def read_only(site, rng, _):
-    directory = rng.choice(("/usr", "/var/lib/rpm", "/var/cache/dnf", "/etc"))
-    return do(site, f"mount --bind {directory} {directory} && mount -o remount,ro,bind {directory}")
+    directory = rng.choice(("/usr", "/var/lib/rpm", "/var/cache/dnf", "/etc", "/var/lib/dnf", "/var/log", "/tmp", "/var/tmp"))
+    option = rng.choice(("ro", "ro", "noexec"))
+    return do(site, f"mount --bind {directory} {directory} && mount -o remount,{option},bind {directory}")
 
 
-def locked(site, _, stack):
-    stack.enter_context(site.host.locked("/var/lib/rpm/.rpm.lock"))
-    return "another program holds rpm's lock"
+def locked(site, rng, _):
+    command = rng.choice((
+        "setsid python3 -c 'import fcntl, time; file = open(\"/var/lib/rpm/.rpm.lock\", \"a\"); fcntl.lockf(file, fcntl.LOCK_EX); time.sleep(600)'",
+        *(f"setsid sh -c 'echo -n $$ > {path}; exec sleep 600'" for path in ("/var/cache/dnf/metadata_lock.pid", "/var/cache/dnf/download_lock.pid", "/var/lib/dnf/rpmdb_lock.pid")),
+    ))
+    return do(site, f"{command} > /dev/null 2>&1 < /dev/null & sleep 0.5")
+
+
+def left_lock(site, rng, _):
+    path = rng.choice(("/var/cache/dnf/metadata_lock.pid", "/var/cache/dnf/download_lock.pid", "/var/lib/dnf/rpmdb_lock.pid"))
+    return put(site, path, rng.choice(("4000000", "nonsense", "", "\n")))
 
 
 def without_cache(site, _, __):
@@ -212,13 +324,13 @@ def nothing(_, __, ___):
     return "-"
 
 
-def _newest_with(site, line, scripts=""):
+def _newest_with(site, line, scripts="", files=""):
     """What is published from now on has this line and these scripts in its recipe."""
 
     def publish(version, name=PACKAGE):
         work = site.repository._store / f"build-{next(_numbers)}"
         work.mkdir()
-        spec = SPEC.read_text().replace("%description", f"{line}\n\n%description", 1).replace("%files", f"{scripts}\n%files", 1)
+        spec = SPEC.read_text().replace("%description", f"{line}\n\n%description", 1).replace("%files", f"{scripts}\n%files\n{files}", 1)
         (work / "package.spec").write_text(spec)
         macros = {"_topdir": work, "_rpmdir": work, "package_name": name, "package_version": version}
         options = [option for key, value in macros.items() for option in ("--define", f"{key} {value}")]
@@ -251,12 +363,13 @@ class DnfFamily(Family):
     disturbances = (
         *(Disturbance(function.__name__, function) for function in (
             main_option, repository_option, address, repository_file, version_lock, hold, other_repository, gone_repository, automatic_option, broken_file,
-            without_automatic, unit, drop_in, server_gone, keys, no_room, without_cache, nothing,
+            without_automatic, unit, drop_in, server_gone, keys, no_room, without_cache, nothing, same_repository_again, mirrors, variable, plugin, module, asks_for_password,
+            macro, installed_again, locked, left_lock,
         )),
         *(Disturbance(function.__name__, function, comes_with_newest=True) for function in (
-            foreign_signature, unsigned, missing_file, damaged_file, damaged_index, dependencies,
+            foreign_signature, unsigned, missing_file, damaged_file, damaged_index, dependencies, epoch, file_of_another_package,
         )),
-        *(Disturbance(function.__name__, function, shows_in_a_run=True) for function in (failing_script, read_only, locked)),
+        *(Disturbance(function.__name__, function, shows_in_a_run=True) for function in (failing_script, read_only)),
     )
 
     def __init__(self, bundle, key, say=print):
@@ -267,8 +380,8 @@ class DnfFamily(Family):
         site.install_package("1.0")
         site.install_minder()
         site.minder.once()
-        # As an administrator sets it who wants no delay: a run would wait up to five minutes.
-        site.host.run(f"sed -i 's/^random_sleep *=.*/random_sleep = 0/' {AUTOMATIC}")
+        # As an administrator sets it who wants no delay: a run would wait up to five minutes, and one for the network.
+        site.host.run(f"sed -i -e 's/^random_sleep *=.*/random_sleep = 0/' -e 's/^network_online_timeout *=.*/network_online_timeout = 2/' {AUTOMATIC}")
         self.run_services(site)
         return site
 
@@ -276,4 +389,5 @@ class DnfFamily(Family):
         # A day has passed since the repository was asked.
         site.host.run("find /var/cache/dnf -path '*/repodata/*' -exec touch --date='25 hours ago' {} +", check=False)
         if timer_fires(site, dnf.TIMER):
-            site.host.run(f"systemctl reset-failed {SERVICE}; systemctl start {SERVICE}", check=False, timeout=300)
+            # A run that waits for a lock waits for ever.
+            site.host.run(f"systemctl reset-failed {SERVICE}; timeout 80 systemctl start {SERVICE} || systemctl stop {SERVICE}", check=False, timeout=300)

@@ -15,6 +15,7 @@ class El_Host : public Host_In_Directory {
     // What the tools tell of the next upgrade is for other tests.
     system->on_like("timeout *", 127);
     system->on_like("TZ=UTC timeout *", 127);
+    system->on_like("LC_ALL=C timeout *", 127);
     system->on_like("interpreter=*", 127);
     services.filesystem->create_directories("/etc/yum.repos.d");
     release();

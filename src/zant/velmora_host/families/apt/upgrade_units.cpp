@@ -1,6 +1,7 @@
 #include <zant/velmora_host/families/apt/upgrade_units.hpp>
 
 #include <zant/velmora_host/families/apt/outlook_tools.hpp>
+#include <zant/velmora_host/families/far_run.hpp>
 
 #include <fmt/format.h>
 #include <boost/algorithm/string/classification.hpp>
@@ -234,6 +235,16 @@ std::optional<system_clock::time_point> next_time(const Properties& timer) {
   return parse_time(at(timer, "NextElapseUSecRealtime"));
 }
 
+std::optional<Cause> find_far_timer(const Properties& timer, const Job& job, system_clock::time_point now) {
+  const auto next = next_time(timer);
+  return next && at(timer, "ActiveState") == "active"
+             ? find_far_run(job.timer, *next, now, shown(timer, "NextElapseUSecRealtime"),
+                            fmt::format("systemctl revert {0} && systemctl daemon-reload && package-minder "
+                                        "once && systemctl restart {0}",
+                                        job.timer))
+             : std::nullopt;
+}
+
 bool is_busy(const Properties& service) {
   const std::string state = at(service, "ActiveState");
   return state == "activating" || state == "active" || state == "deactivating";
@@ -271,6 +282,9 @@ Upgrade_Units find_upgrade_units(const Outlook_Question& question) {
   for (const auto& [job, timer, service] :
        {std::tuple(REFRESH, units[0], units[1]), std::tuple(UPGRADE, units[2], units[3])}) {
     append(found.causes, find_timer_faults(timer, job));
+    if (auto far_run = find_far_timer(timer, job, question.now)) {
+      found.causes.push_back(*far_run);
+    }
     append(found.causes, find_service_faults(question, service, job));
     append(found.causes, find_unmet_conditions(question, job));
     append(found.causes, find_failed_run(service, job));

@@ -4,6 +4,7 @@
 #include <zant/velmora_host/families/dnf/run_preview.hpp>
 #include <zant/velmora_host/families/dnf/upgrade_run_words.hpp>
 #include <zant/velmora_host/families/dnf/upgrade_units.hpp>
+#include <zant/velmora_host/families/held_locks.hpp>
 #include <zant/velmora_host/families/refresh_age.hpp>
 
 #include <zant/velmora/dnf/dnf_constants.hpp>
@@ -26,7 +27,7 @@ namespace DNF_Constants = velmora::DNF_Constants;
 
 // It reads no configuration of DNF's.
 constexpr const char* INSTALLED_QUERY =
-    "timeout --kill-after=1 4 rpm --query --queryformat '%{{VERSION}}-%{{RELEASE}}' {} 2> /dev/null";
+    "timeout --kill-after=1 4 rpm --query --queryformat '%{{VERSION}}-%{{RELEASE}}\\n' {} 2> /dev/null";
 
 // What the service of the distribution's package gives it; for a host whose service is not to be had.
 const std::vector<std::string> USUAL_WORDS = {"/usr/bin/dnf-automatic", "/etc/dnf/automatic.conf",
@@ -36,7 +37,9 @@ std::string installed_version(velmora::System& system) {
   const auto answer =
       system.run_command(fmt::format(INSTALLED_QUERY, velmora::Package_Constants::PACKAGE_NAME),
                          velmora::Run_Flag::WAIT_AND_CAPTURE);
-  return answer.exit_code == 0 ? boost::algorithm::trim_copy(answer.output) : "";
+  // In the middle of an upgrade rpm has both versions, the new one last.
+  const std::string versions = boost::algorithm::trim_copy(answer.output);
+  return answer.exit_code == 0 ? versions.substr(versions.rfind('\n') + 1) : "";
 }
 
 void append(Causes& causes, Causes more) {
@@ -75,6 +78,13 @@ std::optional<Cause> find_old_metadata(const Run_Preview& preview,
                  : std::nullopt;
 }
 
+// Those of DNF hold the number of a process; its directories can be chosen.
+Package_Locks locks_of(const Run_Preview& preview) {
+  return {{"/var/lib/rpm/.rpm.lock", "/usr/lib/sysimage/rpm/.rpm.lock"},
+          preview.lock_files,
+          {"dnf", "yum", "microdnf", "rpm", "packagekitd", "package-minder"}};
+}
+
 std::string without_last_slash(const std::string& address) {
   return boost::algorithm::trim_right_copy_if(address, [](char character) { return character == '/'; });
 }
@@ -107,7 +117,12 @@ void add_units(Upgrade_Outlook& outlook, const Outlook_Question& question,
                               "systemctl show dnf-automatic-install.timer dnf-automatic-install.service",
                               "systemctl daemon-reload"});
   } else {
-    append(outlook.causes, find_unit_causes(*units, question.settings.automatic_upgrades()));
+    append(outlook.causes, find_unit_causes(*units, question.settings.automatic_upgrades(), question.now));
+    // Where the service is known not to do its work, no other change matters.
+    if (auto change = outlook.causes.empty() ? find_service_change(*units, *question.services.filesystem)
+                                             : std::nullopt) {
+      outlook.causes.push_back(*change);
+    }
     outlook.next_run = next_run_of(*units);
     outlook.last_run = last_run_of(*units);
   }
@@ -129,6 +144,7 @@ Upgrade_Outlook find(const Outlook_Question& question) {
   outlook.newer_is_offered = preview.newer_is_offered;
   outlook.refreshed = preview.refreshed;
   add_units(outlook, question, units);
+  append(outlook.causes, find_held_locks(question, locks_of(preview)));
   append(outlook.causes, obstacle_causes(preview));
   for (auto& cause : {find_old_metadata(preview, question.now), find_other_address(question, preview)}) {
     if (cause) {

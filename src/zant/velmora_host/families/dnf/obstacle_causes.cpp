@@ -241,6 +241,20 @@ Cause signature_refused(const Obstacle& obstacle) {
                 obstacle.words, "Ask the vendor which key signs the packages");
 }
 
+Cause refused_by_rpm(const Obstacle& obstacle) {
+  return blocks("package.refused_by_rpm",
+                fmt::format("rpm would not install {} {} on this host", PACKAGE_NAME, obstacle.version),
+                fmt::format("rpm --upgrade --test: {}", obstacle.words),
+                "Remove what rpm names, or ask the vendor for a package that this host can take");
+}
+
+Cause script_failed(const Obstacle& obstacle) {
+  return blocks("package.script_failed",
+                fmt::format("{} {} cannot be installed: a script of its own has failed", PACKAGE_NAME,
+                            obstacle.version),
+                obstacle.place(), "Ask the vendor for a package that installs, with the words above");
+}
+
 Cause disk_full(const Obstacle& obstacle) {
   return blocks("disk.full", fmt::format("There is not enough room on the disk for the new {}", PACKAGE_NAME),
                 fmt::format("{}: {} bytes are free, {} are needed", obstacle.directory, obstacle.free_bytes,
@@ -338,6 +352,8 @@ const std::map<std::string, std::function<Cause(const Obstacle&)>>& causes_by_ki
       {"no_address", no_address},
       {"no_key", no_key},
       {"signature_refused", signature_refused},
+      {"refused_by_rpm", refused_by_rpm},
+      {"script_failed", script_failed},
       {"disk_full", disk_full},
       {"disk_low", disk_low},
       {"no_program", no_program},

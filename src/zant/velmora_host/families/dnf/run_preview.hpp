@@ -20,6 +20,11 @@ struct Run_Preview {
   std::string address;  ///< the repository's first one; empty when it is not known
   std::vector<nlohmann::json> obstacles;
 
+  /// What DNF writes the number of its process to while it works.
+  std::vector<std::string> lock_files = {"/var/cache/dnf/metadata_lock.pid",
+                                         "/var/cache/dnf/download_lock.pid", "/var/lib/dnf/rpmdb_lock.pid",
+                                         "/var/log/log_lock.pid"};
+
   /// Why there is no answer; then nothing else is known.
   std::optional<Cause> failure;
 };

@@ -1,6 +1,7 @@
 #include <zant/velmora_host/families/dnf/upgrade_units.hpp>
 
 #include <zant/velmora_host/base/iso_time.hpp>
+#include <zant/velmora_host/families/far_run.hpp>
 
 #include <zant/velmora/dnf/dnf_constants.hpp>
 
@@ -11,7 +12,9 @@
 #include <boost/algorithm/string/split.hpp>
 #include <boost/algorithm/string/trim.hpp>
 
+#include <set>
 #include <sstream>
+#include <string_view>
 
 namespace zant::velmora_host::dnf_outlook {
 namespace {
@@ -85,7 +88,7 @@ std::string restart_of_timer() {
   return fmt::format("systemctl start {}", timer_name());
 }
 
-std::optional<Cause> find_timer_cause(const Properties& timer) {
+std::optional<Cause> find_timer_cause(const Properties& timer, system_clock::time_point now) {
   const std::string name = timer_name();
   const std::string evidence =
       evidence_of(timer, {"LoadState", "LoadError", "UnitFileState", "ActiveState", "Result"});
@@ -128,7 +131,11 @@ std::optional<Cause> find_timer_cause(const Properties& timer) {
         evidence_of(timer, {"Unit", "DropInPaths"}),
         fmt::format("systemctl revert {0} && systemctl restart {0} && package-minder once", name));
   }
-  return std::nullopt;
+  const auto next = time_from(value_of(timer, "NextElapseUSecRealtime"));
+  return next ? find_far_run(
+                    name, *next, now, evidence_of(timer, {"NextElapseUSecRealtime", "DropInPaths"}),
+                    fmt::format("systemctl revert {0} && systemctl restart {0} && package-minder once", name))
+              : std::nullopt;
 }
 
 bool is_confined(const Properties& service) {
@@ -180,6 +187,30 @@ std::optional<Cause> find_service_cause(const Upgrade_Units& units) {
   return std::nullopt;
 }
 
+// A change of the properties that find_service_cause() judges is told by it.
+const std::set<std::string>& harmless_keys() {
+  static const std::set<std::string> keys = {
+      "After",         "Before",           "Wants",         "Description",         "Documentation",
+      "Nice",          "CPUWeight",        "CPUQuota",      "CPUSchedulingPolicy", "IOWeight",
+      "OnFailure",     "OnSuccess",        "KillMode",      "IOSchedulingClass",   "IOSchedulingPriority",
+      "WantedBy",      "SyslogIdentifier", "ReadOnlyPaths", "InaccessiblePaths",   "ProtectSystem",
+      "ExecStart",     "PrivateNetwork",   "User",          "StandardOutput",      "StandardError",
+      "OOMScoreAdjust"};
+  return keys;
+}
+
+bool is_harmless(const std::string& line) {
+  const std::size_t separator = line.find('=');
+  return line.empty() || std::string_view("#;[").find(line.front()) != std::string_view::npos ||
+         line == "Type=oneshot" || line == "ConditionPathExists=!/run/ostree-booted" ||
+         (separator != std::string::npos &&
+          harmless_keys().contains(boost::algorithm::trim_copy(line.substr(0, separator))));
+}
+
+bool is_administrators(const std::string& file) {
+  return boost::algorithm::starts_with(file, "/etc/") || boost::algorithm::starts_with(file, "/run/");
+}
+
 Properties properties_in(const std::string& text) {
   Properties properties;
   std::istringstream lines(text);
@@ -206,9 +237,9 @@ std::optional<Upgrade_Units> ask_for_upgrade_units(velmora::System& system) {
   return are_both ? std::optional(std::move(units)) : std::nullopt;
 }
 
-Causes find_unit_causes(const Upgrade_Units& units, bool are_wanted) {
+Causes find_unit_causes(const Upgrade_Units& units, bool are_wanted, system_clock::time_point now) {
   Causes causes;
-  if (auto cause = find_timer_cause(units.timer)) {
+  if (auto cause = find_timer_cause(units.timer, now)) {
     if (!are_wanted) {
       cause->code = "upgrades.switched_off";
       cause->message = "package-minder does not keep automatic upgrades running, and nothing else does";
@@ -224,6 +255,27 @@ Causes find_unit_causes(const Upgrade_Units& units, bool are_wanted) {
     causes.push_back(*cause);
   }
   return causes;
+}
+
+std::optional<Cause> find_service_change(const Upgrade_Units& units, Host_Filesystem& filesystem) {
+  std::istringstream files(value_of(units.service, "DropInPaths") + " " +
+                           value_of(units.service, "FragmentPath"));
+  for (std::string file; files >> file;) {
+    std::istringstream lines(
+        is_administrators(file) ? filesystem.read_file(file, velmora::Read_Flag::WHOLE_TEXT) : "");
+    std::size_t number = 0;
+    for (std::string line; std::getline(lines, line);) {
+      ++number;
+      boost::algorithm::trim(line);
+      if (!is_harmless(line)) {
+        return Cause{Cause_Effect::OBSCURES, "service.changed",
+                     fmt::format("{} is changed in a way that may keep it from its work", SERVICE),
+                     fmt::format("{}:{}: {}", file, number, line),
+                     fmt::format("systemctl revert {}", SERVICE)};
+      }
+    }
+  }
+  return std::nullopt;
 }
 
 std::optional<std::vector<std::string>> words_of_automatic(const Upgrade_Units& units) {

@@ -26,7 +26,11 @@ std::optional<Upgrade_Units> ask_for_upgrade_units(velmora::System& system);
 /// What keeps the units from starting an upgrade.
 ///
 /// @param are_wanted whether package-minder is to keep automatic upgrades running.
-Causes find_unit_causes(const Upgrade_Units& units, bool are_wanted);
+Causes find_unit_causes(const Upgrade_Units& units, bool are_wanted,
+                        std::chrono::system_clock::time_point now);
+
+/// What an administrator's files make the service do otherwise, where that is not known to be harmless.
+std::optional<Cause> find_service_change(const Upgrade_Units& units, Host_Filesystem& filesystem);
 
 /// The words with which the service starts dnf-automatic, the program first; nothing when it starts something
 /// else.

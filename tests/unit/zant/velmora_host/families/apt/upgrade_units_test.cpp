@@ -64,6 +64,8 @@ TEST_F(UpgradeUnits, AreNamedWhenTheyCannotDoTheirWork) {
   };
 
   EXPECT_THAT(codes_with("waiting", "elapsed"), ElementsAre("blocks timer.elapsed", "blocks timer.elapsed"));
+  EXPECT_THAT(codes_with("Mon 2026-11-23", "Thu 2099-01-01"),
+              ElementsAre("blocks timer.far_ahead", "blocks timer.far_ahead"));
   EXPECT_THAT(codes_with("ActiveState=active", "ActiveState=inactive"),
               ElementsAre("blocks timer.stopped", "blocks timer.stopped"));
   EXPECT_THAT(codes_with("enabled", "disabled"),

@@ -25,7 +25,7 @@ constexpr const char* JOURNAL =
     "timeout --kill-after=1 4 journalctl --quiet --no-pager --output=cat --lines=300 "
     "--unit=dnf-automatic-install.service 2> /dev/null | tail --bytes=20000";
 constexpr const char* INSTALLED =
-    "timeout --kill-after=1 4 rpm --query --queryformat '%{VERSION}-%{RELEASE}' zant-velmora 2> /dev/null";
+    "timeout --kill-after=1 4 rpm --query --queryformat '%{VERSION}-%{RELEASE}\\n' zant-velmora 2> /dev/null";
 
 class DnfOutlook : public ::testing::Test {
  protected:
@@ -104,6 +104,51 @@ TEST_F(DnfOutlook, IsNotGuessedWhenTheToolsFail) {
   EXPECT_THAT(codes(), ElementsAre("tools.failed"));
   EXPECT_THAT(outlook().causes.at(0).evidence, HasSubstr("no module named dnf"));
   EXPECT_EQ(outlook().installed, "1.0-1") << "rpm says it without DNF";
+}
+
+TEST_F(DnfOutlook, TakesTheNewVersionWhileAnUpgradeHasBoth) {
+  answer_preview("nonsense");
+  host_.system->on(INSTALLED, 0, "1.0-1\n2.0-1\n");
+
+  EXPECT_EQ(outlook().installed, "2.0-1");
+}
+
+TEST_F(DnfOutlook, NamesALockThatIsHeld) {
+  answer_preview(R"({"installed": "1.0-1", "offered": "1.0-1", "newer": false, "refreshed": 1795329600,
+                     "obstacles": [], "locks": ["/var/cache/dnf/metadata_lock.pid"]})");
+  host_.write("/var/cache/dnf/metadata_lock.pid", "4711");
+  const char* process = "LC_ALL=C timeout --kill-after=1 5 ps -o etimes=,comm= -p 4711 2> /dev/null";
+  host_.system->on(process, 1, "");
+  EXPECT_THAT(codes(), IsEmpty()) << "DNF takes over what a dead process has left";
+
+  host_.system->on(process, 0, "   60 dnf-automatic\n");
+  EXPECT_THAT(codes(), IsEmpty()) << "DNF is at work";
+
+  host_.system->on(process, 0, " 7201 dnf-automatic\n");
+  Causes causes = outlook().causes;
+  ASSERT_EQ(causes.size(), 1U);
+  EXPECT_EQ(causes[0].code, "lock.held");
+  EXPECT_EQ(causes[0].effect, Cause_Effect::BLOCKS);
+  EXPECT_EQ(causes[0].remedy, "kill 4711");
+
+  host_.system->on(process, 0, "   60 httpd\n");
+  causes = outlook().causes;
+  ASSERT_EQ(causes.size(), 1U);
+  EXPECT_EQ(causes[0].effect, Cause_Effect::OBSCURES);
+  EXPECT_EQ(causes[0].remedy, "rm /var/cache/dnf/metadata_lock.pid");
+}
+
+TEST_F(DnfOutlook, NamesAnAdministratorsChangeOfTheService) {
+  host_.write("/etc/systemd/system/dnf-automatic-install.service.d/local.conf",
+              "# less\n[Service]\nNice=5\nMemoryMax=10M\n");
+  answer_units("DropInPaths=/etc/systemd/system/dnf-automatic-install.service.d/local.conf\n");
+
+  const Causes causes = outlook().causes;
+
+  ASSERT_EQ(causes.size(), 1U);
+  EXPECT_EQ(causes[0].code, "service.changed");
+  EXPECT_EQ(causes[0].evidence,
+            "/etc/systemd/system/dnf-automatic-install.service.d/local.conf:4: MemoryMax=10M");
 }
 
 TEST_F(DnfOutlook, BoundsWhatAToolSays) {

@@ -65,6 +65,8 @@ TEST(DnfObstacleCauses, HaveACodeEach) {
       {"no_address", "dnf.configuration_broken"},
       {"no_key", "repository.key_not_imported"},
       {"signature_refused", "repository.signature_refused"},
+      {"refused_by_rpm", "package.refused_by_rpm"},
+      {"script_failed", "package.script_failed"},
       {"disk_full", "disk.full"},
       {"disk_low", "disk.low"},
       {"no_program", "service.program_missing"},

@@ -25,6 +25,8 @@ constexpr const char* SHOW =
     "PrivateNetwork "
     "dnf-automatic-install.timer dnf-automatic-install.service";
 
+const auto NOW = parse_iso_time("2026-11-22T12:00:00Z");
+
 class DnfUpgradeUnits : public ::testing::Test {
  protected:
   DnfUpgradeUnits() {
@@ -48,13 +50,13 @@ class DnfUpgradeUnits : public ::testing::Test {
 
   std::vector<std::string> codes(bool are_wanted = true) const {
     std::vector<std::string> codes;
-    for (const auto& cause : find_unit_causes(units(), are_wanted)) {
+    for (const auto& cause : find_unit_causes(units(), are_wanted, NOW)) {
       codes.push_back(cause.code);
     }
     return codes;
   }
 
-  std::string remedy() const { return find_unit_causes(units(), true).at(0).remedy; }
+  std::string remedy() const { return find_unit_causes(units(), true, NOW).at(0).remedy; }
 
   Upgrade_Units::Properties timer_;
   Upgrade_Units::Properties service_;
@@ -126,6 +128,20 @@ TEST_F(DnfUpgradeUnits, NameATimerWithoutATimeToCome) {
   EXPECT_THAT(codes(), IsEmpty());
 }
 
+TEST_F(DnfUpgradeUnits, NameATimerWhoseTimeIsFarAway) {
+  timer_["NextElapseUSecRealtime"] = "Mon 2026-11-30 11:59:00 UTC";
+  EXPECT_THAT(codes(), IsEmpty()) << "once a week";
+
+  timer_["NextElapseUSecRealtime"] = "Tue 2026-12-01 03:00:00 UTC";
+  EXPECT_THAT(codes(), ElementsAre("timer.far_ahead"));
+  EXPECT_EQ(find_unit_causes(units(), true, NOW).at(0).effect, Cause_Effect::OBSCURES) << "once a month";
+
+  timer_["NextElapseUSecRealtime"] = "Thu 2099-01-01 00:00:00 UTC";
+  const Cause never = find_unit_causes(units(), true, NOW).at(0);
+  EXPECT_EQ(never.effect, Cause_Effect::BLOCKS);
+  EXPECT_EQ(never.message, "dnf-automatic-install.timer starts nothing before 2099-01-01T00:00:00Z");
+}
+
 TEST_F(DnfUpgradeUnits, NameATimerOfSomethingElse) {
   timer_["Unit"] = "backup.service";
 
@@ -168,7 +184,8 @@ TEST_F(DnfUpgradeUnits, ThatNobodyWantsAreToldAsSwitchedOff) {
   timer_["ActiveState"] = "inactive";
 
   EXPECT_THAT(codes(false), ElementsAre("upgrades.switched_off"));
-  EXPECT_THAT(find_unit_causes(units(), false).at(0).evidence, HasSubstr("minder.automatic_upgrades=false"));
+  EXPECT_THAT(find_unit_causes(units(), false, NOW).at(0).evidence,
+              HasSubstr("minder.automatic_upgrades=false"));
 }
 
 TEST_F(DnfUpgradeUnits, TellHowTheLastRunEnded) {

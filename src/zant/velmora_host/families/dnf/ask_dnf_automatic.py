@@ -1,6 +1,6 @@
 # What dnf-automatic would do with one package, asked of DNF's own library in the way dnf-automatic asks it.
 #
-#     dnf-preview.py REQUEST
+#     ask_dnf_automatic.py REQUEST
 #
 # REQUEST is a JSON object: "package", "repository" (its id), "directory" (private, for all that DNF writes),
 # "arguments" (of dnf-automatic), "online" (ask the repository itself). The answer is a JSON object on standard
@@ -40,6 +40,9 @@ LEAST_ROOM = 4 * 1024
 USUAL_ROOM = 1024 * 1024
 # What --online fetches of a package to see whether rpm takes its signature.
 LARGEST_PACKAGE = 20 * 1024 * 1024
+# DNF's history of transactions, when it has to be made.
+ROOM_FOR_HISTORY = 512 * 1024
+LONGEST_LOG = 8 * 1024 * 1024
 OPERATORS = {"=": "EQ", "<": "LT", ">": "GT", "<=": "LE", ">=": "GE"}
 
 
@@ -268,6 +271,13 @@ class Look:
             self.found("no_program", words="%s: %s" % (program, "not executable" if os.path.exists(program) else "missing"))
         try:
             self.automatic = Automatic(self.request)
+            real = self.automatic.real
+            self.answer["locks"] = [
+                os.path.join(directory, name + "_lock.pid")
+                for directory, name in (
+                    (real.cachedir, "metadata"), (real.cachedir, "download"), (real.persistdir, "rpmdb"), (real.logdir, "log")
+                )
+            ]
             self.look_at_automatic_settings()
             base = self.automatic.open()
         except (Exception, SystemExit) as problem:
@@ -408,6 +418,7 @@ class Look:
             self.judge(base, [newest], [newest])
             self.look_at_room(base, newest, current)
             self.look_at_signature(base, newest)
+            self.look_at_log(newest)
         else:
             self.look_at_next(base, newest or current)
             self.look_at_room(base, newest or current, current)
@@ -630,6 +641,33 @@ class Look:
                 # Without the vendor's own key nothing can be said of the signature.
                 kind = "no_key" if result == 1 and lacks_key else "signature_refused"
                 self.found(kind, words=words, address=" ".join(self.vendor.gpgkey))
+            else:
+                self.try_transaction(base, package)
+
+    def try_transaction(self, base, package):
+        """rpm is asked what it has against the package; what others of the same run may mend is not asked."""
+        items = list(base.transaction.install_set) if base.transaction else []
+        if [str(item) for item in items] != [str(package)]:
+            return
+        transaction = rpm.TransactionSet()
+        transaction.setFlags(rpm.RPMTRANS_FLAG_TEST)
+        transaction.setVSFlags(-1)
+        with open(package.localPkg(), "rb") as stream:
+            transaction.addInstall(transaction.hdrFromFdno(stream.fileno()), package.localPkg(), "u")
+        problems = transaction.run(lambda *_: None, None) or []
+        of_room = (rpm.RPMPROB_DISKSPACE, rpm.RPMPROB_DISKNODES)
+        words = [text for text, problem in problems if problem[0] not in of_room]
+        if words:
+            self.found("refused_by_rpm", words="; ".join(words), version=package.version)
+
+    def look_at_log(self, package):
+        """A script that ended an installation of this very version. The log outlives journal and restart."""
+        name = "%s-%s-%s.%s" % (package.name, package.version, package.release, package.arch)
+        for file in (os.path.join(self.automatic.real.logdir, "dnf.rpm.log" + end) for end in ("", ".1")):
+            place = last_line(file, re.compile(r"error: %%\w+\(%s\) scriptlet failed" % re.escape(name)))
+            if place:
+                self.found("script_failed", place, version="%s-%s" % (package.version, package.release))
+                return
 
     def look_at_room(self, base, package, installed):
         growth = package.installsize - installed.installsize
@@ -644,7 +682,8 @@ class Look:
         roomiest = max(by_device.values(), key=lambda directory: os.statvfs(directory).f_bavail)
         self.look_at_disk(roomiest, growth, 0)
         self.look_at_disk(self.automatic.real.cachedir, package.downloadsize, USUAL_ROOM)
-        self.look_at_disk(self.automatic.real.persistdir, 0, USUAL_ROOM)
+        history = os.path.join(self.automatic.real.persistdir, "history.sqlite")
+        self.look_at_disk(self.automatic.real.persistdir, 0 if os.path.exists(history) else ROOM_FOR_HISTORY, USUAL_ROOM)
         self.look_at_disk("/var/lib/rpm", 0, USUAL_ROOM)
 
     def look_at_disk(self, directory, needed, usual):
@@ -661,6 +700,18 @@ class Look:
             self.found("disk_full", directory=directory, free=free, needed=max(needed, LEAST_ROOM))
         elif free < needed + usual:
             self.found("disk_low", directory=directory, free=free, needed=needed + usual)
+
+
+def last_line(file, pattern):
+    """The last line of a log that has the pattern: file, line and text."""
+    try:
+        if os.path.getsize(file) > LONGEST_LOG:
+            return None
+        with open(file, encoding="utf-8", errors="replace") as stream:
+            lines = [(number, line) for number, line in enumerate(stream, 1) if pattern.search(line)]
+    except OSError:
+        return None
+    return {"file": file, "line": lines[-1][0], "text": lines[-1][1].strip()} if lines else None
 
 
 def existing(directory):
