@@ -254,8 +254,7 @@ def file_of_another_package(site, _, __):
     subprocess.run(["rpmbuild", "--quiet", "-bb", "--define", f"_topdir {build}", "--define", f"_rpmdir {build}", build / "rival.spec"], check=True, capture_output=True)
     site.host.copy_in(next((build / "noarch").glob("*.rpm")), "/root/rival.rpm")
     site.host.run("rpm --install /root/rival.rpm")
-    _newest_with(site, "", "%install\nmkdir -p %{buildroot}/usr/share/%{name} %{buildroot}/srv/shared\necho %{version} > %{buildroot}/usr/share/%{name}/version\n"
-                 "echo mine > %{buildroot}/srv/shared/file\n", files="/srv/shared/file")
+    _newest_with(site, "", files="/srv/shared/file")
     return "the newest version has a file that another package has too"
 
 
@@ -331,6 +330,8 @@ def _newest_with(site, line, scripts="", files=""):
         work = site.repository._store / f"build-{next(_numbers)}"
         work.mkdir()
         spec = SPEC.read_text().replace("%description", f"{line}\n\n%description", 1).replace("%files", f"{scripts}\n%files\n{files}", 1)
+        for path in files.split():
+            spec = spec.replace("%install", f"%install\nmkdir -p %{{buildroot}}$(dirname {path})\necho mine > %{{buildroot}}{path}", 1)
         (work / "package.spec").write_text(spec)
         macros = {"_topdir": work, "_rpmdir": work, "package_name": name, "package_version": version}
         options = [option for key, value in macros.items() for option in ("--define", f"{key} {value}")]

@@ -654,7 +654,8 @@ class Look:
         transaction.setVSFlags(-1)
         with open(package.localPkg(), "rb") as stream:
             transaction.addInstall(transaction.hdrFromFdno(stream.fileno()), package.localPkg(), "u")
-        problems = transaction.run(lambda *_: None, None) or []
+            stream.seek(0)
+            problems = transaction.run(lambda *_: stream.fileno(), None) or []
         of_room = (rpm.RPMPROB_DISKSPACE, rpm.RPMPROB_DISKNODES)
         words = [text for text, problem in problems if problem[0] not in of_room]
         if words:
