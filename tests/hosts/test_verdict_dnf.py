@@ -5,6 +5,7 @@ remedy is typed as it stands in the report, the services run again, and the new 
 """
 
 import json
+import shutil
 import time
 from dataclasses import dataclass
 from typing import Callable, Optional, Union
@@ -13,7 +14,9 @@ import pytest
 from disposable_hosts import snapshot
 from disposable_hosts.dnf import site as dnf
 from disposable_hosts.dnf.repository import PACKAGE, build_package
+from disposable_hosts.polling import wait_until
 from disposable_hosts.signing_key import SigningKey
+from disposable_hosts.web_server import FAULT_FILE, PASSWORD_FILE
 
 SERVICE = "dnf-automatic-install.service"
 MAIN, AUTOMATIC, LOCKS = "/etc/dnf/dnf.conf", "/etc/dnf/automatic.conf", "/etc/dnf/plugins/versionlock.list"
@@ -24,7 +27,9 @@ TIMER_DROP_IN = f"{dnf.DROP_INS}/local.conf"
 # What the timer starts in the next night: DNF takes its caches for as old as they are then.
 NEXT_NIGHT = (
     "find /var/cache/dnf -path '*/repodata/*' -exec touch --date='25 hours ago' {} + ;"
-    f"[ $(systemctl show --property=SubState --value {dnf.TIMER}) != waiting ] || {{ systemctl reset-failed {SERVICE}; systemctl start {SERVICE}; }}"
+    f"next=$(systemctl show --property=NextElapseUSecRealtime --value {dnf.TIMER}); unit=$(systemctl show --property=Unit --value {dnf.TIMER});"
+    f'[ "$(systemctl show --property=ActiveState --value {dnf.TIMER})" != active ] || [ -z "$next" ] ||'
+    ' [ $(date --date="$next" +%s) -gt $(($(date +%s) + 8 * 86400)) ] || { systemctl reset-failed $unit; systemctl start $unit; }'
 )
 
 # It would wait a minute for a server that is away.
@@ -78,6 +83,48 @@ def full_cache(site):
     site.host.run(
         "cp --archive /var/cache/dnf /root/cache && mount -t tmpfs -o size=2M tmpfs /var/cache/dnf &&"
         "cp --archive /root/cache/. /var/cache/dnf && rm --recursive /root/cache; cat /dev/zero > /var/cache/dnf/full || true"
+    )
+
+
+def module_of_another_repository(site):
+    document = (
+        "---\ndocument: modulemd\nversion: 2\ndata:\n  name: velmora\n  stream: '1'\n  version: 1\n  context: a1\n  arch: noarch\n  summary: x\n  description: x\n"
+        f"  license: {{module: [MIT]}}\n  artifacts: {{rpms: ['{PACKAGE}-0:1.0-1.noarch']}}\n...\n"
+    )
+    other_repository(site, "", build_package(PACKAGE, "1.0"))
+    site.host.write("/srv/modules.yaml", document)
+    site.host.run("modifyrepo_c --mdtype=modules /srv/modules.yaml /srv/other/repodata")
+    site.host.write("/etc/dnf/modules.d/velmora.module", "[velmora]\nname=velmora\nstream=1\nprofiles=\nstate=enabled\n")
+
+
+def hiding_plugin(site):
+    site.host.write(
+        "/srv/other/plugins/hide.py",
+        "import dnf\n\n\nclass Hide(dnf.Plugin):\n    name = 'hide'\n\n    def sack(self):\n        found = self.base.sack.query().available()\n"
+        f"        self.base.sack.add_excludes(found.filterm(name='{PACKAGE}', version__neq='1.0'))\n",
+    )
+    site.host.run(f"sed -i '/^\\[main\\]/a pluginpath=/srv/other/plugins' {MAIN}")
+
+
+def package_with_the_same_file(site):
+    site.host.copy_in(build_package("zant-rival", "1.0", package_shares_a_file="1"), "/root/rival.rpm")
+    site.host.run("rpm --install /root/rival.rpm")
+
+
+def nobody_keeps_the_timer(site):
+    site.minder.configure(site.settings({"minder.automatic_upgrades": "false"}))
+    site.host.run(f"systemctl stop {dnf.TIMER}")
+
+
+def package_minder_keeps_the_timer(site):
+    site.minder.configure(site.settings())
+    site.minder.once()
+
+
+def locked_database(site):
+    site.host.run(
+        "setsid python3 -c 'import fcntl, time; file = open(\"/var/lib/rpm/.rpm.lock\", \"a\"); fcntl.lockf(file, fcntl.LOCK_EX); print(flush=True); time.sleep(900)'"
+        " < /dev/null 2>&1 > /run/locked & until test -s /run/locked; do sleep 0.1; done"
     )
 
 
@@ -146,6 +193,30 @@ STORIES = (
           repair=lambda site: site.repository.publish("2.1"), version="2.1"),
     Story("no-room", full_cache, "disk.full", "/var/cache/dnf", repair="umount /var/cache/dnf"),
     Story("read-only", f"mount -t tmpfs tmpfs {FILES} && echo 1.0 > {FILES}/version && mount -o remount,ro {FILES}", "disk.read_only", FILES),
+    Story("timer-far", drop_in(TIMER_DROP_IN.replace("local", "zz-local"), "[Timer]\\nOnCalendar=\\nOnCalendar=2099-01-01\\n") + f" && systemctl restart {dnf.TIMER}",
+          "timer.far_ahead", "2099-01-01"),
+    Story("timer-elsewhere",
+          drop_in(TIMER_DROP_IN, "[Timer]\\nUnit=dnf-automatic-notifyonly.service\\n") + f" && systemctl restart {dnf.TIMER}",
+          "timer.elsewhere", "Unit=dnf-automatic-notifyonly.service"),
+    Story("timer-invalid", drop_in(TIMER_DROP_IN.replace("local", "zz-local"), "[Timer]\\nOnCalendar=\\n") + f"; systemctl restart {dnf.TIMER} || true",
+          "timer.invalid", "LoadState=bad-setting"),
+    Story("timer-condition", drop_in(TIMER_DROP_IN, "[Unit]\\nConditionPathExists=/nowhere\\n") + f" && systemctl restart {dnf.TIMER}",
+          "timer.condition_unmet", "ConditionResult=no"),
+    Story("timer-missing", f"rm /usr/lib/systemd/system/{dnf.TIMER} && systemctl stop {dnf.TIMER}; systemctl daemon-reload", "timer.missing", "LoadState=not-found"),
+    Story("nobody-keeps-the-timer", nobody_keeps_the_timer, "upgrades.switched_off", "minder.automatic_upgrades=false", repair=package_minder_keeps_the_timer),
+    Story("service-invalid", drop_in(SERVICE_DROP_IN, "[Service]\\nExecStart=\\n"), "service.invalid", "LoadState=bad-setting"),
+    Story("service-missing", f"rm /usr/lib/systemd/system/{SERVICE} && systemctl daemon-reload", "service.missing", "LoadState=not-found"),
+    Story("service-changed", drop_in(SERVICE_DROP_IN, "[Service]\\nExecStartPre=/bin/false\\n"), "service.changed", "local.conf:2: ExecStartPre=/bin/false"),
+    Story("service-unprivileged", drop_in(SERVICE_DROP_IN, "[Service]\\nUser=nobody\\n"), "service.unprivileged", "User=nobody"),
+    Story("service-confined", drop_in(SERVICE_DROP_IN, "[Service]\\nReadOnlyPaths=/usr\\n"), "service.confined", "ReadOnlyPaths=/usr"),
+    Story("program-missing", "chmod 644 /usr/bin/dnf-automatic", "service.program_missing", "not executable"),
+    Story("module", module_of_another_repository, "package.in_module", "velmora"),
+    Story("plugin", hiding_plugin, "package.hidden", "repoquery", repair=f"sed -i /^pluginpath/d {MAIN}"),
+    Story("same-file", package_with_the_same_file, "package.refused_by_rpm", "conflicts with file from package zant-rival", tells_before=False,
+          new=lambda site: site.repository.publish("2.0", package_shares_a_file="1"), repair="rpm --erase zant-rival"),
+    Story("lock-of-rpm", locked_database, "lock.held", "/var/lib/rpm/.rpm.lock"),
+    Story("lock-of-dnf", "echo nonsense > /var/cache/dnf/metadata_lock.pid", "lock.held", "/var/cache/dnf/metadata_lock.pid: nonsense"),
+    Story("never-refreshed", "rm --recursive --force /var/cache/dnf/quorvane*", "repository.never_refreshed", "no repomd.xml", is_mended_in_time=True),
     Story("removed", f"rpm --erase {PACKAGE}", "package.not_installed", "rpm --query"),
 )
 
@@ -174,7 +245,8 @@ class Shared:
         site.host.run(
             f"umount /var/cache/dnf {FILES} 2> /dev/null; rm --recursive --force /srv/other /etc/yum.repos.d/other.repo;"
             f"rpm --upgrade --oldpackage --force --nosignature /root/package.rpm; rpm --erase zant-rival zant-provider 2> /dev/null;"
-            f"rm --force {SERVICE_DROP_IN}; rm --recursive --force /var/cache/dnf/quorvane*; "
+            f"rm --force {SERVICE_DROP_IN} {TIMER_DROP_IN} {TIMER_DROP_IN.replace('local', 'zz-local')}; chmod 755 /usr/bin/dnf-automatic;"
+            "rm --recursive --force /var/cache/dnf/quorvane* /var/cache/dnf/*_lock.pid;"
             "cd /etc && rm --recursive dnf yum.repos.d && cp --archive /root/kept/* /etc;"
             f"systemctl daemon-reload; systemctl reset-failed; package-minder once && dnf --quiet makecache && {NEXT_NIGHT}"
         )
@@ -278,12 +350,32 @@ def test_a_healthy_host_has_no_cause(open_dnf_site, image):
     assert why(site)["causes"] == [], "a week without anything new"
 
 
+def damaged_index(site):
+    (site.repository.location.resolve() / "repodata" / "repomd.xml").write_text("nonsense")
+
+
+def ask_for_password(site):
+    site.server.ask_for_password("somebody", "secret")
+
+
+def faulty_server(site):
+    (site.web_root / FAULT_FILE).touch()
+
+
 ROADS = (
     ("name", f"sed -i s/repo.velmora.test/nobody.invalid/ {dnf.REPO_FILE}", "server.name_unknown"),
     ("closed", f"sed -i s,repo.velmora.test,repo.velmora.test:9, {dnf.REPO_FILE}", "server.unreachable"),
     ("nothing-there", f"sed -i s,systemd-production,elsewhere, {dnf.REPO_FILE}", "repository.not_found"),
     ("proxy", in_section(dnf.REPO_FILE, "quorvane", "proxy=http://repo.velmora.test:9"), "server.unreachable"),
-    ("certificate", f"sed -i s,http://repo.velmora.test/velmora-yum-repo/repos,https://repo.velmora.test/velmora-yum-repo/repos, {dnf.REPO_FILE}", "server.unreachable"),
+    ("name-of-proxy", in_section(dnf.REPO_FILE, "quorvane", "proxy=http://nobody.invalid:3128"), "proxy.unreachable"),
+    ("no-https", f"sed -i s,^baseurl=http:,baseurl=https:, {dnf.REPO_FILE}", "server.unreachable"),
+    ("no-tls", f"sed -i s,^baseurl=http://repo.velmora.test,baseurl=https://repo.velmora.test:80, {dnf.REPO_FILE}", "server.tls_failed"),
+    ("no-authorities",
+     f"sed -i s,^baseurl=http://repo.velmora.test,baseurl=https://repo.velmora.test:80, {dnf.REPO_FILE} && " + in_section(dnf.REPO_FILE, "quorvane", "sslcacert=/nowhere"),
+     "server.certificate_refused"),
+    ("password", ask_for_password, "repository.access_denied"),
+    ("fault", faulty_server, "server.failing"),
+    ("index", damaged_index, "repository.inconsistent"),
 )
 
 
@@ -291,8 +383,8 @@ ROADS = (
 def test_the_road_to_the_repository_is_proved_when_asked(shared, breaks, code):
     site = shared.take()
     kept = site.host.read(dnf.REPO_FILE)
-    _do(site, breaks)
     site.repository.publish("2.0")
+    _do(site, breaks)
 
     report = why(site, "--online")
 
@@ -300,8 +392,90 @@ def test_the_road_to_the_repository_is_proved_when_asked(shared, breaks, code):
     assert code in [cause["code"] for cause in report["causes"]], report["causes"]
     _night(site)
     assert site.installed_version() == "1.0"
+    for name in (PASSWORD_FILE, FAULT_FILE):
+        (site.web_root / name).unlink(missing_ok=True)
     site.host.write(dnf.REPO_FILE, kept)
     shared.give_back(site)
+
+
+def test_a_certificate_of_an_unknown_authority_is_named(open_dnf_site):
+    site = open_dnf_site(https=True)
+    site.minder.once()
+    site.host.run(IMPATIENT)
+    assert why(site, "--online")["causes"] == []
+    site.host.run("openssl req -x509 -newkey rsa:2048 -nodes -subj /CN=other -keyout /dev/null -out /root/other.pem 2> /dev/null")
+    site.host.run(in_section(dnf.REPO_FILE, "quorvane", "sslcacert=/root/other.pem"))
+
+    report = why(site, "--online")
+
+    assert (report["verdict"], [cause["code"] for cause in report["causes"]]) == ("blocked", ["server.certificate_refused"])
+
+
+def test_what_another_repository_may_have_is_unknown_until_it_was_asked(shared):
+    site = shared.take()
+    directory = site.web_root / "other"
+    directory.mkdir()
+    provider = build_package("zant-provider", "1.0", package_tag="Provides: nothing-has-this")
+    (directory / provider.name).write_bytes(provider.read_bytes())
+    site.host.copy_in(provider, f"/srv/other/{provider.name}")
+    site.host.run("createrepo_c --quiet /srv/other")
+    shutil.copytree(f"{site.host.root}/srv/other/repodata", directory / "repodata")
+    site.repository.publish("2.0", package_tag="Requires: nothing-has-this")
+    site.host.run("rm --recursive --force /var/cache/dnf/quorvane*; dnf --quiet makecache")
+    site.host.write("/etc/yum.repos.d/other.repo", "[other]\nname=other\nbaseurl=http://repo.velmora.test/other/\ngpgcheck=0\n")
+
+    cause = causes(site)["solver.unknown"]
+
+    assert "nothing-has-this" in cause["evidence"]
+    site.host.run(cause["remedy"])
+    assert why(site)["verdict"] == "waiting"
+    _night(site)
+    assert site.installed_version() == "2.0"
+    shutil.rmtree(directory)
+    shared.give_back(site)
+
+
+@pytest.mark.parametrize("image", ["el-bookworm", "el-trixie"])
+def test_an_upgrade_at_work_is_no_cause(open_dnf_site, image):
+    site = open_dnf_site(image)
+    site.minder.once()
+    site.repository.publish("2.0", package_takes_seconds="20")
+    site.host.run(f"rm --recursive --force /var/cache/dnf/quorvane*; systemctl start --no-block {SERVICE}")
+    wait_until(lambda: site.host.run("pgrep --exact sleep", check=False).status, "the script of the new version", expect=0, timeout=60)
+
+    seen = [why(site), why(site, "--online")]
+
+    assert site.host.succeeds("pgrep --exact sleep"), "the run is still going on"
+    assert [report["causes"] for report in seen] == [[], []]
+    site.wait_for_version("2.0")
+    wait_until(lambda: site.host.run(f"systemctl is-active {SERVICE}", check=False).output.strip(), "the end of the run", expect="inactive")
+    assert (why(site)["verdict"], why(site)["causes"]) == ("up_to_date", [])
+
+
+# All that tells the time of the last nights, as after a week in which the host was off.
+WEEK_LATER = (
+    f"systemctl stop {dnf.TIMER};"
+    "find /var/cache/dnf /var/lib/dnf /var/lib/systemd/timers /var/log -type f -not -path '*/journal/*' -exec touch --date='8 days ago' {} + ;"
+    f"touch --date='8 days ago' /var/lib/systemd/timers/stamp-{dnf.TIMER}; systemctl start {dnf.TIMER}"
+)
+
+
+@pytest.mark.parametrize("image", ["el-bookworm", "el-trixie"])
+def test_a_week_without_power_is_no_cause(open_dnf_site, image):
+    site = open_dnf_site(image)
+    site.minder.once()
+    site.host.run(IMPATIENT)
+    _night(site)
+    site.host.run(WEEK_LATER)
+
+    back = why(site)
+    assert (back["verdict"], back["causes"]) == ("up_to_date", [])
+    assert back["next_run"]
+    site.repository.publish("2.0")
+    assert (why(site, "--online")["verdict"], why(site, "--online")["causes"]) == ("waiting", [])
+    _night(site)
+    assert site.installed_version() == "2.0"
+    assert (why(site)["verdict"], why(site)["causes"]) == ("up_to_date", [])
 
 
 @pytest.mark.parametrize("command", ["status", "check", "plan", "why", "why --online"])

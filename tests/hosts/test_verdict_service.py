@@ -169,3 +169,26 @@ def test_monitoring_gets_one_line_and_its_exit_status(site):
     site.minder.configure({"minder.interval": "soon"})
     seen = site.minder.run("status --monitoring", check=False)
     assert (seen.status, seen.output.count("PACKAGE_MINDER UNKNOWN - ")) == (3, 1)
+
+
+def test_a_dnf_host_is_told_of_too(open_dnf_site):
+    """The service is confined, and what DNF is asked with must not need more."""
+    site = open_dnf_site(settings=SETTINGS)
+    site.host.run(f"mkdir -p {METRICS.rsplit('/', 1)[0]}")
+    site.minder.start()
+    site.wait_until_in_order()
+    wait_for_verdict(site, "up_to_date")
+    assert verdict(site)["outlook"]["causes"] == []
+
+    site.host.run("echo 'zant-velmora-0:1.0-1.*' >> /etc/dnf/plugins/versionlock.list")
+    wait_for_verdict(site, "blocked")
+    assert [cause["code"] for cause in verdict(site)["outlook"]["causes"]] == ["package.version_locked"]
+    wait_until(lambda: status_line(site), "systemd's line", expect=lambda line: re.match(r"blocked: zant-velmora .*; Last cycle ", line))
+    metrics = site.host.read(METRICS)
+    assert 'package_minder_verdict{verdict="blocked"} 1\n' in metrics
+    assert 'package_minder_cause{code="package.version_locked"} 1\n' in metrics
+
+    site.host.run("sed -i '$d' /etc/dnf/plugins/versionlock.list")
+    wait_for_verdict(site, "up_to_date")
+    wait_until(lambda: site.host.read(METRICS), "the metrics", expect=lambda text: 'package_minder_verdict{verdict="up_to_date"} 1\n' in text)
+    assert changes_in_log(site) == [(4, "blocked"), (5, "up to date")]

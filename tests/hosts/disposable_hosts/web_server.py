@@ -21,6 +21,8 @@ NAME = "repo.velmora.test"
 HTTP_PORT, HTTPS_PORT = 80, 443
 # What it asks for; the first holds USER:PASSWORD.
 PASSWORD_FILE, CERTIFICATE_FILE = ".password", ".certificate"
+# It has a fault of its own while this file is there.
+FAULT_FILE = ".fault"
 # Nobody listens here.
 CLOSED_PORT = 9
 
@@ -103,6 +105,9 @@ class _Handler(http.server.SimpleHTTPRequestHandler):
     def send_head(self):
         # Its answers to this header compare whole seconds; tests publish more often.
         del self.headers["If-Modified-Since"]
+        if (Path(self.directory) / FAULT_FILE).exists():
+            self._refuse(503)
+            return None
         if not self._has_password():
             self._refuse(401, "WWW-Authenticate", 'Basic realm="repository"')
             return None

@@ -9,7 +9,7 @@ from disposable_hosts.dnf.repository import KEY_ALGORITHM, SPEC, DnfRepository, 
 from disposable_hosts.dnf.site import DnfSite
 from disposable_hosts.signing_key import SigningKey
 
-from predict.situation import Disturbance, Family, do, put, timer_fires
+from predict.situation import Disturbance, Family, do, put, show, timer_fires
 
 PACKAGE = "zant-velmora"
 MAIN = "/etc/dnf/dnf.conf"
@@ -391,4 +391,5 @@ class DnfFamily(Family):
         site.host.run("find /var/cache/dnf -path '*/repodata/*' -exec touch --date='25 hours ago' {} +", check=False)
         if timer_fires(site, dnf.TIMER):
             # A run that waits for a lock waits for ever.
-            site.host.run(f"systemctl reset-failed {SERVICE}; timeout 80 systemctl start {SERVICE} || systemctl stop {SERVICE}", check=False, timeout=300)
+            service = show(site, dnf.TIMER, "Unit")["Unit"]
+            site.host.run(f"systemctl reset-failed {service}; timeout 80 systemctl start {service} || systemctl stop {service}", check=False, timeout=300)

@@ -197,10 +197,11 @@ def description_of(package, version, number):
         '<package type="rpm"><name>%s</name><arch>%s</arch><version epoch="%d" ver=%s rel=%s/>'
         '<checksum type="sha256" pkgid="YES">%064x</checksum><summary/><description/><packager/><url/>'
         '<time file="%d" build="%d"/><size package="%d" installed="%d" archive="0"/><location href="%d.rpm"/>'
-        "<format><rpm:license/><rpm:vendor/><rpm:sourcerpm/>%s%s%s%s%s</format></package>"
+        "<format><rpm:license/>%s<rpm:sourcerpm/>%s%s%s%s%s</format></package>"
     ) % (
         escape(package.name), package.arch, package.epoch, quoteattr(version), quoteattr(package.release), number,
         time.time(), time.time(), package.downloadsize, package.installsize, number,
+        "<rpm:vendor>%s</rpm:vendor>" % escape(getattr(package, "vendor", None) or ""),
         dependencies_of("provides", package.provides, evr, new_evr),
         dependencies_of("requires", package.requires, evr, new_evr),
         dependencies_of("conflicts", package.conflicts, evr, new_evr),

@@ -17,6 +17,7 @@
 
 #include <algorithm>
 #include <optional>
+#include <sstream>
 #include <string>
 #include <utility>
 
@@ -62,6 +63,12 @@ Causes obstacle_causes(const Run_Preview& preview) {
              "DNF does not tell what the next run of its upgrades would do", problem.what(),
              "dnf-automatic /etc/dnf/automatic.conf --no-installupdates --no-downloadupdates"}};
   }
+}
+
+// On a host that was off there was no run that could have refreshed it.
+bool had_night(const std::optional<Upgrade_Units>& units, std::chrono::system_clock::time_point now) {
+  const auto start = units ? timer_start_of(*units) : std::nullopt;
+  return !start || now - *start > std::chrono::hours(25);
 }
 
 std::optional<Cause> find_old_metadata(const Run_Preview& preview,
@@ -123,7 +130,7 @@ void add_units(Upgrade_Outlook& outlook, const Outlook_Question& question,
                                              : std::nullopt) {
       outlook.causes.push_back(*change);
     }
-    outlook.next_run = next_run_of(*units);
+    outlook.next_run = next_run_of(*units, question.now);
     outlook.last_run = last_run_of(*units);
   }
 }
@@ -131,9 +138,14 @@ void add_units(Upgrade_Outlook& outlook, const Outlook_Question& question,
 }  // namespace
 
 Upgrade_Outlook find(const Outlook_Question& question) {
-  const auto units = question.init == velmora::Init::systemd
-                         ? ask_for_upgrade_units(*question.services.system)
-                         : std::nullopt;
+  auto units = question.init == velmora::Init::systemd ? ask_for_upgrade_units(*question.services.system)
+                                                       : std::nullopt;
+  if (units) {
+    std::istringstream uptime(
+        question.services.filesystem->read_file("/proc/uptime", velmora::Read_Flag::WHOLE_TEXT));
+    long long seconds = 0;
+    units->uptime = uptime >> seconds ? std::chrono::seconds(seconds) : std::chrono::seconds(0);
+  }
   const auto arguments = units ? words_of_automatic(*units) : std::nullopt;
   const Run_Preview preview = preview_run(question, arguments.value_or(USUAL_WORDS));
 
@@ -146,7 +158,9 @@ Upgrade_Outlook find(const Outlook_Question& question) {
   add_units(outlook, question, units);
   append(outlook.causes, find_held_locks(question, locks_of(preview)));
   append(outlook.causes, obstacle_causes(preview));
-  for (auto& cause : {find_old_metadata(preview, question.now), find_other_address(question, preview)}) {
+  const auto old_metadata =
+      had_night(units, question.now) ? find_old_metadata(preview, question.now) : std::nullopt;
+  for (const auto& cause : {old_metadata, find_other_address(question, preview)}) {
     if (cause) {
       outlook.causes.push_back(*cause);
     }

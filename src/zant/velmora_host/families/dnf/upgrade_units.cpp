@@ -12,6 +12,7 @@
 #include <boost/algorithm/string/split.hpp>
 #include <boost/algorithm/string/trim.hpp>
 
+#include <algorithm>
 #include <set>
 #include <sstream>
 #include <string_view>
@@ -28,7 +29,7 @@ constexpr const char* UNITS_QUERY =
     "--property=Id,LoadState,LoadError,UnitFileState,ActiveState,Result,Unit,NextElapseUSecRealtime,"
     "NextElapseUSecMonotonic,ExecStart,ExecMainStatus,ExecMainExitTimestamp,ConditionResult,"
     "ConditionTimestamp,FragmentPath,DropInPaths,User,ReadOnlyPaths,InaccessiblePaths,ProtectSystem,"
-    "PrivateNetwork "
+    "PrivateNetwork,ActiveEnterTimestamp "
     "dnf-automatic-install.timer dnf-automatic-install.service";
 
 constexpr const char* SERVICE = "dnf-automatic-install.service";
@@ -75,6 +76,38 @@ std::optional<system_clock::time_point> time_from(const std::string& text) {
   }
 }
 
+// "1y 2month 3w 4d 5h 6min 7.5s"
+std::optional<std::chrono::seconds> span_from(const std::string& text) {
+  static const std::map<std::string, double> units = {{"y", 31557600}, {"month", 2629800}, {"w", 604800},
+                                                      {"d", 86400},    {"h", 3600},        {"min", 60},
+                                                      {"s", 1},        {"ms", 0.001},      {"us", 0.000001}};
+  std::istringstream words(text);
+  std::optional<std::chrono::seconds> span;
+  double seconds = 0;
+  double number = 0;
+  for (std::string unit; words >> number >> unit;) {
+    const auto found = units.find(unit);
+    if (found == units.end()) {
+      return std::nullopt;
+    }
+    seconds += number * found->second;
+    span = std::chrono::seconds(static_cast<long long>(seconds));
+  }
+  return span;
+}
+
+// The sooner one of a time of the calendar and a time since the boot.
+std::optional<system_clock::time_point> next_time_of(const Upgrade_Units& units,
+                                                     system_clock::time_point now) {
+  const auto calendar = time_from(value_of(units.timer, "NextElapseUSecRealtime"));
+  const auto since_boot = span_from(value_of(units.timer, "NextElapseUSecMonotonic"));
+  if (!since_boot || units.uptime.count() == 0) {
+    return calendar;
+  }
+  const auto other = now + (*since_boot - units.uptime);
+  return calendar ? std::min(*calendar, other) : other;
+}
+
 Cause blocking(const char* code, std::string message, std::string evidence, std::string remedy) {
   return {Cause_Effect::BLOCKS, code, std::move(message), std::move(evidence), std::move(remedy)};
 }
@@ -88,7 +121,10 @@ std::string restart_of_timer() {
   return fmt::format("systemctl start {}", timer_name());
 }
 
-std::optional<Cause> find_timer_cause(const Properties& timer, system_clock::time_point now) {
+// Where the service is there, the package is installed, and package-minder installs nothing.
+std::optional<Cause> find_timer_cause(const Upgrade_Units& units, system_clock::time_point now) {
+  const Properties& timer = units.timer;
+  const bool has_service = !is(units.service, "LoadState", "not-found");
   const std::string name = timer_name();
   const std::string evidence =
       evidence_of(timer, {"LoadState", "LoadError", "UnitFileState", "ActiveState", "Result"});
@@ -97,8 +133,9 @@ std::optional<Cause> find_timer_cause(const Properties& timer, system_clock::tim
                     fmt::format("systemctl unmask {} && {}", name, restart_of_timer()));
   }
   if (is(timer, "LoadState", "not-found")) {
-    return blocking("timer.missing", fmt::format("{} is missing: nothing starts the upgrades", name),
-                    evidence, "package-minder once");
+    return blocking(
+        "timer.missing", fmt::format("{} is missing: nothing starts the upgrades", name), evidence,
+        has_service ? "dnf -y reinstall dnf-automatic && package-minder once" : "package-minder once");
   }
   if (!is(timer, "LoadState", "loaded")) {
     return blocking("timer.invalid", fmt::format("systemd cannot read {}", name), evidence,
@@ -131,9 +168,10 @@ std::optional<Cause> find_timer_cause(const Properties& timer, system_clock::tim
         evidence_of(timer, {"Unit", "DropInPaths"}),
         fmt::format("systemctl revert {0} && systemctl restart {0} && package-minder once", name));
   }
-  const auto next = time_from(value_of(timer, "NextElapseUSecRealtime"));
+  const auto next = next_time_of(units, now);
   return next ? find_far_run(
-                    name, *next, now, evidence_of(timer, {"NextElapseUSecRealtime", "DropInPaths"}),
+                    name, *next, now,
+                    evidence_of(timer, {"NextElapseUSecRealtime", "NextElapseUSecMonotonic", "DropInPaths"}),
                     fmt::format("systemctl revert {0} && systemctl restart {0} && package-minder once", name))
               : std::nullopt;
 }
@@ -239,7 +277,7 @@ std::optional<Upgrade_Units> ask_for_upgrade_units(velmora::System& system) {
 
 Causes find_unit_causes(const Upgrade_Units& units, bool are_wanted, system_clock::time_point now) {
   Causes causes;
-  if (auto cause = find_timer_cause(units.timer, now)) {
+  if (auto cause = find_timer_cause(units, now)) {
     if (!are_wanted) {
       cause->code = "upgrades.switched_off";
       cause->message = "package-minder does not keep automatic upgrades running, and nothing else does";
@@ -300,9 +338,13 @@ bool is_upgrading(const Upgrade_Units& units) {
   return is(units.service, "ActiveState", "activating");
 }
 
-std::optional<system_clock::time_point> next_run_of(const Upgrade_Units& units) {
-  return is(units.timer, "ActiveState", "active") ? time_from(value_of(units.timer, "NextElapseUSecRealtime"))
-                                                  : std::nullopt;
+std::optional<system_clock::time_point> next_run_of(const Upgrade_Units& units,
+                                                    system_clock::time_point now) {
+  return is(units.timer, "ActiveState", "active") ? next_time_of(units, now) : std::nullopt;
+}
+
+std::optional<system_clock::time_point> timer_start_of(const Upgrade_Units& units) {
+  return time_from(value_of(units.timer, "ActiveEnterTimestamp"));
 }
 
 std::optional<Upgrade_Run> last_run_of(const Upgrade_Units& units) {

@@ -18,6 +18,9 @@ struct Upgrade_Units {
 
   Properties timer;
   Properties service;
+
+  /// The first number of /proc/uptime, which systemd counts some times from; 0 when it is not known.
+  std::chrono::seconds uptime{0};
 };
 
 /// What systemd says of both; nothing when it does not answer.
@@ -39,7 +42,12 @@ std::optional<std::vector<std::string>> words_of_automatic(const Upgrade_Units& 
 /// Whether a run is going on.
 bool is_upgrading(const Upgrade_Units& units);
 
-std::optional<std::chrono::system_clock::time_point> next_run_of(const Upgrade_Units& units);
+std::optional<std::chrono::system_clock::time_point> next_run_of(const Upgrade_Units& units,
+                                                                 std::chrono::system_clock::time_point now);
+
+/// Since when the timer has been running.
+std::optional<std::chrono::system_clock::time_point> timer_start_of(const Upgrade_Units& units);
+
 std::optional<Upgrade_Run> last_run_of(const Upgrade_Units& units);
 
 }  // namespace zant::velmora_host::dnf_outlook

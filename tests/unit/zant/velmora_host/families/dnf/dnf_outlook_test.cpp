@@ -38,13 +38,15 @@ class DnfOutlook : public ::testing::Test {
     host_.system->on(INSTALLED, 0, "1.0-1");
   }
 
-  void answer_units(const std::string& of_service) {
+  void answer_units(const std::string& of_service, const std::string& of_timer = "") {
     host_.system->on_like(SHOW, 0,
                           "Id=dnf-automatic-install.timer\nLoadState=loaded\nActiveState=active\n"
-                          "NextElapseUSecRealtime=Mon 2026-11-23 03:00:00 UTC\n\n"
-                          "Id=dnf-automatic-install.service\nLoadState=loaded\nActiveState=inactive\n"
-                          "ExecStart={ path=/usr/bin/dnf-automatic ; argv[]=/usr/bin/dnf-automatic "
-                          "/etc/dnf/automatic.conf --installupdates ; ignore_errors=no ; }\n" +
+                          "NextElapseUSecRealtime=Mon 2026-11-23 03:00:00 UTC\n" +
+                              of_timer +
+                              "\n"
+                              "Id=dnf-automatic-install.service\nLoadState=loaded\nActiveState=inactive\n"
+                              "ExecStart={ path=/usr/bin/dnf-automatic ; argv[]=/usr/bin/dnf-automatic "
+                              "/etc/dnf/automatic.conf --installupdates ; ignore_errors=no ; }\n" +
                               of_service);
   }
 
@@ -174,6 +176,9 @@ TEST_F(DnfOutlook, NamesMetadataOfLongAgo) {
                      "obstacles": []})");
 
   EXPECT_THAT(codes(), ElementsAre("repository.not_refreshed"));
+
+  answer_units("", "ActiveEnterTimestamp=Sun 2026-11-22 11:00:00 UTC\n");
+  EXPECT_THAT(codes(), IsEmpty()) << "the host was off";
 }
 
 TEST_F(DnfOutlook, NamesAnotherRepositoryThanTheSettingsDo) {

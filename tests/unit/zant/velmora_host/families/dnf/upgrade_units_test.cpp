@@ -22,7 +22,7 @@ constexpr const char* SHOW =
     "--property=Id,LoadState,LoadError,UnitFileState,ActiveState,Result,Unit,NextElapseUSecRealtime,"
     "NextElapseUSecMonotonic,ExecStart,ExecMainStatus,ExecMainExitTimestamp,ConditionResult,"
     "ConditionTimestamp,FragmentPath,DropInPaths,User,ReadOnlyPaths,InaccessiblePaths,ProtectSystem,"
-    "PrivateNetwork "
+    "PrivateNetwork,ActiveEnterTimestamp "
     "dnf-automatic-install.timer dnf-automatic-install.service";
 
 const auto NOW = parse_iso_time("2026-11-22T12:00:00Z");
@@ -46,7 +46,7 @@ class DnfUpgradeUnits : public ::testing::Test {
          "--installupdates ; ignore_errors=no ; pid=0 }"}};
   }
 
-  Upgrade_Units units() const { return {timer_, service_}; }
+  Upgrade_Units units() const { return {timer_, service_, std::chrono::hours(24)}; }
 
   std::vector<std::string> codes(bool are_wanted = true) const {
     std::vector<std::string> codes;
@@ -64,7 +64,7 @@ class DnfUpgradeUnits : public ::testing::Test {
 
 TEST_F(DnfUpgradeUnits, OfAHealthyHostHaveNoCause) {
   EXPECT_THAT(codes(), IsEmpty());
-  EXPECT_EQ(next_run_of(units()), parse_iso_time("2026-11-23T03:01:58Z"));
+  EXPECT_EQ(next_run_of(units(), NOW), parse_iso_time("2026-11-23T03:01:58Z"));
   EXPECT_FALSE(last_run_of(units())) << "none since boot";
   EXPECT_THAT(
       words_of_automatic(units()).value(),
@@ -118,6 +118,10 @@ TEST_F(DnfUpgradeUnits, NameAMissingTimerOnce) {
 
   EXPECT_THAT(codes(), ElementsAre("timer.missing"));
   EXPECT_EQ(remedy(), "package-minder once");
+
+  service_["LoadState"] = "loaded";
+  EXPECT_THAT(codes(), ElementsAre("timer.missing"));
+  EXPECT_EQ(remedy(), "dnf -y reinstall dnf-automatic && package-minder once");
 }
 
 TEST_F(DnfUpgradeUnits, NameATimerWithoutATimeToCome) {
@@ -140,6 +144,19 @@ TEST_F(DnfUpgradeUnits, NameATimerWhoseTimeIsFarAway) {
   const Cause never = find_unit_causes(units(), true, NOW).at(0);
   EXPECT_EQ(never.effect, Cause_Effect::BLOCKS);
   EXPECT_EQ(never.message, "dnf-automatic-install.timer starts nothing before 2099-01-01T00:00:00Z");
+}
+
+TEST_F(DnfUpgradeUnits, KnowATimeSinceTheBoot) {
+  timer_["NextElapseUSecRealtime"] = "";
+  timer_["NextElapseUSecMonotonic"] = "1d 1h 30min 2.5s";
+  EXPECT_EQ(next_run_of(units(), NOW), parse_iso_time("2026-11-22T13:30:02Z"));
+  EXPECT_THAT(codes(), IsEmpty());
+
+  timer_["NextElapseUSecMonotonic"] = "10y";
+  EXPECT_THAT(codes(), ElementsAre("timer.far_ahead"));
+
+  timer_["NextElapseUSecMonotonic"] = "1 moon";
+  EXPECT_FALSE(next_run_of(units(), NOW));
 }
 
 TEST_F(DnfUpgradeUnits, NameATimerOfSomethingElse) {
@@ -207,7 +224,7 @@ TEST_F(DnfUpgradeUnits, SurviveNonsense) {
   for (const char* text : {"", "n/a", "Mon 2026-99-99 03:00:00 UTC", "Mon 2026-11-23 03:00:00 CET", "0"}) {
     timer_["NextElapseUSecRealtime"] = text;
     service_["ExecMainExitTimestamp"] = text;
-    EXPECT_FALSE(next_run_of(units())) << text;
+    EXPECT_FALSE(next_run_of(units(), NOW)) << text;
     EXPECT_FALSE(last_run_of(units())) << text;
   }
   for (const char* text : {"", "argv[]=", "argv[]= ; ", "{ argv[]=dnf-automatic"}) {
