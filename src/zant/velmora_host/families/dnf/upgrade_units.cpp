@@ -1,6 +1,7 @@
 #include <zant/velmora_host/families/dnf/upgrade_units.hpp>
 
 #include <zant/velmora_host/base/iso_time.hpp>
+#include <zant/velmora_host/base/printable.hpp>
 #include <zant/velmora_host/families/far_run.hpp>
 
 #include <zant/velmora/dnf/dnf_constants.hpp>
@@ -27,13 +28,13 @@ using Properties = Upgrade_Units::Properties;
 constexpr const char* UNITS_QUERY =
     "TZ=UTC timeout --kill-after=1 4 systemctl show "
     "--property=Id,LoadState,LoadError,UnitFileState,ActiveState,Result,Unit,NextElapseUSecRealtime,"
-    "NextElapseUSecMonotonic,ExecStart,ExecMainStatus,ExecMainExitTimestamp,ConditionResult,"
-    "ConditionTimestamp,FragmentPath,DropInPaths,User,ReadOnlyPaths,InaccessiblePaths,ProtectSystem,"
-    "PrivateNetwork,ActiveEnterTimestamp "
+    "NextElapseUSecMonotonic,ExecStart,ExecMainStatus,ExecMainExitTimestamp,FragmentPath,DropInPaths,User,"
+    "ReadOnlyPaths,InaccessiblePaths,ProtectSystem,PrivateNetwork,ActiveEnterTimestamp "
     "dnf-automatic-install.timer dnf-automatic-install.service";
 
 constexpr const char* SERVICE = "dnf-automatic-install.service";
 constexpr const char* PROGRAM = "dnf-automatic";
+constexpr std::size_t LONGEST_WORDS = 1000;
 
 std::string timer_name() {
   return velmora::DNF_Constants::DNF_AUTOMATIC_TIMER;
@@ -117,6 +118,21 @@ bool never_elapses(const Properties& timer) {
   return value_of(timer, "NextElapseUSecRealtime").empty() && (monotonic.empty() || monotonic == "infinity");
 }
 
+std::string told_condition(const Properties& unit, const std::string& words) {
+  return fmt::format("systemd-analyze condition --unit={}: {}", value_of(unit, "Id"), words);
+}
+
+// Older releases cannot be asked for a unit's.
+std::string ask_for_unmet_condition(velmora::System& system, const std::string& unit) {
+  const auto answer = system.run_command(
+      fmt::format("LC_ALL=C timeout --kill-after=1 4 systemd-analyze condition --unit={} 2>&1", unit),
+      velmora::Run_Flag::WAIT_AND_CAPTURE);
+  const bool is_answer = answer.exit_code == 1 && answer.output.find("ondition") != std::string::npos &&
+                         answer.output.find("failed") != std::string::npos;
+  const std::string words = boost::algorithm::trim_copy(answer.output);
+  return is_answer ? std::string(whole_beginning(words, LONGEST_WORDS)) : "";
+}
+
 std::string restart_of_timer() {
   return fmt::format("systemctl start {}", timer_name());
 }
@@ -141,12 +157,10 @@ std::optional<Cause> find_timer_cause(const Upgrade_Units& units, system_clock::
     return blocking("timer.invalid", fmt::format("systemd cannot read {}", name), evidence,
                     fmt::format("systemctl revert {} && package-minder once", name));
   }
-  const bool is_kept_off_by_condition =
-      is(timer, "ConditionResult", "no") && !value_of(timer, "ConditionTimestamp").empty();
-  if (!is(timer, "ActiveState", "active") && is_kept_off_by_condition) {
+  if (!is(timer, "ActiveState", "active") && !units.timer_condition.empty()) {
     return blocking("timer.condition_unmet",
                     fmt::format("{} is not running: a condition in its unit is not met", name),
-                    evidence_of(timer, {"ActiveState", "ConditionResult", "FragmentPath", "DropInPaths"}),
+                    told_condition(timer, units.timer_condition),
                     fmt::format("systemctl revert {} && package-minder once", name));
   }
   if (!is(timer, "ActiveState", "active")) {
@@ -215,12 +229,10 @@ std::optional<Cause> find_service_cause(const Upgrade_Units& units) {
                                        "PrivateNetwork", "DropInPaths"}),
                  revert};
   }
-  if (is(service, "ConditionResult", "no") && !value_of(service, "ConditionTimestamp").empty()) {
-    return blocking(
-        "service.condition_unmet",
-        fmt::format("{} was not started: a condition in its unit is not met", SERVICE),
-        evidence_of(service, {"ConditionResult", "ConditionTimestamp", "FragmentPath", "DropInPaths"}),
-        revert);
+  if (!units.service_condition.empty()) {
+    return blocking("service.condition_unmet",
+                    fmt::format("{} is not started: a condition in its unit is not met", SERVICE),
+                    told_condition(service, units.service_condition), revert);
   }
   return std::nullopt;
 }
@@ -269,10 +281,18 @@ std::optional<Upgrade_Units> ask_for_upgrade_units(velmora::System& system) {
   if (answer.exit_code != 0 || gap == std::string::npos) {
     return std::nullopt;
   }
-  Upgrade_Units units = {properties_in(answer.output.substr(0, gap)),
-                         properties_in(answer.output.substr(gap + 2))};
-  const bool are_both = is(units.timer, "Id", timer_name().c_str()) && is(units.service, "Id", SERVICE);
-  return are_both ? std::optional(std::move(units)) : std::nullopt;
+  Upgrade_Units units = {
+      properties_in(answer.output.substr(0, gap)), properties_in(answer.output.substr(gap + 2)), "", "", {}};
+  if (!is(units.timer, "Id", timer_name().c_str()) || !is(units.service, "Id", SERVICE)) {
+    return std::nullopt;
+  }
+  if (is(units.timer, "LoadState", "loaded") && !is(units.timer, "ActiveState", "active")) {
+    units.timer_condition = ask_for_unmet_condition(system, timer_name());
+  }
+  if (is(units.service, "LoadState", "loaded")) {
+    units.service_condition = ask_for_unmet_condition(system, SERVICE);
+  }
+  return units;
 }
 
 Causes find_unit_causes(const Upgrade_Units& units, bool are_wanted, system_clock::time_point now) {

@@ -19,6 +19,10 @@ struct Upgrade_Units {
   Properties timer;
   Properties service;
 
+  /// What systemd says of a condition that keeps it from starting one now; empty where none does.
+  std::string timer_condition;
+  std::string service_condition;
+
   /// The first number of /proc/uptime, which systemd counts some times from; 0 when it is not known.
   std::chrono::seconds uptime{0};
 };

@@ -20,9 +20,8 @@ using ::testing::IsEmpty;
 constexpr const char* SHOW =
     "TZ=UTC timeout --kill-after=1 4 systemctl show "
     "--property=Id,LoadState,LoadError,UnitFileState,ActiveState,Result,Unit,NextElapseUSecRealtime,"
-    "NextElapseUSecMonotonic,ExecStart,ExecMainStatus,ExecMainExitTimestamp,ConditionResult,"
-    "ConditionTimestamp,FragmentPath,DropInPaths,User,ReadOnlyPaths,InaccessiblePaths,ProtectSystem,"
-    "PrivateNetwork,ActiveEnterTimestamp "
+    "NextElapseUSecMonotonic,ExecStart,ExecMainStatus,ExecMainExitTimestamp,FragmentPath,DropInPaths,User,"
+    "ReadOnlyPaths,InaccessiblePaths,ProtectSystem,PrivateNetwork,ActiveEnterTimestamp "
     "dnf-automatic-install.timer dnf-automatic-install.service";
 
 const auto NOW = parse_iso_time("2026-11-22T12:00:00Z");
@@ -46,7 +45,9 @@ class DnfUpgradeUnits : public ::testing::Test {
          "--installupdates ; ignore_errors=no ; pid=0 }"}};
   }
 
-  Upgrade_Units units() const { return {timer_, service_, std::chrono::hours(24)}; }
+  Upgrade_Units units() const {
+    return {timer_, service_, timer_condition_, service_condition_, std::chrono::hours(24)};
+  }
 
   std::vector<std::string> codes(bool are_wanted = true) const {
     std::vector<std::string> codes;
@@ -60,6 +61,8 @@ class DnfUpgradeUnits : public ::testing::Test {
 
   Upgrade_Units::Properties timer_;
   Upgrade_Units::Properties service_;
+  std::string timer_condition_;
+  std::string service_condition_;
 };
 
 TEST_F(DnfUpgradeUnits, OfAHealthyHostHaveNoCause) {
@@ -75,13 +78,24 @@ TEST_F(DnfUpgradeUnits, AreReadFromSystemd) {
   velmora::test_support::Fake_System system;
   system.on(SHOW, 0,
             "Id=dnf-automatic-install.timer\nLoadState=loaded\nActiveState=active\n\n"
-            "Id=dnf-automatic-install.service\nLoadState=masked\nResult=success\n");
+            "Id=dnf-automatic-install.service\nLoadState=loaded\nResult=success\n");
+  const char* condition =
+      "LC_ALL=C timeout --kill-after=1 4 systemd-analyze condition --unit=dnf-automatic-install.service 2>&1";
+  system.on(condition, 1, "test.service: ConditionPathExists=/nowhere failed.\nConditions failed.\n");
 
   const auto units = ask_for_upgrade_units(system);
 
   ASSERT_TRUE(units);
   EXPECT_EQ(units->timer.at("ActiveState"), "active");
-  EXPECT_EQ(units->service.at("LoadState"), "masked");
+  EXPECT_EQ(units->service.at("LoadState"), "loaded");
+  EXPECT_EQ(units->service_condition,
+            "test.service: ConditionPathExists=/nowhere failed.\nConditions failed.");
+
+  for (const auto& [exit_code, words] : {std::pair(0, "Conditions succeeded."),
+                                         std::pair(1, "unrecognized option '--unit'"), std::pair(124, "")}) {
+    system.on(condition, exit_code, words);
+    EXPECT_EQ(ask_for_upgrade_units(system)->service_condition, "") << words;
+  }
 }
 
 TEST_F(DnfUpgradeUnits, AreUnknownWhenSystemdFailsOrSaysSomethingElse) {
@@ -99,8 +113,7 @@ TEST_F(DnfUpgradeUnits, NameATimerThatStartsNothing) {
   EXPECT_THAT(codes(), ElementsAre("timer.stopped"));
   EXPECT_EQ(remedy(), "systemctl start dnf-automatic-install.timer");
 
-  timer_["ConditionResult"] = "no";
-  timer_["ConditionTimestamp"] = "Mon 2026-11-23 03:00:00 UTC";
+  timer_condition_ = "test.timer: ConditionPathExists=/nowhere failed.";
   EXPECT_THAT(codes(), ElementsAre("timer.condition_unmet"));
 
   timer_["LoadState"] = "masked";
@@ -177,8 +190,7 @@ TEST_F(DnfUpgradeUnits, NameAServiceThatCannotUpgrade) {
   EXPECT_THAT(codes(), ElementsAre("service.invalid"));
 
   service_["LoadState"] = "loaded";
-  service_["ConditionResult"] = "no";
-  service_["ConditionTimestamp"] = "Mon 2026-11-23 03:00:00 UTC";
+  service_condition_ = "test.service: ConditionPathExists=/nowhere failed.";
   EXPECT_THAT(codes(), ElementsAre("service.condition_unmet"));
 
   service_["ExecStart"] = "{ path=/bin/true ; argv[]=/bin/true ; ignore_errors=no }";
