@@ -53,19 +53,42 @@ class Search {
 
   std::string ask_(const std::string& command) const {
     return question_.services.system
-        ->run_command(fmt::format("LC_ALL=C timeout --kill-after=1 5 {} 2> /dev/null", command),
+        ->run_command(fmt::format("LC_ALL=C timeout --kill-after=1 5 {} 2>&1", command),
                       velmora::Run_Flag::WAIT_AND_CAPTURE)
         .output;
   }
 
   std::map<std::string, std::string> files_by_inode_() const {
     std::map<std::string, std::string> files;
-    std::istringstream fields(
-        ask_(fmt::format("stat --format='%i %n' {}", boost::algorithm::join(locks_.files, " "))));
-    for (std::string inode, file; fields >> inode >> file && file.starts_with("/");) {
-      files[inode] = file;
+    std::istringstream lines(
+        ask_(fmt::format("stat --format='%i %n' {}", boost::algorithm::join(locks_.files, " ") + " " +
+                                                         boost::algorithm::join(locks_.flock_files, " "))));
+    for (std::string line; std::getline(lines, line);) {
+      std::istringstream fields(line);
+      std::string inode;
+      std::string file;
+      if (fields >> inode >> file && file.starts_with("/")) {
+        files[inode] = file;
+      }
     }
     return files;
+  }
+
+  bool is_in_the_way_(const std::string& kind, const std::string& file) const {
+    const auto& flock_files = locks_.flock_files;
+    const bool is_of_flock = std::find(flock_files.begin(), flock_files.end(), file) != flock_files.end();
+    return kind == (is_of_flock ? "FLOCK" : "POSIX");
+  }
+
+  // Numbers of inodes are only unique on their own file system.
+  bool has_open_(const std::string& process, const std::string& file) const {
+    std::istringstream lines(ask_(fmt::format("sh -c 'readlink /proc/{}/fd/*'", process)));
+    for (std::string line; std::getline(lines, line);) {
+      if (line == file) {
+        return true;
+      }
+    }
+    return false;
   }
 
   // "1: POSIX  ADVISORY  WRITE 1234 00:2f:5678 0 EOF"; one that waits has "->" after its number.
@@ -83,7 +106,10 @@ class Search {
       return std::nullopt;
     }
     const auto file = files.find(place.substr(place.rfind(':') + 1));
-    const auto holder = file == files.end() ? std::nullopt : find_holder_(process);
+    if (file == files.end() || !is_in_the_way_(kind, file->second) || !has_open_(process, file->second)) {
+      return std::nullopt;
+    }
+    const auto holder = find_holder_(process);
     return holder ? judge_(*holder,
                            fmt::format("{}: {} is held by process {} ({}), which started {} minutes ago",
                                        LOCKS, file->second, process, holder->command, holder->seconds / 60),
@@ -106,11 +132,11 @@ class Search {
     if (!holder) {
       return std::nullopt;
     }
-    return judge_(
-        *holder,
-        fmt::format("{}: {}, and process {} ({}) started {} minutes ago", file, process, process,
-                    holder->command, holder->seconds / 60),
-        is_package_manager_(holder->command) ? fmt::format("kill {}", process) : fmt::format("rm {}", file));
+    return judge_(*holder,
+                  fmt::format("{}: {}, and process {} ({}) started {} minutes ago", file, process, process,
+                              holder->command, holder->seconds / 60),
+                  is_one_of_(locks_.tools, holder->command) ? fmt::format("kill {}", process)
+                                                            : fmt::format("rm {}", file));
   }
 
   std::optional<Holder> find_holder_(const std::string& process) const {
@@ -120,19 +146,21 @@ class Search {
   }
 
   // By the first letters of the names that the kernel keeps.
-  bool is_package_manager_(const std::string& command) const {
-    return std::any_of(locks_.holders.begin(), locks_.holders.end(), [&command](const std::string& name) {
+  static bool is_one_of_(const std::vector<std::string>& names, const std::string& command) {
+    return std::any_of(names.begin(), names.end(), [&command](const std::string& name) {
       return boost::algorithm::starts_with(command, name);
     });
   }
 
   std::optional<Cause> judge_(const Holder& holder, const std::string& evidence,
                               const std::string& remedy) const {
-    const bool is_long = holder.seconds > LONGEST_SECONDS;
-    if (!is_long && is_package_manager_(holder.command)) {
+    const bool is_old = holder.seconds > LONGEST_SECONDS;
+    const bool is_tool = is_one_of_(locks_.tools, holder.command);
+    if (!is_old && (is_tool || is_one_of_(locks_.services, holder.command))) {
       return std::nullopt;
     }
-    return Cause{is_long ? Cause_Effect::BLOCKS : Cause_Effect::OBSCURES, "lock.held",
+    // Another that has run for long may have taken the lock a moment ago.
+    return Cause{is_old && is_tool ? Cause_Effect::BLOCKS : Cause_Effect::OBSCURES, "lock.held",
                  fmt::format("the process {} holds a lock that upgrades need", holder.process), evidence,
                  remedy};
   }

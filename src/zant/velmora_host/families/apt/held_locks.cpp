@@ -7,9 +7,11 @@ namespace zant::velmora_host::apt_outlook {
 Causes find_held_locks(const Outlook_Question& question) {
   static const Package_Locks locks = {
       {"/var/lib/dpkg/lock-frontend", "/var/lib/dpkg/lock", "/var/lib/apt/lists/lock",
-       "/var/cache/apt/archives/lock", "/var/lib/apt/daily_lock", "/run/unattended-upgrades.lock"},
+       "/var/cache/apt/archives/lock", "/run/unattended-upgrades.lock"},
+      {"/var/lib/apt/daily_lock"},
       {},
-      {"apt", "dpkg", "unattended-upgr", "aptitude", "packagekitd", "synaptic", "package-minder"}};
+      {"apt", "dpkg", "unattended-upgr", "aptitude", "synaptic"},
+      {"packagekitd", "package-minder"}};
   return velmora_host::find_held_locks(question, locks);
 }
 

@@ -88,8 +88,10 @@ std::optional<Cause> find_old_metadata(const Run_Preview& preview,
 // Those of DNF hold the number of a process; its directories can be chosen.
 Package_Locks locks_of(const Run_Preview& preview) {
   return {{"/var/lib/rpm/.rpm.lock", "/usr/lib/sysimage/rpm/.rpm.lock"},
+          {},
           preview.lock_files,
-          {"dnf", "yum", "microdnf", "rpm", "packagekitd", "package-minder"}};
+          {"dnf", "yum", "microdnf", "rpm"},
+          {"packagekitd", "package-minder"}};
 }
 
 std::string without_last_slash(const std::string& address) {

@@ -119,7 +119,7 @@ TEST_F(DnfOutlook, NamesALockThatIsHeld) {
   answer_preview(R"({"installed": "1.0-1", "offered": "1.0-1", "newer": false, "refreshed": 1795329600,
                      "obstacles": [], "locks": ["/var/cache/dnf/metadata_lock.pid"]})");
   host_.write("/var/cache/dnf/metadata_lock.pid", "4711");
-  const char* process = "LC_ALL=C timeout --kill-after=1 5 ps -o etimes=,comm= -p 4711 2> /dev/null";
+  const char* process = "LC_ALL=C timeout --kill-after=1 5 ps -o etimes=,comm= -p 4711 2>&1";
   host_.system->on(process, 1, "");
   EXPECT_THAT(codes(), IsEmpty()) << "DNF takes over what a dead process has left";
 
