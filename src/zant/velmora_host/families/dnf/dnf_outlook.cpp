@@ -17,6 +17,7 @@
 
 #include <algorithm>
 #include <optional>
+#include <regex>
 #include <sstream>
 #include <string>
 #include <utility>
@@ -41,6 +42,12 @@ std::string installed_version(velmora::System& system) {
   // In the middle of an upgrade rpm has both versions, the new one last.
   const std::string versions = boost::algorithm::trim_copy(answer.output);
   return answer.exit_code == 0 ? versions.substr(versions.rfind('\n') + 1) : "";
+}
+
+// DNF's words, and the lines of its files, may hold the password of an address.
+std::string without_credentials(const std::string& text) {
+  static const std::regex credentials("://[^/[:space:]@]*@");
+  return std::regex_replace(text, credentials, "://***@");
 }
 
 void append(Causes& causes, Causes more) {
@@ -173,6 +180,10 @@ Upgrade_Outlook find(const Outlook_Question& question) {
     if (auto cause = find_cause_of_last_run(*question.services.system, *outlook.last_run, preview)) {
       outlook.causes.push_back(*cause);
     }
+  }
+  for (auto& cause : outlook.causes) {
+    cause.evidence = without_credentials(cause.evidence);
+    cause.remedy = without_credentials(cause.remedy);
   }
   return outlook;
 }
