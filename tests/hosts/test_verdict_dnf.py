@@ -398,6 +398,21 @@ def test_the_road_to_the_repository_is_proved_when_asked(shared, breaks, code):
     shared.give_back(site)
 
 
+def test_a_second_address_is_tried_as_a_run_does(shared):
+    site = shared.take()
+    kept = site.host.read(dnf.REPO_FILE)
+    site.repository.publish("2.0")
+    site.host.run(f"sed -i 's,^baseurl=,baseurl=http://repo.velmora.test/nothing/\\n ,' {dnf.REPO_FILE}")
+
+    report = why(site, "--online")
+
+    assert (report["offered"], [cause["code"] for cause in report["causes"]]) == ("2.0-1", ["repository.out_of_step"])
+    _night(site)
+    assert site.installed_version() == "2.0"
+    site.host.write(dnf.REPO_FILE, kept)
+    shared.give_back(site)
+
+
 def test_a_certificate_of_an_unknown_authority_is_named(open_dnf_site):
     site = open_dnf_site(https=True)
     site.minder.once()

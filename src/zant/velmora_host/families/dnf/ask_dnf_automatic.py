@@ -35,6 +35,8 @@ LONGEST_WORDS = 2000
 # A cache that is not asked anew for longer than DNF's own default hides what is new.
 LONGEST_EXPIRY = 172800
 LONGEST_PROBES = 12
+# How many addresses of a repository are tried.
+MOST_ADDRESSES = 5
 # Less than the first is no room for anything; less than the second may do for a run, or not.
 LEAST_ROOM = 4 * 1024
 USUAL_ROOM = 1024 * 1024
@@ -356,8 +358,10 @@ class Look:
         if os.path.isdir(own):
             shutil.copytree(own, os.path.join(target, "pubring"))
         vendor._repo.setSyncStrategy(dnf.repo.SYNC_TRY_CACHE)
-        vendor._repo.setMaxMirrorTries(1)
-        timeout, vendor.timeout = vendor.timeout, 8
+        # A run goes on to the next address.
+        tries = MOST_ADDRESSES if vendor.metalink or vendor.mirrorlist else min(len(vendor.baseurl), MOST_ADDRESSES)
+        vendor._repo.setMaxMirrorTries(tries)
+        timeout, vendor.timeout = vendor.timeout, 8 if tries == 1 else 3
         retries, vendor.retries = vendor.retries, 1
         vendor.throttle = 0
         try:
