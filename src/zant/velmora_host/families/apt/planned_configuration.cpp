@@ -15,30 +15,33 @@ using boost::filesystem::path;
 constexpr const char* ROOT = "/etc/apt";
 
 struct Directory {
-  const char* name;
+  const char* path;
   const char* item;
 };
 
-constexpr std::array<Directory, 4> DIRECTORIES = {{{"apt.conf.d", "Dir::Etc::parts"},
-                                                   {"sources.list.d", "Dir::Etc::sourceparts"},
-                                                   {"preferences.d", "Dir::Etc::preferencesparts"},
-                                                   {"trusted.gpg.d", "Dir::Etc::trustedparts"}}};
+constexpr std::array<Directory, 4> DIRECTORIES = {{{"/etc/apt/apt.conf.d", "Dir::Etc::parts"},
+                                                   {"/etc/apt/sources.list.d", "Dir::Etc::sourceparts"},
+                                                   {"/etc/apt/preferences.d", "Dir::Etc::preferencesparts"},
+                                                   {"/etc/apt/trusted.gpg.d", "Dir::Etc::trustedparts"}}};
 
 path directory_of(const Outlook_Question& question) {
   return question.private_directory / "planned";
 }
 
 path settings_file_of(const Outlook_Question& question) {
-  return directory_of(question) / "apt.conf";
+  return directory_of(question) / "settings";
+}
+
+path copy_of(const Outlook_Question& question, const Directory& directory) {
+  return directory_of(question) / path(directory.path).filename();
 }
 
 // Copies, for what is written must not go through a link to a file of the host's.
 void copy_host_files(const Outlook_Question& question) {
   std::string line;
   for (const auto& directory : DIRECTORIES) {
-    const std::string target = (directory_of(question) / directory.name).string();
-    line += fmt::format("mkdir -p {1} && cp -rL --preserve=timestamps {0}/{2}/. {1}/; ", ROOT, target,
-                        directory.name);
+    const std::string target = copy_of(question, directory).string();
+    line += fmt::format("mkdir -p {1} && cp -rL --preserve=timestamps {0}/. {1}/; ", directory.path, target);
   }
   ask(question, fmt::format("sh -c {}", quoted(line)));
 }
@@ -74,8 +77,7 @@ void write_planned_configuration(const Outlook_Question& question) {
   write_planned_files(question);
   std::string settings;
   for (const auto& directory : DIRECTORIES) {
-    settings +=
-        fmt::format("{} \"{}/\";\n", directory.item, (directory_of(question) / directory.name).string());
+    settings += fmt::format("{} \"{}/\";\n", directory.item, copy_of(question, directory).string());
   }
   question.services.filesystem->write_file(settings_file_of(question), settings,
                                            velmora::Write_Flag::REPLACE);

@@ -55,8 +55,8 @@ TEST_F(PlannedConfiguration, IsGivenToAptInASettingsFileOfItsOwn) {
   write_planned_configuration(question);
 
   const std::string root = planned.string();
-  EXPECT_EQ(with_planned_configuration(question), "env APT_CONFIG='" + root + "/apt.conf' ");
-  EXPECT_EQ(read(planned / "apt.conf"),
+  EXPECT_EQ(with_planned_configuration(question), "env APT_CONFIG='" + root + "/settings' ");
+  EXPECT_EQ(read(planned / "settings"),
             "Dir::Etc::parts \"" + root + "/apt.conf.d/\";\nDir::Etc::sourceparts \"" + root +
                 "/sources.list.d/\";\nDir::Etc::preferencesparts \"" + root +
                 "/preferences.d/\";\nDir::Etc::trustedparts \"" + root + "/trusted.gpg.d/\";\n");
