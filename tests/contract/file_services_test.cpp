@@ -1,13 +1,10 @@
 #include <zant/velmora_host/contract/filesystem_contract.hpp>
 #include <zant/velmora_host/contract/host_filesystem_contract.hpp>
 
-#include <zant/velmora_host/families/family_registry.hpp>
-#include <zant/velmora_host/observation/cycle_recorder.hpp>
-#include <zant/velmora_host/observation/observed_filesystem.hpp>
-#include <zant/velmora_host/reports/planning_filesystem.hpp>
 #include <zant/velmora_host/services/file_service.hpp>
-#include <zant/velmora_host/services/forwarding_filesystem.hpp>
 #include <zant/velmora_host/services/temporary_directory.hpp>
+
+#include "filesystem_hosts.hpp"
 
 #include <support/captured_log.hpp>
 #include <support/fake_filesystem.hpp>
@@ -58,31 +55,6 @@ class Disk_Host {
   std::shared_ptr<Host_Filesystem> disk_ = std::make_shared<File_Service>();
 };
 
-class File_Service_Host : public Disk_Host {
- public:
-  Host_Filesystem& filesystem() { return *disk(); }
-};
-
-class Forwarding_Host : public Disk_Host {
- public:
-  Host_Filesystem& filesystem() { return filesystem_; }
-
- private:
-  Forwarding_Filesystem filesystem_{disk()};
-};
-
-class Observed_Host : public Disk_Host {
- public:
-  Host_Filesystem& filesystem() { return filesystem_; }
-
- private:
-  const Family& family_ = *Family_Registry::built_in().all().front();
-  Temporary_Directory state_;
-  Observed_Filesystem filesystem_{
-      disk(), std::make_shared<Cycle_Recorder>("run", disk(), family_, state_.path() / "last-cycle.json"),
-      state_.path() / "staging"};
-};
-
 // Everything is planned: what a test begins with, too.
 class Planning_Host : public Disk_Host {
  public:
@@ -99,17 +71,10 @@ class Planning_Host_With_Files : public Planning_Host {
   Host_Filesystem& arranging_filesystem() { return *disk(); }
 };
 
-class Planning_Host_In_Scratch : public Disk_Host {
- public:
-  Host_Filesystem& filesystem() { return filesystem_; }
-
- private:
-  Planning_Filesystem filesystem_{disk(), root()};
-};
-
 using Host_Filesystem_Hosts =
-    ::testing::Types<Fake_Host_With_Listing, File_Service_Host, Forwarding_Host, Observed_Host, Planning_Host,
-                     Planning_Host_With_Files, Planning_Host_In_Scratch>;
+    ::testing::Types<Fake_Host_With_Listing, File_Service_On<Disk_Host>, Forwarding_On<Disk_Host>,
+                     Observed_On<Disk_Host>, Planning_Host, Planning_Host_With_Files,
+                     Planning_In_Scratch_On<Disk_Host>>;
 
 // For the names of the tests.
 class Host_Names {

@@ -4,7 +4,6 @@
 usage.py PROGRAM COMPLETION MANUAL_PAGE_SOURCE
 """
 
-import os
 import re
 import shlex
 import subprocess

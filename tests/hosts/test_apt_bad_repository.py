@@ -1,5 +1,6 @@
 """A repository that APT rejects is removed again, so that APT keeps working on the host."""
 
+import documents
 import pytest
 from disposable_hosts.apt import site as apt
 from disposable_hosts.signing_key import SigningKey
@@ -47,9 +48,16 @@ def test_a_repository_with_a_bad_signature_is_taken_out_again(open_site, tmp_pat
     assert "6.6.6" not in site.host.output_of("apt-cache policy zant-velmora")
 
 
+def _codes_of_check(site):
+    answer = documents.parse(site.minder.run("check --online --json", check=False).output)
+    return [finding["code"] for finding in answer["findings"]]
+
+
 def test_a_repository_whose_certificate_nobody_vouches_for_is_taken_out_again(open_site):
     site = open_site(https=True)
+    assert _codes_of_check(site) == []
     site.host.run("rm /usr/local/share/ca-certificates/velmora-test.crt && update-ca-certificates --fresh")
+    assert _codes_of_check(site) == ["server.certificate_refused"]
 
     result = site.minder.once(check=False)
 

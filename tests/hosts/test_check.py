@@ -1,5 +1,7 @@
 """package-minder check finds what will keep it from working, with a remedy each."""
 
+import shlex
+
 import documents
 import pytest
 from disposable_hosts.apt import site as apt
@@ -7,6 +9,7 @@ from disposable_hosts.package_minder import STAGING
 from disposable_hosts.signing_key import SigningKey
 
 FINDINGS = 1
+LOCAL, PIN = "/etc/apt/apt.conf.d/99local", "/etc/apt/preferences.d/local"
 
 
 class KeyOfLongAgo(SigningKey):
@@ -32,10 +35,10 @@ def site(open_shared_site):
     return open_shared_site()
 
 
-def findings(site, settings=""):
+def findings(site, settings="", options=""):
     """The codes, after checking that nothing was changed and that each has all its parts."""
     before = site.host.snapshot()
-    result = site.minder.run(f"{settings} check --json", check=False)
+    result = site.minder.run(f"{settings} check --json {options}", check=False)
     assert site.differences_since(before) == []
     found = documents.parse(result.output)["findings"]
     assert result.status == (FINDINGS if found else 0), str(result)
@@ -86,6 +89,64 @@ def test_what_is_wrong_with_the_host_is_found(site, spoil, mend, code):
         assert findings(site) == [code]
     finally:
         site.host.run(mend)
+
+
+def setting(text):
+    return f"printf '%s\\n' {shlex.quote(text)} > {LOCAL}"
+
+
+# No cycle has run: the repository is not registered, and nothing is known of it.
+CONFIGURED = [
+    ("package.pinned", f"printf 'Package: zant-velmora\nPin: version 1.*\nPin-Priority: 1001\n' > {PIN}", f"{PIN}:1: "),
+    ("package.pinned", f"printf 'Package: *\nPin: origin repo.velmora.test\nPin-Priority: -1\n' > {PIN}", f"{PIN}:1: "),
+    ("package.blacklisted", setting('Unattended-Upgrade::Package-Blacklist { "zant-"; };'), f"{LOCAL}:1: "),
+    ("package.not_whitelisted", setting('Unattended-Upgrade::Package-Whitelist {"bash";};\nUnattended-Upgrade::Package-Whitelist-Strict "true";'), f"{LOCAL}:1: "),
+    ("patterns.unreadable", setting('Unattended-Upgrade::Package-Blacklist:: "*zant";'), f"{LOCAL}:1: "),
+    ("origin.not_allowed", setting("#clear Unattended-Upgrade::Origins-Pattern;"), "the repository: o="),
+    ("periodic.off", setting('APT::Periodic::Enable "0";'), f'{LOCAL}:1: APT::Periodic::Enable "0";'),
+    ("periodic.upgrades_off", setting('APT::Periodic::Unattended-Upgrade "0";'), f"{LOCAL}:1: "),
+    ("periodic.unreadable", setting('APT::Periodic::Update-Package-Lists "1.5";'), f"{LOCAL}:1: "),
+    ("upgrades.not_today", setting('Unattended-Upgrade::Update-Days {"Never";};'), f"{LOCAL}:1: "),
+    ("upgrades.on_shutdown_only", setting('Unattended-Upgrade::InstallOnShutdown "true";'), f"{LOCAL}:1: "),
+    ("apt.configuration_broken", setting("this is {not good"), "apt-config dump: "),
+]
+
+
+def test_what_the_first_cycle_sets_right_is_no_finding(site):
+    """Switches in a file that sorts before the one which a cycle writes, and a timer that a cycle starts."""
+    site.host.write("/etc/apt/apt.conf.d/05early", 'APT::Periodic::Enable "0";\nAPT::Periodic::Unattended-Upgrade "0";\n')
+    site.host.run("systemctl disable --now apt-daily.timer")
+    try:
+        assert findings(site) == ["units.not_enabled"]
+    finally:
+        site.host.run("rm /etc/apt/apt.conf.d/05early && systemctl enable --now apt-daily.timer")
+
+
+@pytest.mark.parametrize("code, spoil, where", CONFIGURED, ids=[f"{row[0]}-{number}" for number, row in enumerate(CONFIGURED)])
+def test_what_will_stop_upgrades_is_found_before_the_first_cycle(site, code, spoil, where):
+    site.host.run(spoil)
+    try:
+        assert findings(site) == [code]
+        found = documents.parse(site.minder.run("check --json", check=False).output)["findings"][0]
+        assert found["where"].startswith(where), found
+        site.host.run(found["remedy"])
+        assert findings(site) == []
+    finally:
+        site.host.run(f"rm -f {LOCAL}* {PIN} /etc/apt/apt.conf.d/zzz-zant-velmora")
+
+
+def test_a_masked_timer_is_found_once_before_the_first_cycle(site):
+    site.host.run("systemctl mask --now apt-daily-upgrade.timer")
+    try:
+        assert findings(site) == ["units.masked"]
+    finally:
+        site.host.run("systemctl unmask apt-daily-upgrade.timer && systemctl start apt-daily-upgrade.timer")
+
+
+def test_the_road_to_the_repository_is_proved_before_the_first_cycle(site):
+    assert findings(site, options="--online") == []
+    with site.server.gone():
+        assert findings(site, options="--online") == ["server.unreachable"]
 
 
 def test_an_armoured_keyring_is_found(site):
@@ -142,3 +203,13 @@ def test_a_subkey_of_an_expired_primary_key_is_refused_as_apt_refuses_it(site, t
 
     assert findings(site) == ["keyring.key_expired"]
     site.host.run(f"echo {saved} | base64 -d > {STAGING}/keyrings/zant-velmora.gpg")
+
+
+def test_what_stops_upgrades_is_found_after_the_first_cycle_too(site):
+    """The last test here: the host is set up afterwards."""
+    site.minder.once()
+    assert findings(site) == []
+
+    site.host.run(f"printf 'Package: zant-velmora\nPin: version 1.*\nPin-Priority: 1001\n' > {PIN}")
+    assert findings(site) == ["package.pinned"]
+    site.host.run(f"rm {PIN}")

@@ -35,6 +35,55 @@ def codes(findings):
     return [finding["code"] for finding in findings]
 
 
+# No cycle has run: neither the repository nor dnf-automatic is there.
+CONFIGURED = [
+    ("package.excluded", "sed -i '/^\\[main\\]/a excludepkgs=zant-*' /etc/dnf/dnf.conf", "/etc/dnf/dnf.conf:2: excludepkgs=zant-*"),
+    ("package.not_included", "sed -i '/^\\[main\\]/a includepkgs=bash' /etc/dnf/dnf.conf", "/etc/dnf/dnf.conf:2: includepkgs=bash"),
+    ("package.version_locked", "echo 'zant-velmora-0:1.0-1.*' >> /etc/dnf/plugins/versionlock.list", "/etc/dnf/plugins/versionlock.list:"),
+    ("repository.cache_only", "sed -i '/^\\[main\\]/a cacheonly=1' /etc/dnf/dnf.conf", "/etc/dnf/dnf.conf:2: cacheonly=1"),
+    ("dnf.configuration_broken", "echo nonsense >> /etc/dnf/dnf.conf", ""),
+]
+
+
+def findings(site, options=""):
+    """Without what is true of every site here: its key comes from an http address."""
+    _, answer = report(site, f"check {options}")
+    return [finding for finding in answer["findings"] if finding["code"] != "repository.key_address_unprotected"]
+
+
+def test_a_new_host_that_is_in_order_has_no_findings(site):
+    assert findings(site) == []
+
+
+@pytest.mark.parametrize("code, spoil, where", CONFIGURED, ids=[row[0] for row in CONFIGURED])
+def test_what_will_stop_upgrades_is_found_before_the_first_cycle(site, code, spoil, where):
+    site.host.run("mkdir /root/kept && cp -a /etc/dnf /root/kept")
+    site.host.run(spoil)
+    try:
+        # No command of DNF's works with a file that it cannot read.
+        found = [finding for finding in findings(site) if finding["code"] != "tools.missing"]
+        assert codes(found) == [code]
+        assert found[0]["where"].startswith(where), found
+        site.host.run(found[0]["remedy"])
+        assert findings(site) == []
+    finally:
+        site.host.run("rm -r /etc/dnf && mv /root/kept/dnf /etc/dnf && rmdir /root/kept")
+
+
+def test_a_masked_timer_is_found_before_the_first_cycle(site):
+    site.host.run(f"systemctl mask {dnf.TIMER}")
+    try:
+        assert codes(findings(site)) == ["units.masked"]
+    finally:
+        site.host.run(f"systemctl unmask {dnf.TIMER}")
+
+
+def test_the_road_to_the_repository_is_proved_before_the_first_cycle(site):
+    assert codes(findings(site, "--online")) == []
+    with site.server.gone():
+        assert codes(findings(site, "--online")) == ["server.unreachable"]
+
+
 def test_a_new_host_is_shown_all_that_comes_and_then_it_comes(site):
     status, plan = report(site, "plan")
 

@@ -5,11 +5,12 @@ names the cause with its evidence, and a remedy; that is typed, the services run
 """
 
 import itertools
-import json
 import shlex
+import time
 from dataclasses import dataclass, field
 from typing import Callable, Optional
 
+import documents
 import pytest
 from disposable_hosts.apt.repository import PACKAGE, Contents
 from disposable_hosts.apt.site import APT_CONFIGURATION, CALENDAR_KEY, DELAY_KEY, KEYRING, SOURCE_LIST
@@ -154,7 +155,11 @@ def teller(open_shared_site):
 
 
 def why(site, options=""):
-    return json.loads(site.minder.run(f"why --json {options}").output)
+    return documents.parse(site.minder.run(f"why --json {options}").output)
+
+
+def check(site, options=""):
+    return documents.parse(site.minder.run(f"check --json {options}", check=False).output)["findings"]
 
 
 def codes(answer):
@@ -230,8 +235,10 @@ def assert_healthy(site, *options):
 @pytest.mark.parametrize("image", ["bullseye", "bookworm", "trixie"])
 def test_a_healthy_host_has_no_cause(open_site, image):
     site = open_site(image)
+    assert check(site) == check(site, "--online") == []
     site.minder.once()
     assert_healthy(site, "--online")
+    assert check(site) == check(site, "--online") == []
 
     site.repository.publish("2.0")
     answer = why(site, "--online")
@@ -248,6 +255,28 @@ def test_a_healthy_host_has_no_cause(open_site, image):
         run_services(site)
         assert_healthy(site)
         assert codes(why(site, "--online")) == ["server.unreachable"]
+
+
+def test_the_verdict_is_found_without_any_network(teller):
+    site = teller.site()
+    answer = documents.parse(site.host.output_of("unshare --net package-minder why --json"))
+
+    assert (answer["verdict"], answer["causes"]) == ("up_to_date", [])
+
+
+REPORTS = ["status", "status --monitoring", "check", "plan", "why", "why --online", "check --online"]
+
+
+@pytest.mark.parametrize("command", REPORTS)
+def test_no_report_waits_for_a_silent_server(teller, command):
+    site = teller.site()
+    with site.server.silent():
+        begin = time.monotonic()
+        result = site.minder.run(command, check=False)
+        took = time.monotonic() - begin
+
+    assert took < (30 if "--online" in command else 10)
+    assert "server.silent" in result.output or "--online" not in command, result.output
 
 
 def test_nothing_is_changed_by_asking(open_site):
@@ -282,6 +311,7 @@ def test_a_run_that_is_going_on_is_no_fault(open_site):
 
 def test_crons_daily_job_is_what_counts_without_systemd(open_site):
     site = open_site("bookworm-sysvinit", settings={CALENDAR_KEY: "", DELAY_KEY: ""})
+    assert check(site) == []
     site.minder.once()
     assert_healthy(site, "--online")
     assert why(site)["next_run"]

@@ -166,6 +166,11 @@ def test_monitoring_gets_one_line_and_its_exit_status(site):
     assert seen.status == 2
     assert seen.output.startswith("PACKAGE_MINDER CRITICAL - blocked: zant-velmora ")
 
+    site.host.run(f"rm {PIN} && systemctl stop {UNIT}")
+    seen = site.minder.run("status --monitoring", check=False)
+    assert seen.status == 1
+    assert re.match(r"PACKAGE_MINDER WARNING - up to date: zant-velmora [^;]*; needs attention: service.not_running \| ", seen.output)
+
     site.minder.configure({"minder.interval": "soon"})
     seen = site.minder.run("status --monitoring", check=False)
     assert (seen.status, seen.output.count("PACKAGE_MINDER UNKNOWN - ")) == (3, 1)

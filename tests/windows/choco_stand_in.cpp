@@ -1,6 +1,7 @@
 // Stands in for Chocolatey's choco.exe, with as much of its behaviour as this project relies on: the
-// commands, their exit codes and the lines that they print. Keeps sources.txt ("NAME - URL"), packages.txt
-// ("NAME VERSION") and pins.txt ("NAME").
+// commands, their exit codes and the lines that they print. Keeps sources.txt ("NAME - URL", or
+// "NAME [Disabled] - URL"), packages.txt ("NAME VERSION") and pins.txt ("NAME"), and takes what the sources
+// offer from offers.txt ("NAME VERSION").
 
 #include "stand_in.hpp"
 
@@ -19,6 +20,7 @@ class Choco {
       : sources_(directory / "sources.txt"),
         packages_(directory / "packages.txt"),
         pins_(directory / "pins.txt"),
+        offers_(directory / "offers.txt"),
         arguments_(arguments) {}
 
   int run() {
@@ -32,8 +34,17 @@ class Choco {
     if (is({"source", "remove", "-n", "*"})) {
       return remove_source(arguments_[3]);
     }
+    if (is({"source", "enable", "-n", "*"})) {
+      return enable_source(arguments_[3]);
+    }
     if (is({"list", "-e", "*"})) {
       return list_package(arguments_[2]);
+    }
+    if (is({"outdated", "--limit-output", "--execution-timeout=20"})) {
+      return list_outdated();
+    }
+    if (is({"upgrade", "*", "-y", "--ignore-http-cache"})) {
+      return upgrade(arguments_[1]);
     }
     if (is({"install", "*", "-y", "--version", "*", "--skip-powershell", "--ignore-http-cache"})) {
       return install(arguments_[1], arguments_[4]);
@@ -71,8 +82,10 @@ class Choco {
     return lines;
   }
 
-  std::string version_of(const std::string& name) const {
-    for (const auto& package : packages_.read()) {
+  std::string version_of(const std::string& name) const { return version_in(packages_, name); }
+
+  static std::string version_in(const State_File& file, const std::string& name) {
+    for (const auto& package : file.read()) {
       if (begins_with_word(package, name)) {
         return package.substr(name.size() + 1);
       }
@@ -99,6 +112,48 @@ class Choco {
   int remove_source(const std::string& name) const {
     sources_.write(without(sources_.read(), name));
     std::cout << "Removed " << name << "\r\n";
+    return DONE;
+  }
+
+  int enable_source(const std::string& name) const {
+    Lines sources = sources_.read();
+    for (auto& source : sources) {
+      const std::string disabled = name + " [Disabled]";
+      if (source.starts_with(disabled)) {
+        source.replace(0, disabled.size(), name);
+      }
+    }
+    sources_.write(sources);
+    std::cout << "Enabled " << name << "\r\n";
+    return DONE;
+  }
+
+  bool is_pinned(const std::string& name) const {
+    const Lines pins = pins_.read();
+    return std::find(pins.begin(), pins.end(), name) != pins.end();
+  }
+
+  // "NAME|INSTALLED|OFFERED|PINNED" of each package that is older than what is offered.
+  int list_outdated() const {
+    for (const auto& package : packages_.read()) {
+      const std::string name = package.substr(0, package.find(' '));
+      const std::string offered = version_in(offers_, name);
+      if (!offered.empty() && offered != version_of(name)) {
+        std::cout << name << "|" << version_of(name) << "|" << offered << "|"
+                  << (is_pinned(name) ? "true" : "false") << "\r\n";
+      }
+    }
+    return DONE;
+  }
+
+  int upgrade(const std::string& name) const {
+    const std::string offered = version_in(offers_, name);
+    if (!offered.empty() && !is_pinned(name)) {
+      Lines packages = without(packages_.read(), name);
+      packages.push_back(name + " " + offered);
+      packages_.write(packages);
+    }
+    std::cout << "Chocolatey upgraded 1/1 packages.\r\n";
     return DONE;
   }
 
@@ -144,6 +199,7 @@ class Choco {
   State_File sources_;
   State_File packages_;
   State_File pins_;
+  State_File offers_;
   Lines arguments_;
 };
 

@@ -11,6 +11,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <boost/nowide/convert.hpp>
+#include <nlohmann/json.hpp>
 
 #include <string>
 #include <thread>
@@ -363,12 +364,15 @@ TEST_F(Flow, StatusTellsWhatTheLastCycleDid) {
   const velmora::Command_Result result = host.run("status");
 
   EXPECT_EQ(result.exit_code, 0);
-  EXPECT_THAT(result.output,
-              AllOf(HasSubstr("package manager Chocolatey"),
-                    HasSubstr("Package             zant-velmora " MINDER_VERSION " installed"),
-                    HasSubstr("Repository          registered, in step"),
-                    HasSubstr("Hold                not held"), HasSubstr("Automatic upgrades  on, in step"),
-                    HasSubstr("by \"once\""), HasSubstr("succeeded"), Not(HasSubstr("Needs attention"))));
+  EXPECT_THAT(
+      result.output,
+      AllOf(HasSubstr("package manager Chocolatey"),
+            HasSubstr("Package             zant-velmora " MINDER_VERSION " installed"),
+            HasSubstr("Repository          registered, in step"), HasSubstr("Hold                not held"),
+            HasSubstr("Automatic upgrades  on, in step"), HasSubstr("by \"once\""), HasSubstr("succeeded"),
+            // Chocolatey keeps nothing of its sources, and a status asks none.
+            HasSubstr("Verdict             cannot be told: Chocolatey keeps nothing of its sources"),
+            HasSubstr("[repository.not_asked]"), Not(HasSubstr("[tools.failed]"))));
 }
 
 TEST_F(Flow, StatusMissesATaskThatSomebodyDeleted) {
@@ -380,6 +384,10 @@ TEST_F(Flow, StatusMissesATaskThatSomebodyDeleted) {
 
 TEST_F(Flow, ACheckOfASoundHostFindsNothing) {
   EXPECT_EQ(host.run("check").exit_code, 0);
+
+  ASSERT_EQ(host.run("once").exit_code, 0);
+
+  EXPECT_EQ(host.run("check").exit_code, 0);
 }
 
 TEST_F(Flow, ACheckWithoutChocolateyNamesIt) {
@@ -390,6 +398,160 @@ TEST_F(Flow, ACheckWithoutChocolateyNamesIt) {
   EXPECT_EQ(result.exit_code, 1);
   EXPECT_THAT(result.output, AllOf(HasSubstr(host.choco().string()), HasSubstr("this command is missing"),
                                    HasSubstr("install Chocolatey, or correct minder.base_directory")));
+}
+
+// --- The verdict -----------------------------------------------------------------------------------------
+
+// What stops the upgrade of a host that is set up and is offered a newer version.
+struct Obstacle {
+  std::string name;
+  std::string file;
+  Lines lines;
+  bool is_schedulers;  ///< the file is one of schtasks', not of choco's
+  std::string verdict;
+  std::string code;
+  std::string evidence;
+  bool is_of_configuration = false;
+
+  friend std::ostream& operator<<(std::ostream& stream, const Obstacle& obstacle) {
+    return stream << obstacle.name;
+  }
+};
+
+class FlowOfTheVerdict : public Flow, public testing::WithParamInterface<Obstacle> {
+ protected:
+  FlowOfTheVerdict() {
+    EXPECT_EQ(host.run("once").exit_code, 0);
+    host.choco_has("offers.txt", {PACKAGE + " 99.0"});
+  }
+
+  nlohmann::json why() const {
+    const velmora::Command_Result result = host.run("why --online --json");
+    EXPECT_EQ(result.exit_code, 0) << result.output;
+    return nlohmann::json::parse(result.output, nullptr, false);
+  }
+
+  // As an administrator types it.
+  int type(const std::string& remedy) const {
+    const std::string minder = "package-minder ";
+    return remedy.starts_with(minder)
+               ? host.run(remedy.substr(minder.size())).exit_code
+               : Command_Service({}).run_command(remedy, velmora::Run_Flag::WAIT_AND_CAPTURE).exit_code;
+  }
+
+  void spoil() const {
+    if (GetParam().is_schedulers) {
+      host.schtasks_has(GetParam().file, GetParam().lines);
+    } else {
+      host.choco_has(GetParam().file, GetParam().lines);
+    }
+  }
+};
+
+TEST_P(FlowOfTheVerdict, NamesTheCauseWithARemedyThatRemovesIt) {
+  ASSERT_EQ(why().at("verdict"), "waiting");
+  spoil();
+
+  const nlohmann::json seen = why();
+
+  EXPECT_EQ(seen.at("verdict"), GetParam().verdict);
+  ASSERT_EQ(seen.at("causes").size(), 1U) << seen.dump(2);
+  const nlohmann::json& cause = seen.at("causes").at(0);
+  EXPECT_EQ(cause.at("code"), GetParam().code);
+  EXPECT_THAT(cause.at("evidence").get<std::string>(), HasSubstr(GetParam().evidence));
+  const bool is_checked = host.run("check").output.find("[" + GetParam().code + "]") != std::string::npos;
+  EXPECT_EQ(is_checked, GetParam().is_of_configuration);
+
+  EXPECT_EQ(type(cause.at("remedy")), 0) << cause.at("remedy");
+
+  // A task that failed has not run anew, but its command line has.
+  const bool is_upgraded = host.choco_keeps("packages.txt") == Lines{PACKAGE + " 99.0"};
+  EXPECT_TRUE(is_upgraded || why().at("verdict") == "waiting") << why().dump(2);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Flow, FlowOfTheVerdict,
+    testing::Values(
+        Obstacle{"Pin", "pins.txt", {PACKAGE}, false, "blocked", "hold.held", "pin list: zant-velmora|"},
+        Obstacle{"SourceMissing",
+                 "sources.txt",
+                 {},
+                 false,
+                 "blocked",
+                 "repository.not_registered",
+                 "source list: "},
+        Obstacle{"SourceSwitchedOff",
+                 "sources.txt",
+                 {PACKAGE + " [Disabled] - " + LOCATION},
+                 false,
+                 "blocked",
+                 "repository.switched_off",
+                 "zant-velmora [Disabled] - ",
+                 true},
+        Obstacle{"TaskMissing", "tasks.txt", {}, true, "blocked", "timer.missing", "cannot find the file"},
+        Obstacle{"TaskDisabled",
+                 "disabled.txt",
+                 {TASK},
+                 true,
+                 "blocked",
+                 "timer.disabled",
+                 "<Enabled>false</Enabled>"},
+        Obstacle{"LastRunFailed",
+                 "results.txt",
+                 {TASK + "|-2147024894"},
+                 true,
+                 "cannot_be_told",
+                 "run.failed",
+                 "-2147024894"}),
+    [](const auto& instance) { return instance.param.name; });
+
+TEST_F(Flow, WhyAsksTheSourcesOnlyWhenToldTo) {
+  ASSERT_EQ(host.run("once").exit_code, 0);
+  host.choco_has("offers.txt", {PACKAGE + " 99.0"});
+  host.forget_calls();
+
+  EXPECT_THAT(host.run("why").output,
+              AllOf(HasSubstr("Verdict             cannot be told: Chocolatey keeps nothing of its sources"),
+                    HasSubstr("Remedy, to type: package-minder why --online")));
+  EXPECT_THAT(host.choco_keeps("calls.txt"), Not(Contains(HasSubstr("[outdated]"))));
+
+  EXPECT_THAT(host.run("why --online").output,
+              AllOf(HasSubstr("waiting: zant-velmora " MINDER_VERSION ", 99.0 is offered"),
+                    HasSubstr("Offered             99.0")));
+}
+
+TEST_F(Flow, WhySaysWhatIsUpToDate) {
+  ASSERT_EQ(host.run("once").exit_code, 0);
+
+  EXPECT_THAT(host.run("why --online").output,
+              HasSubstr("Verdict             up to date: zant-velmora " MINDER_VERSION));
+}
+
+TEST_F(Flow, WhyNamesSourcesThatDoNotAnswerAndToolsThatFail) {
+  ASSERT_EQ(host.run("once").exit_code, 0);
+  host.choco_has("failures.txt", {"[outdated]"});
+  EXPECT_THAT(host.run("why --online").output,
+              AllOf(HasSubstr("cannot be told: Chocolatey's sources cannot be asked"),
+                    HasSubstr("[server.unreachable]"), HasSubstr("Unable to do that now.")));
+
+  host.choco_has("failures.txt", {"[pin]"});
+  EXPECT_THAT(host.run("why --online").output,
+              AllOf(HasSubstr("cannot be told: A command failed"), HasSubstr("[tools.failed]"),
+                    HasSubstr("Unable to do that now.")));
+}
+
+TEST_F(Flow, StatusForMonitoringIsOneLineWithAnExitStatus) {
+  ASSERT_EQ(host.run("once").exit_code, 0);
+
+  const velmora::Command_Result untold = host.run("status --monitoring");
+
+  EXPECT_EQ(untold.exit_code, 3);
+  EXPECT_THAT(untold.output, testing::StartsWith("PACKAGE_MINDER UNKNOWN - cannot be told: "));
+
+  ASSERT_EQ(host.run("hold").exit_code, 0);
+  const velmora::Command_Result held = host.run("status --monitoring");
+  EXPECT_EQ(held.exit_code, 2);
+  EXPECT_THAT(held.output, testing::StartsWith("PACKAGE_MINDER CRITICAL - blocked: "));
 }
 
 // --- Other ways to run it --------------------------------------------------------------------------------

@@ -1,6 +1,6 @@
 // Stands in for Windows' schtasks.exe, with as much of its behaviour as this project relies on. Keeps
-// tasks.txt
-// ("NAME|ACCOUNT|PROGRAM LINE|SCHEDULE").
+// tasks.txt ("NAME|ACCOUNT|PROGRAM LINE|SCHEDULE"), disabled.txt ("NAME") and results.txt ("NAME|RESULT", of
+// the last run; a task without one has not run).
 
 #include "stand_in.hpp"
 
@@ -13,6 +13,7 @@ namespace {
 constexpr int DONE = 0;
 constexpr int FAILED = 1;
 constexpr std::size_t LONGEST_PROGRAM_LINE = 261;
+constexpr const char* HAS_NOT_RUN = "267011";
 
 int fail(const std::string& message) {
   std::cerr << "ERROR: " << message << "\r\n";
@@ -22,7 +23,10 @@ int fail(const std::string& message) {
 class Schtasks {
  public:
   Schtasks(const std::filesystem::path& directory, const Lines& arguments)
-      : tasks_(directory / "tasks.txt"), arguments_(arguments) {}
+      : tasks_(directory / "tasks.txt"),
+        disabled_(directory / "disabled.txt"),
+        results_(directory / "results.txt"),
+        arguments_(arguments) {}
 
   int run() const {
     if (has("/QUERY")) {
@@ -33,6 +37,9 @@ class Schtasks {
     }
     if (has("/DELETE")) {
       return remove();
+    }
+    if (has("/CHANGE") && has("/ENABLE")) {
+      return enable();
     }
     return fail("Invalid syntax.");
   }
@@ -59,7 +66,52 @@ class Schtasks {
     if (find(tasks) == tasks.end()) {
       return fail("The system cannot find the file specified.");
     }
-    std::cout << value("/TN") << " Ready\r\n";
+    if (has("/XML")) {
+      print_xml();
+    } else if (value("/FO") == "CSV") {
+      print_row();
+    } else {
+      std::cout << value("/TN") << " Ready\r\n";
+    }
+    return DONE;
+  }
+
+  bool is_disabled() const {
+    const Lines names = disabled_.read();
+    return std::find(names.begin(), names.end(), value("/TN")) != names.end();
+  }
+
+  std::string last_result() const {
+    const std::string beginning = value("/TN") + "|";
+    for (const auto& line : results_.read()) {
+      if (line.starts_with(beginning)) {
+        return line.substr(beginning.size());
+      }
+    }
+    return HAS_NOT_RUN;
+  }
+
+  void print_xml() const {
+    std::cout << "<?xml version=\"1.0\" encoding=\"UTF-16\"?>\r\n<Task version=\"1.2\">\r\n  <Triggers>\r\n"
+                 "    <CalendarTrigger>\r\n      <Enabled>true</Enabled>\r\n    </CalendarTrigger>\r\n"
+                 "  </Triggers>\r\n  <Settings>\r\n    <Enabled>"
+              << (is_disabled() ? "false" : "true") << "</Enabled>\r\n  </Settings>\r\n</Task>\r\n";
+  }
+
+  // The columns that matter, and as many before and after them as there are.
+  void print_row() const {
+    std::cout << "\"HOST\",\"\\" << value("/TN") << "\",\"29.11.2026 01:00:00\",\""
+              << (is_disabled() ? "Disabled" : "Ready")
+              << "\",\"Interactive/Background\",\"22.11.2026 01:00:00\",\"" << last_result()
+              << "\",\"N/A\"\r\n";
+  }
+
+  int enable() const {
+    Lines names = disabled_.read();
+    std::erase(names, value("/TN"));
+    disabled_.write(names);
+    std::cout << "SUCCESS: The parameters of scheduled task \"" << value("/TN")
+              << "\" have been changed.\r\n";
     return DONE;
   }
 
@@ -99,6 +151,8 @@ class Schtasks {
   }
 
   State_File tasks_;
+  State_File disabled_;
+  State_File results_;
   Lines arguments_;
 };
 

@@ -1,12 +1,9 @@
 #include <zant/velmora_host/contract/private_directory_contract.hpp>
 
-#include <zant/velmora_host/families/family_registry.hpp>
-#include <zant/velmora_host/observation/cycle_recorder.hpp>
-#include <zant/velmora_host/observation/observed_filesystem.hpp>
-#include <zant/velmora_host/reports/planning_filesystem.hpp>
 #include <zant/velmora_host/services/file_service.hpp>
-#include <zant/velmora_host/services/forwarding_filesystem.hpp>
 #include <zant/velmora_host/services/temporary_directory.hpp>
+
+#include "../filesystem_hosts.hpp"
 
 #include <support/fake_filesystem.hpp>
 
@@ -59,42 +56,8 @@ class Disk_Host {
   std::shared_ptr<Host_Filesystem> disk_ = std::make_shared<File_Service>(std::vector{private_directory()});
 };
 
-class File_Service_Host : public Disk_Host {
- public:
-  Host_Filesystem& filesystem() { return *disk(); }
-};
-
-class Forwarding_Host : public Disk_Host {
- public:
-  Host_Filesystem& filesystem() { return filesystem_; }
-
- private:
-  Forwarding_Filesystem filesystem_{disk()};
-};
-
-class Observed_Host : public Disk_Host {
- public:
-  Host_Filesystem& filesystem() { return filesystem_; }
-
- private:
-  const Family& family_ = *Family_Registry::built_in().all().front();
-  Temporary_Directory state_;
-  Observed_Filesystem filesystem_{
-      disk(), std::make_shared<Cycle_Recorder>("run", disk(), family_, state_.path() / "last-cycle.json"),
-      state_.path() / "staging"};
-};
-
-// What is only planned has no mode: this is the directory in which the service really writes.
-class Planning_Host_In_Scratch : public Disk_Host {
- public:
-  Host_Filesystem& filesystem() { return filesystem_; }
-
- private:
-  Planning_Filesystem filesystem_{disk(), root()};
-};
-
-using Hosts =
-    ::testing::Types<Fake_Host, File_Service_Host, Forwarding_Host, Observed_Host, Planning_Host_In_Scratch>;
+using Hosts = ::testing::Types<Fake_Host, File_Service_On<Disk_Host>, Forwarding_On<Disk_Host>,
+                               Observed_On<Disk_Host>, Planning_In_Scratch_On<Disk_Host>>;
 
 // For the names of the tests.
 class Host_Names {

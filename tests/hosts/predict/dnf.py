@@ -345,8 +345,6 @@ def _newest_with(site, line, scripts="", files=""):
     site.repository.publish = publish
 
 
-
-
 def _after_publication(site, change):
     build = DnfRepository._build_edition
 

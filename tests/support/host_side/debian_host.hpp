@@ -62,7 +62,7 @@ class Debian_Host : public Host_In_Directory {
                "zant-velmora:\n  Installed: 1.0\n  Candidate: 1.1\n  Version table:\n");
     system->on("systemctl is-active package-minder.service 2> /dev/null", 0, "active\n");
     system->on("systemctl is-active --quiet apt-daily-upgrade.timer", 0);
-    system->on("systemctl is-enabled --quiet apt-daily-upgrade.timer 2> /dev/null", 0);
+    system->on("systemctl is-enabled apt-daily-upgrade.timer 2> /dev/null", 0, "enabled\n");
     system->on(
         "TZ=UTC systemctl show --property=NextElapseUSecRealtime --value apt-daily-upgrade.timer 2> "
         "/dev/null",

@@ -80,7 +80,7 @@ class El_Host : public Host_In_Directory {
         0, "1.1-1\n");
     system->on("systemctl is-active package-minder.service 2> /dev/null", 0, "active\n");
     system->on("systemctl is-active --quiet dnf-automatic-install.timer", 0);
-    system->on("systemctl is-enabled --quiet dnf-automatic-install.timer 2> /dev/null", 0);
+    system->on("systemctl is-enabled dnf-automatic-install.timer 2> /dev/null", 0, "enabled\n");
     system->on(
         "TZ=UTC systemctl show --property=NextElapseUSecRealtime --value dnf-automatic-install.timer 2> "
         "/dev/null",

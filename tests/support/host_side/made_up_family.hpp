@@ -210,7 +210,7 @@ class Parcel_Host : public Host_In_Directory {
   void answer_status() {
     system->on("systemctl is-active package-minder.service 2> /dev/null", 0, "active\n");
     system->on("systemctl is-active --quiet parcel.timer", 0);
-    system->on("systemctl is-enabled --quiet parcel.timer 2> /dev/null", 0);
+    system->on("systemctl is-enabled parcel.timer 2> /dev/null", 0, "enabled\n");
     system->on("TZ=UTC systemctl show --property=NextElapseUSecRealtime --value parcel.timer 2> /dev/null", 0,
                "Sat 2026-11-21 03:00:00 UTC\n");
   }

@@ -15,8 +15,15 @@ class Told_Family : public Real_Family {
  public:
   explicit Told_Family(std::shared_ptr<const Upgrade_Outlook> outlook) : outlook_(std::move(outlook)) {}
 
-  Upgrade_Outlook find_upgrade_outlook(const Outlook_Question& /*question*/) const override {
+  Upgrade_Outlook find_upgrade_outlook(const Outlook_Question& question) const override {
+    planned() = question.planned;
     return *outlook_;
+  }
+
+  /// What the last question said of the next cycle.
+  static Planned_Files& planned() {
+    static Planned_Files files;
+    return files;
   }
 
  private:

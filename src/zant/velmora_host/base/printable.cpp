@@ -152,6 +152,10 @@ std::string_view whole_beginning(std::string_view text, std::size_t size) {
   return text.substr(0, is_character ? end : size);
 }
 
+std::string shortened(std::string_view text, std::size_t size) {
+  return text.size() <= size ? std::string(text) : std::string(whole_beginning(text, size)) + "[...]";
+}
+
 std::string_view whole_end(std::string_view text) {
   std::size_t begin = 0;
   while (begin < text.size() && begin < 3 && is_continuation(text[begin])) {

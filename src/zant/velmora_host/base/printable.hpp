@@ -31,6 +31,9 @@ std::string printable_json(std::string_view json);
 /// The longest beginning of the text that has at most `size` bytes and ends with a whole character.
 std::string_view whole_beginning(std::string_view text, std::size_t size);
 
+/// The text, or its `whole_beginning` of that size with a mark that there was more.
+std::string shortened(std::string_view text, std::size_t size);
+
 /// The text without the rest of a character at its beginning, where it was cut off another text.
 std::string_view whole_end(std::string_view text);
 

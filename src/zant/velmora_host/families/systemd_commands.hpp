@@ -13,6 +13,12 @@ inline std::string noop_check_of_start(const std::string& unit) {
   return "test ! -d /run/systemd/system || systemctl is-active --quiet " + unit;
 }
 
+/// Prints "enabled", "disabled", "masked" or another of systemd's words; succeeds when the unit starts with
+/// the host.
+inline std::string enabled_query_of(const std::string& unit) {
+  return "systemctl is-enabled " + unit + " 2> /dev/null";
+}
+
 /// Whether systemd runs the host: without it no timer can be started, and that is no failure.
 inline bool runs_host(velmora::Filesystem& filesystem) {
   return filesystem.read_file("/proc/1/comm", velmora::Read_Flag::WITHOUT_LINE_END) == "systemd";

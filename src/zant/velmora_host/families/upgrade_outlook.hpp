@@ -9,6 +9,7 @@
 #include <boost/filesystem/path.hpp>
 
 #include <chrono>
+#include <map>
 #include <optional>
 #include <string>
 #include <vector>
@@ -29,8 +30,8 @@ struct Cause {
   std::string evidence;  ///< file and line, or the command and the words that it printed
   std::string remedy;    ///< the command to type; a sentence where no command helps
 
-  /// It stands in the host's configuration, whatever has happened on the host since: a check names it before
-  /// the first cycle.
+  /// It stands in the host's configuration, and no cycle puts it right: a check names it before the first
+  /// cycle too.
   bool is_of_configuration = false;
 };
 
@@ -59,6 +60,9 @@ struct Upgrade_Outlook {
   Causes causes;
 };
 
+/// Files as they will be: their texts, and nothing for those that go.
+using Planned_Files = std::map<boost::filesystem::path, std::optional<std::string>>;
+
 /// What a family is asked about the upgrades of the package on a host.
 struct Outlook_Question {
   const Settings& settings;
@@ -72,6 +76,10 @@ struct Outlook_Question {
   bool online = false;
 
   std::chrono::system_clock::time_point now;
+
+  /// What the next cycle does to the host's files, for an answer about the host after it. Empty for the host
+  /// as it is.
+  Planned_Files planned = {};
 };
 
 }  // namespace zant::velmora_host

@@ -27,10 +27,6 @@ void add_bounded(std::vector<Entry>& entries, Entry entry) {
   }
 }
 
-std::string shortened(const std::string& text) {
-  return text.size() <= LONGEST_TEXT ? text : std::string(whole_beginning(text, LONGEST_TEXT)) + "[...]";
-}
-
 using Keys = std::vector<std::string>;
 
 // All of the first that are not in the second; both are sorted.
@@ -99,7 +95,7 @@ void Cycle_Recorder::end_cycle(const std::optional<Cycle_Failure>& thrown) {
 void Cycle_Recorder::note_command(const std::string& line, int exit_code, double seconds) {
   const std::lock_guard lock(mutex_);
   if (in_cycle_) {
-    add_bounded(record_.commands, Cycle_Record::Command{shortened(line), exit_code, seconds});
+    add_bounded(record_.commands, Cycle_Record::Command{shortened(line, LONGEST_TEXT), exit_code, seconds});
   }
 }
 
@@ -114,14 +110,15 @@ void Cycle_Recorder::note_release() {
 void Cycle_Recorder::note_log(severity_level severity, const std::string& message) {
   const std::lock_guard lock(mutex_);
   if (in_cycle_) {
-    add_bounded(severity == severity_level::notice ? record_.actions : record_.problems, shortened(message));
+    add_bounded(severity == severity_level::notice ? record_.actions : record_.problems,
+                shortened(message, LONGEST_TEXT));
   }
 }
 
 void Cycle_Recorder::note_failure(const Cycle_Failure& failure) {
   const std::lock_guard lock(mutex_);
   if (in_cycle_ && find_failure(record_, failure.step) == record_.failures.end()) {
-    record_.failures.push_back({failure.step, shortened(failure.message)});
+    record_.failures.push_back({failure.step, shortened(failure.message, LONGEST_TEXT)});
   }
 }
 
@@ -239,7 +236,7 @@ void Cycle_Recorder::settle_outcome_(const std::optional<Cycle_Failure>& thrown)
   if (thrown) {
     // It says more than what was noted of the same step.
     std::erase_if(record_.failures, [&thrown](const auto& noted) { return noted.step == thrown->step; });
-    record_.failures.push_back({thrown->step, shortened(thrown->message)});
+    record_.failures.push_back({thrown->step, shortened(thrown->message, LONGEST_TEXT)});
   }
   for (const auto& failure : record_.failures) {
     ++history_.failures[failure.step];

@@ -2,6 +2,7 @@
 
 #include <zant/velmora_host/base/json_document.hpp>
 #include <zant/velmora_host/base/printable.hpp>
+#include <zant/velmora_host/families/configured_causes.hpp>
 #include <zant/velmora_host/families/minded_host.hpp>
 #include <zant/velmora_host/reports/host_check.hpp>
 #include <zant/velmora_host/reports/reports_of_families.hpp>
@@ -11,9 +12,13 @@
 #include <zant/velmora_host/verdict/find_verdict.hpp>
 
 #include <fmt/format.h>
+#include <boost/algorithm/string/predicate.hpp>
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
+#include <optional>
+#include <utility>
+#include <vector>
 
 namespace zant::velmora_host {
 namespace {
@@ -26,18 +31,19 @@ struct Checked_Host {
   velmora::Init init;
 };
 
-// Only for a host that has such files: a plan of others may need the network.
-void check_displaced_settings(const Checked_Host& host, Check_Report& report) {
-  const auto files = host.family.replaced_files();
-  const bool has_any = std::any_of(files.begin(), files.end(), [&host](const auto& file) {
-    return host.report.services().filesystem->exists(file);
-  });
-  // With a staging tree that is not in order there is nothing to compare with.
-  if (!host.settings.automatic_upgrades() || !has_any || !report.findings.empty()) {
-    return;
+// Only where a cycle replaces files of the host's own: a plan of others may need the network. With a staging
+// tree that is not in order there is nothing to plan with.
+std::optional<Plan> plan_cycle(const Checked_Host& host, const Check_Report& report) {
+  const bool needs_network = host.family.replaced_files().empty();
+  if (!host.settings.automatic_upgrades() || needs_network || !report.findings.empty()) {
+    return std::nullopt;
   }
-  for (const auto& displaced :
-       make_plan(Plan::Operation::CYCLE, host.settings, host.report, host.registry).displaced_settings) {
+  Plan plan = make_plan(Plan::Operation::CYCLE, host.settings, host.report, host.registry);
+  return plan.is_incomplete ? std::nullopt : std::optional(std::move(plan));
+}
+
+void check_displaced_settings(const Plan& plan, Check_Report& report) {
+  for (const auto& displaced : plan.displaced_settings) {
     report.findings.push_back(
         {displaced.file.string(),
          printable(displaced.message) + " while package-minder's file is in its place",
@@ -67,13 +73,31 @@ bool has_code(const Check_Report& report, const std::string& code) {
                      [&code](const Finding& finding) { return finding.code == code; });
 }
 
-// Before the first cycle much is missing that a cycle brings: what stands in the configuration stays.
-void check_upgrades(const Checked_Host& host, bool online, Check_Report& report) {
+// What a check of units says of one is not said again in the words of a cause.
+bool is_of_checked_unit(const Check_Report& report, const Cause& cause) {
+  return std::any_of(report.findings.begin(), report.findings.end(), [&cause](const Finding& finding) {
+    return finding.code == "units.masked" && boost::algorithm::ends_with(cause.code, ".masked") &&
+           cause.message.find(finding.where) != std::string::npos;
+  });
+}
+
+Planned_Files files_of(const std::optional<Plan>& plan) {
+  Planned_Files files;
+  for (const auto& change : plan ? plan->files : std::vector<File_Change>{}) {
+    files[change.path] = change.after;
+  }
+  return files;
+}
+
+// Before the first cycle much is missing that a cycle brings: only what it does not bring is named.
+void check_upgrades(const Checked_Host& host, bool online, const Planned_Files& planned,
+                    Check_Report& report) {
   const Minded_Host minded = {host.settings, host.report.services(), host.family, host.init};
-  const Verdict verdict = find_verdict(minded, {}, online, host.report.bounds());
+  const Verdict verdict = find_verdict(minded, {}, online, host.report.bounds(), planned);
   const Check_Report others = report;
   for (const auto& cause : verdict.outlook.causes) {
-    if ((online || cause.is_of_configuration) && !has_code(others, cause.code)) {
+    const bool is_new = !has_code(others, cause.code) && !is_of_checked_unit(others, cause);
+    if (is_new && (cause.is_of_configuration || (online && !is_for_cycle(cause)))) {
       report.findings.push_back({first_line_of(cause.evidence), cause.message, cause.remedy, cause.code});
     } else if (cause.code == "tools.failed" || cause.code == "tools.time_limit") {
       report.unchecked.push_back({"upgrades", "whether the package upgrades on this host",
@@ -82,14 +106,16 @@ void check_upgrades(const Checked_Host& host, bool online, Check_Report& report)
   }
 }
 
-void check_host(const Checked_Host& host, Check_Report& report) {
+void check_host(const Checked_Host& host, const std::optional<Plan>& plan, Check_Report& report) {
   const Host_Services& services = host.report.services();
   const Settings& settings = host.settings;
   const Family& family = host.family;
   const velmora::Init init = host.init;
-  append(report.findings, family.find_setting_faults(settings));
-  append(report.findings, find_keyring_faults(settings.staging_directory(), family.staging_layout()));
-  check_in_time(host, report, [&] { check_displaced_settings(host, report); });
+  check_in_time(host, report, [&] {
+    if (plan) {
+      check_displaced_settings(*plan, report);
+    }
+  });
   check_in_time(host, report, [&] {
     host_check::check_tools(*services.system, family, init, report);
     host_check::check_directories(services, settings, family, init, report);
@@ -174,8 +200,11 @@ Check_Report make_check_report(const Settings& settings, const Report_Services& 
   }
   if (const Family* const family = registry.find(filesystem)) {
     const Checked_Host host = {settings, services, *family, registry, find_init(filesystem)};
-    check_host(host, report);
-    check_upgrades(host, online, report);
+    append(report.findings, family->find_setting_faults(settings));
+    append(report.findings, find_keyring_faults(settings.staging_directory(), family->staging_layout()));
+    const auto plan = plan_cycle(host, report);
+    check_host(host, plan, report);
+    check_upgrades(host, online, files_of(plan), report);
     note_what_is_cut(services, report);
   } else {
     report.findings.push_back({"/etc/os-release", "names neither a Debian or Ubuntu nor a RHEL family host",

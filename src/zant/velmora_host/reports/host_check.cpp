@@ -1,5 +1,7 @@
 #include <zant/velmora_host/reports/host_check.hpp>
 
+#include <zant/velmora_host/families/systemd_commands.hpp>
+
 #include <zant/velmora/host/command_success.hpp>
 
 #include <fmt/format.h>
@@ -15,7 +17,6 @@ namespace {
 using boost::filesystem::path;
 
 constexpr const char* PRESENCE = "command -v {} > /dev/null";
-constexpr const char* ENABLED_QUERY = "systemctl is-enabled {} 2> /dev/null";
 constexpr const char* CALENDAR_CHECK = "systemd-analyze calendar '{}' &> /dev/null";
 constexpr const char* TIME_SPAN_CHECK = "systemd-analyze timespan '{}' &> /dev/null";
 // On a read-only file system not even root may write.
@@ -70,7 +71,8 @@ void check_units(velmora::System& system, const Family& family, velmora::Init in
   }
   for (const auto& unit : family.units()) {
     const auto state =
-        system.run_command(fmt::format(ENABLED_QUERY, unit), velmora::Run_Flag::WAIT_AND_CAPTURE).output;
+        system.run_command(systemd_commands::enabled_query_of(unit), velmora::Run_Flag::WAIT_AND_CAPTURE)
+            .output;
     if (boost::algorithm::starts_with(state, "masked")) {
       report.findings.push_back(
           {unit, "is masked: automatic upgrades need it to run",

@@ -1,6 +1,7 @@
 #include <zant/velmora_host/reports/status.hpp>
 
 #include <zant/velmora_host/families/minded_host.hpp>
+#include <zant/velmora_host/families/systemd_commands.hpp>
 #include <zant/velmora_host/observation/cycle_store.hpp>
 #include <zant/velmora_host/reports/plan.hpp>
 #include <zant/velmora_host/reports/reports_of_families.hpp>
@@ -28,7 +29,6 @@ constexpr auto VERDICT_LIMIT = std::chrono::seconds(5);
 
 constexpr const char* SERVICE_STATE_QUERY = "systemctl is-active {}.service 2> /dev/null";
 constexpr const char* TIMER_STATE_QUERY = "systemctl is-active --quiet {}";
-constexpr const char* TIMER_ENABLED_QUERY = "systemctl is-enabled --quiet {} 2> /dev/null";
 // The time comes as text, in the zone of whoever asks.
 constexpr const char* NEXT_RUN_QUERY =
     "TZ=UTC systemctl show --property=NextElapseUSecRealtime --value {} 2> /dev/null";
@@ -55,8 +55,10 @@ void find_service_and_timer(const Minded_Host& host, const std::string& service,
   status.service_state = state.empty() ? "unknown" : state;
   if (!status.timer.empty()) {
     status.timer_is_running = velmora::command_succeeds(system, fmt::format(TIMER_STATE_QUERY, status.timer));
-    status.timer_is_enabled =
-        velmora::command_succeeds(system, fmt::format(TIMER_ENABLED_QUERY, status.timer));
+    status.timer_is_enabled = system
+                                  .run_command(systemd_commands::enabled_query_of(status.timer),
+                                               velmora::Run_Flag::WAIT_AND_CAPTURE)
+                                  .exit_code == 0;
     status.next_run = iso_time_in(output_of(system, fmt::format(NEXT_RUN_QUERY, status.timer)));
   }
 }
@@ -128,12 +130,9 @@ void add_cycle_reasons(const Status& status, std::vector<Status::Reason>& reason
   add_conflicts(status.cycles->history, reasons);
 }
 
-// Tools that fail name no version either.
+// Tools that fail name no version either. A package that is known to be missing is a cause by itself.
 bool is_not_installed(const Status& status) {
-  const auto& causes = status.verdict.outlook.causes;
-  return status.versions.installed.empty() &&
-         std::none_of(causes.begin(), causes.end(),
-                      [](const auto& cause) { return cause.effect == Cause_Effect::OBSCURES; });
+  return status.versions.installed.empty() && status.verdict.outlook.causes.empty();
 }
 
 std::vector<Status::Reason> find_reasons(const Status& status, const Plan& plan, const std::string& service) {

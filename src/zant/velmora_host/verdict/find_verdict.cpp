@@ -22,10 +22,6 @@ constexpr std::size_t LONGEST_SENTENCE = 500;
 constexpr std::size_t LONGEST_EVIDENCE = 2000;
 constexpr std::size_t MOST_CAUSES = 50;
 
-std::string shortened(const std::string& text, std::size_t size) {
-  return text.size() <= size ? text : std::string(whole_beginning(text, size)) + "[...]";
-}
-
 void bound(Causes& causes) {
   if (causes.size() > MOST_CAUSES) {
     causes.resize(MOST_CAUSES);
@@ -51,11 +47,16 @@ void remove_repeated(Causes& causes) {
 }
 
 Upgrade_Outlook ask(const Minded_Host& host, const std::shared_ptr<Bounded_System>& system, bool online,
-                    system_clock::time_point now) {
+                    system_clock::time_point now, const Planned_Files& planned) {
   try {
     const Temporary_Directory directory;
-    return host.family.find_upgrade_outlook(
-        {host.settings, {system, host.services.filesystem}, host.init, directory.path(), online, now});
+    return host.family.find_upgrade_outlook({host.settings,
+                                             {system, host.services.filesystem},
+                                             host.init,
+                                             directory.path(),
+                                             online,
+                                             now,
+                                             planned});
   } catch (const std::exception& error) {
     Upgrade_Outlook outlook;
     outlook.causes.push_back({Cause_Effect::OBSCURES, "tools.failed",
@@ -68,13 +69,13 @@ Upgrade_Outlook ask(const Minded_Host& host, const std::shared_ptr<Bounded_Syste
 }  // namespace
 
 Verdict find_verdict(const Minded_Host& host, const Upgrade_History& history, bool online,
-                     const Command_Bounds& bounds) {
+                     const Command_Bounds& bounds, const Planned_Files& planned) {
   const auto system = std::make_shared<Bounded_System>(host.services.system, bounds);
   const auto now = system_clock::now();
   Verdict verdict;
   verdict.found = now;
   verdict.online = online;
-  verdict.outlook = ask(host, system, online, now);
+  verdict.outlook = ask(host, system, online, now, planned);
   if (const auto cut = system->first_cut()) {
     verdict.outlook.causes.push_back({Cause_Effect::OBSCURES, "tools.time_limit",
                                       "The host's tools did not answer in time",

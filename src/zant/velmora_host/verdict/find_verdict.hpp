@@ -12,7 +12,8 @@ namespace zant::velmora_host {
 /// @param history what is remembered of the host's upgrades.
 /// @param online  whether the repository itself may be asked. Otherwise no network is used.
 /// @param bounds  of all that is asked.
+/// @param planned see `Outlook_Question`.
 Verdict find_verdict(const Minded_Host& host, const Upgrade_History& history, bool online,
-                     const Command_Bounds& bounds);
+                     const Command_Bounds& bounds, const Planned_Files& planned = {});
 
 }  // namespace zant::velmora_host

@@ -9,19 +9,51 @@
 #include <zant/velmora_host/families/apt/online_refresh.hpp>
 #include <zant/velmora_host/families/apt/outlook_tools.hpp>
 #include <zant/velmora_host/families/apt/periodic_switches.hpp>
+#include <zant/velmora_host/families/apt/planned_configuration.hpp>
 #include <zant/velmora_host/families/apt/refresh_state.hpp>
 #include <zant/velmora_host/families/apt/upgrade_trial.hpp>
 #include <zant/velmora_host/families/apt/upgrade_units.hpp>
+#include <zant/velmora_host/families/configured_causes.hpp>
 
 #include <fmt/format.h>
 #include <boost/algorithm/string/predicate.hpp>
 
 #include <algorithm>
+#include <set>
+#include <string>
 
 namespace zant::velmora_host::apt_outlook {
 namespace {
 
 using boost::filesystem::path;
+
+// In files and units that no cycle writes. Holds are not among them: a cycle releases that of the package.
+const std::set<std::string> CONFIGURED = {"apt.configuration_broken",
+                                          "cron.job_missing",
+                                          "cron.not_running",
+                                          "dependency.excluded",
+                                          "origin.not_allowed",
+                                          "origins.unreadable",
+                                          "package.blacklisted",
+                                          "package.not_whitelisted",
+                                          "package.pinned",
+                                          "patterns.unreadable",
+                                          "periodic.not_due",
+                                          "periodic.off",
+                                          "periodic.refresh_off",
+                                          "periodic.unreadable",
+                                          "periodic.upgrades_off",
+                                          "service.changed",
+                                          "service.condition_unmet",
+                                          "service.invalid",
+                                          "service.masked",
+                                          "service.replaced",
+                                          "timer.elapsed",
+                                          "timer.elsewhere",
+                                          "timer.invalid",
+                                          "timer.masked",
+                                          "upgrades.not_today",
+                                          "upgrades.on_shutdown_only"};
 
 // Settings for questions: nothing is locked, nothing is written outside of the private directory, hooks of
 // the host's do not run, and without a directory of methods APT has no way to any server.
@@ -80,15 +112,25 @@ class Search {
     const auto health = find_apt_health(question_, configuration_);
     append(outlook_.causes, health.causes);
     if (health.can_work && !installed.version.empty()) {
-      look_closer_(APT_Settings(health.dump, *question_.services.filesystem), installed, units);
+      look_closer_(APT_Settings(dump_(health), *question_.services.filesystem), installed, units);
     } else {
       append(outlook_.causes, find_full_disks(question_, {}));
     }
     forget_what_a_run_explains_(units);
+    mark_configured(outlook_.causes, CONFIGURED);
     return std::move(outlook_);
   }
 
  private:
+  std::string dump_(const APT_Health& health) {
+    if (question_.planned.empty()) {
+      return health.dump;
+    }
+    write_planned_configuration(question_);
+    const auto dump = ask(question_, with_planned_configuration(question_) + "apt-config dump");
+    return dump.succeeded() ? dump.words : health.dump;
+  }
+
   void look_closer_(const APT_Settings& settings, const Installed_Package& installed,
                     const Upgrade_Units& units) {
     append(outlook_.causes, find_periodic_switches(settings));
@@ -134,7 +176,10 @@ class Search {
       auto state =
           find_refresh_state(question_, trial.index, !online.causes.empty(), last_refresh_(units, settings));
       outlook_.refreshed = state.refreshed;
-      append(outlook_.causes, std::move(state.causes));
+      // A cycle that registers the repository refreshes it too.
+      if (state.refreshed || question_.planned.empty()) {
+        append(outlook_.causes, std::move(state.causes));
+      }
     }
     for (auto cause : online.causes) {
       // What is known to be offered already is installed all the same.

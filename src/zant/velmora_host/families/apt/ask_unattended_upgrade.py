@@ -13,6 +13,9 @@ The only argument is a JSON object:
   configuration     a file of APT settings that win over the host's; it names the private directories
   private           a directory to write into
   days              dates; is upgrading allowed on them?
+  planned           APT is asked with the configuration that the next cycle would leave, where the lists of the
+                    repository may not be there yet
+  origin            the pattern that the repository's origin is to match
   version           if given, only what the package of this version would ask is found out
   debs              directories where a downloaded package may lie, beside the host's own
 
@@ -69,6 +72,18 @@ def next_version(version):
     return f"{match[1]}{int(match[2]) + 1}.0" if match else f"{version}+next"
 
 
+def release_with(origin, suite):
+    """What a repository would say of itself whose origin matches a pattern: "o=ORIGIN,l=LABEL"."""
+    names = {"o": "Origin", "origin": "Origin", "l": "Label", "label": "Label", "a": "Suite", "suite": "Suite",
+             "archive": "Suite", "n": "Codename", "codename": "Codename"}
+    fields = {"Suite": suite}
+    for part in origin.split(","):
+        key, _, value = part.partition("=")
+        if key.strip() in names:
+            fields[names[key.strip()]] = value.strip()
+    return "".join(f"{name}: {value}\n" for name, value in fields.items())
+
+
 def shortened(text):
     text = str(text)
     return text if len(text) <= WORDS_LIMIT else text[:WORDS_LIMIT] + " ..."
@@ -123,6 +138,21 @@ class Outlook:
                 ):
                     yield match[2], re.sub(r"_Packages\.\w+$", "_Packages", match[3])
 
+    def make_up_index(self):
+        """Lists in which the repository is known and has nothing; the file that lists its packages."""
+        lists = os.path.join(self.request["private"], "made-up")
+        os.makedirs(os.path.join(lists, "partial"))
+        known = self.apt_pkg.config.find_dir("Dir::State::lists")
+        for entry in os.scandir(known) if os.path.isdir(known) else ():
+            if entry.name not in ("partial", "auxfiles", "lock"):
+                os.symlink(entry.path, os.path.join(lists, entry.name))
+        index = os.path.join(lists, os.path.basename(self.answer["index"]))
+        with open(re.sub(r"_[^_]+_binary-[^_]+_Packages$", "_InRelease", index), "w") as file:
+            file.write(release_with(self.request["origin"], self.request["suite"]))
+        with open(index, "w"):
+            pass
+        return index
+
     def newest_in(self, index):
         """The repository's newest version of the package: its stanza, or None."""
         text = subprocess.run(
@@ -155,7 +185,8 @@ class Outlook:
             if entry.name not in ("partial", "auxfiles", "lock") and entry.name != os.path.basename(index):
                 os.symlink(entry.path, os.path.join(lists, entry.name))
         with open(os.path.join(lists, plain), "wb") as file:
-            file.write(self._index_text.rstrip(b"\n") + b"\n\n" + stanza.encode(errors="surrogateescape") + b"\n")
+            stanzas = [self._index_text.rstrip(b"\n"), stanza.encode(errors="surrogateescape")]
+            file.write(b"\n\n".join(filter(None, stanzas)) + b"\n")
         self._lists = lists + "/"
         self.apply_configuration()
         with open(self.request["configuration"], "a") as file:
@@ -180,8 +211,14 @@ class Outlook:
             "pinned_by": [],
         }
         if answer["candidate"] != version:
-            answer["pinned_by"] = [source for source in self._sources_of_pins() if self._is_pinned_by(source, cache, package, version)]
+            sources = [source for source in self._sources_of_pins() if self._is_pinned_by(source, cache, package, version)]
+            answer["pinned_by"] = [self.place_of(source) for source in sources]
         return answer
+
+    def place_of(self, source):
+        """The host's file that a planned one is a copy of."""
+        planned = os.path.join(self.request["private"], "planned", "")
+        return source.replace(planned, "/etc/apt/", 1) if source.startswith(planned) else source
 
     def _sources_of_pins(self):
         config = self.apt_pkg.config
@@ -231,6 +268,9 @@ class Outlook:
         original = self.apt_pkg.init_system
 
         def init_system():
+            if self.request.get("planned"):
+                self.apt_pkg.config.clear("Unattended-Upgrade")
+                self.apt_pkg.read_config_dir(self.apt_pkg.config, self.apt_pkg.config.find_dir("Dir::Etc::parts"))
             self.apply_configuration()
             original()
 
@@ -328,9 +368,13 @@ class Outlook:
             self.answer["conffile_prompt"] = self.ask_conffiles(self.load(), self.request["version"])
             return
         index = self.find_index()
-        if index is None:
+        if index is None and not ("index" in self.answer and self.request.get("planned")):
             return
-        newest = self.newest_in(index)
+        if index is None:
+            index, newest = self.make_up_index(), None
+            self._index_text = b""
+        else:
+            newest = self.newest_in(index)
         self.answer["newest"] = newest["Version"] if newest is not None else ""
         self.answer["newer"] = newest is not None and self.apt_pkg.version_compare(newest["Version"], self.request["installed"]) > 0
         for field in ("Size", "Installed-Size", "Filename", "Phased-Update-Percentage"):

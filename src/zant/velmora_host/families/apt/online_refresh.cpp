@@ -1,6 +1,7 @@
 #include <zant/velmora_host/families/apt/online_refresh.hpp>
 
 #include <zant/velmora_host/families/apt/outlook_tools.hpp>
+#include <zant/velmora_host/families/apt/planned_configuration.hpp>
 #include <zant/velmora_host/families/apt/refresh_state.hpp>
 
 #include <zant/velmora/apt/apt_constants.hpp>
@@ -200,7 +201,7 @@ std::string site_in(const std::string& list) {
 Online_Refresh refresh_online(const Outlook_Question& question, const path& configuration,
                               const APT_Settings& settings) {
   const path lists = question.private_directory / "lists";
-  const path source = APT_Constants::SOURCE_LIST_PATH;
+  const path source = planned_place_of(question, APT_Constants::SOURCE_LIST_PATH);
   const std::string site =
       site_in(question.services.filesystem->read_file(source, velmora::Read_Flag::WHOLE_TEXT));
   if (site.empty() || !prepare_lists(question, lists, site)) {
@@ -209,11 +210,12 @@ Online_Refresh refresh_online(const Outlook_Question& question, const path& conf
   const auto answer =
       ask(question,
           fmt::format(
-              "apt-get -c {} -o Dir::State::lists={}/ -o Dir::Etc::sourcelist={} -o "
+              "{}apt-get -c {} -o Dir::State::lists={}/ -o Dir::Etc::sourcelist={} -o "
               "Dir::Etc::sourceparts=/dev/null "
               "-o APT::Get::List-Cleanup=false -o APT::Update::Error-Mode=any -o Acquire::Languages=none "
               "-o Acquire::Retries=0 -o Acquire::http::Timeout=8 -o Acquire::https::Timeout=8 --quiet update",
-              quoted(configuration.string()), quoted(lists.string()), quoted(source.string())),
+              with_planned_configuration(question), quoted(configuration.string()), quoted(lists.string()),
+              quoted(source.string())),
           REFRESH_LIMIT);
   const bool lacks = answer.words.find("Skipping acquire of configured file") != std::string::npos;
   if (answer.succeeded() && !lacks) {
@@ -224,13 +226,14 @@ Online_Refresh refresh_online(const Outlook_Question& question, const path& conf
 
 Causes find_missing_package(const Outlook_Question& question, const path& configuration,
                             const std::string& version, const path& archives) {
-  const auto answer =
-      ask(question,
-          fmt::format("sh -c {}",
-                      quoted(fmt::format("mkdir -p {0} && cd {0} && exec apt-get -c {1} --quiet download {2}",
-                                         quoted(archives.string()), quoted(configuration.string()),
-                                         quoted(fmt::format("{}={}", PACKAGE_NAME, version))))),
-          DOWNLOAD_LIMIT);
+  const auto answer = ask(
+      question,
+      fmt::format("sh -c {}",
+                  quoted(fmt::format("mkdir -p {0} && cd {0} && exec {3}apt-get -c {1} --quiet download {2}",
+                                     quoted(archives.string()), quoted(configuration.string()),
+                                     quoted(fmt::format("{}={}", PACKAGE_NAME, version)),
+                                     with_planned_configuration(question)))),
+      DOWNLOAD_LIMIT);
   if (answer.succeeded() || answer.exit_code == TIME_LIMIT) {
     return {};
   }

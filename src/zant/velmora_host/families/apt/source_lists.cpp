@@ -1,5 +1,7 @@
 #include <zant/velmora_host/families/apt/source_lists.hpp>
 
+#include <zant/velmora_host/families/same_address.hpp>
+
 #include <zant/velmora/apt/apt_constants.hpp>
 
 #include <boost/algorithm/string/case_conv.hpp>
@@ -38,11 +40,6 @@ std::vector<std::string> lines_of(const std::string& text) {
   return lines;
 }
 
-// APT takes an address with and without the slash at its end for the same.
-std::string without_last_slash(const std::string& url) {
-  return boost::algorithm::trim_right_copy_if(url, [](char c) { return c == '/'; });
-}
-
 // "deb [OPTIONS] URL SUITE COMPONENT..."
 std::vector<Listing> listings_of_one_line_format(const std::string& text) {
   std::vector<Listing> listings;
@@ -67,7 +64,7 @@ std::vector<Listing> listings_of_one_line_format(const std::string& text) {
 using Stanza = std::map<std::string, std::string>;
 
 // What APT takes for "no".
-bool is_off(const std::string& text) {
+bool is_no_for_apt(const std::string& text) {
   static const std::array<const char*, 6> words = {"no", "false", "without", "off", "disable", "0"};
   const std::string word = boost::algorithm::to_lower_copy(boost::algorithm::trim_copy(text));
   return std::find(words.begin(), words.end(), word) != words.end();
@@ -78,7 +75,7 @@ Listing listing_of(const Stanza& stanza) {
     const auto found = stanza.find(name);
     return found == stanza.end() ? std::string() : found->second;
   };
-  if (is_off(field("enabled"))) {
+  if (is_no_for_apt(field("enabled"))) {
     return {};
   }
   return {words_of(field("uris")), words_of(field("suites")), stanza.contains("signed-by")};
@@ -137,9 +134,8 @@ Finding other_apt_listing(const path& file, bool has_key_of_its_own) {
 }  // namespace
 
 bool holds_url(const std::vector<std::string>& urls, const std::string& url) {
-  return std::any_of(urls.begin(), urls.end(), [&url](const std::string& candidate) {
-    return without_last_slash(candidate) == without_last_slash(url);
-  });
+  return std::any_of(urls.begin(), urls.end(),
+                     [&url](const std::string& candidate) { return is_same_address(candidate, url); });
 }
 
 Findings find_other_source_lists(velmora::Filesystem& filesystem, const std::string& url,

@@ -2,6 +2,7 @@
 
 #include <zant/velmora_host/families/apt/outlook_tools.hpp>
 #include <zant/velmora_host/families/apt/package_pins.hpp>
+#include <zant/velmora_host/families/apt/planned_configuration.hpp>
 #include <zant/velmora_host/settings/build_config.hpp>
 
 #include <zant/velmora/apt/apt_constants.hpp>
@@ -56,8 +57,9 @@ Cause conffile_prompt(const std::string& version, const std::string& file) {
                   PACKAGE_NAME));
 }
 
-std::string asking(const Json& request) {
-  return fmt::format("python3 -I -B {} {}", quoted(Build_Config::APT_QUESTIONS_FILE),
+std::string asking(const Outlook_Question& question, const Json& request) {
+  return fmt::format("{}python3 -I -B {} {}", with_planned_configuration(question),
+                     quoted(Build_Config::APT_QUESTIONS_FILE),
                      quoted(request.dump(-1, ' ', false, Json::error_handler_t::replace)));
 }
 
@@ -86,18 +88,22 @@ class Trial {
     }
     const velmora::APT_Repo_Config repo(question_.services.system, question_.settings.configuration(),
                                         question_.settings.staging_directory(), question_.init);
-    const Json request = {{"program", boost::algorithm::trim_copy(program.words)},
-                          {"package", PACKAGE_NAME},
-                          {"installed", installed.version},
-                          {"architecture", installed.architecture},
-                          {"url", repo.source_list.url},
-                          {"suite", repo.source_list.channel},
-                          {"component", "main"},
-                          {"configuration", configuration_.string()},
-                          {"private", question_.private_directory.string()},
-                          {"days", days_()},
-                          {"debs", Json::array({archives.string()})}};
-    judge_(repo, ask(question_, asking(request), LIMIT), program.succeeded());
+    const Json request = {
+        {"program", boost::algorithm::trim_copy(program.words)},
+        {"package", PACKAGE_NAME},
+        {"installed", installed.version},
+        {"architecture", installed.architecture},
+        {"url", repo.source_list.url},
+        {"suite", repo.source_list.channel},
+        {"component", "main"},
+        {"configuration", configuration_.string()},
+        {"private", question_.private_directory.string()},
+        {"days", days_()},
+        {"debs", Json::array({archives.string()})},
+        {"planned", !question_.planned.empty()},
+        {"origin", question_.settings.configuration().getString("package.apt.repo.origins_pattern",
+                                                                APT_Constants::DEFAULT_ORIGINS_PATTERN)}};
+    judge_(repo, ask(question_, asking(question_, request), LIMIT), program.succeeded());
     return std::move(trial_);
   }
 
@@ -515,7 +521,7 @@ Causes find_conffile_prompt(const Outlook_Question& question, const path& config
                         {"version", version},
                         {"configuration", configuration.string()},
                         {"debs", Json::array({archives.string()})}};
-  const Json json = last_object_of(ask(question, asking(request)));
+  const Json json = last_object_of(ask(question, asking(question, request)));
   const std::string file = json.is_object() ? json.value("conffile_prompt", "") : "";
   return file.empty() ? Causes{} : Causes{conffile_prompt(version, file)};
 }

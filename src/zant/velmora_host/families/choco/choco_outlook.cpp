@@ -2,6 +2,7 @@
 
 #include <zant/velmora_host/base/printable.hpp>
 #include <zant/velmora_host/families/choco/base_directory_check.hpp>
+#include <zant/velmora_host/families/configured_causes.hpp>
 
 #include <zant/velmora/choco/choco_constants.hpp>
 #include <zant/velmora/package_minder/package_constants.hpp>
@@ -78,6 +79,8 @@ class Look {
     look_at_source_();
     look_at_task_();
     look_at_offer_();
+    // A cycle adds the source, releases the pin and creates the task anew.
+    mark_configured(outlook_.causes, {"repository.switched_off"});
     return std::move(outlook_);
   }
 

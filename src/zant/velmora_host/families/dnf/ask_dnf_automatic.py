@@ -3,7 +3,8 @@
 #     ask_dnf_automatic.py REQUEST
 #
 # REQUEST is a JSON object: "package", "repository" (its id), "directory" (private, for all that DNF writes),
-# "arguments" (of dnf-automatic), "online" (ask the repository itself). The answer is a JSON object on standard
+# "arguments" (of dnf-automatic), "online" (ask the repository itself), "address" (of the repository, for a host on
+# which it is not registered yet). The answer is a JSON object on standard
 # output: what is installed and offered, and the obstacles as facts; package-minder makes its words of them.
 #
 # DNF reads its caches through links in the private directory and writes beside them, so nothing of the host's
@@ -20,7 +21,6 @@ import time
 from xml.sax.saxutils import quoteattr, escape
 
 import dnf
-import dnf.automatic.main
 import dnf.cli
 import dnf.cli.cli
 import dnf.exceptions
@@ -29,6 +29,12 @@ import dnf.subject
 import hawkey
 import libdnf.conf
 import rpm
+
+try:
+    import dnf.automatic.main
+except ImportError:
+    # It comes with the first cycle.
+    dnf.automatic = None
 
 NEXT_REPOSITORY = "package-minder-next"
 LONGEST_WORDS = 2000
@@ -132,6 +138,22 @@ class Automatic:
 
     def main_places(self):
         return [(self.real.config_file_path, "main"), (self.settings_file, "base")]
+
+
+class AutomaticToCome(Automatic):
+    """The same for a host on which dnf-automatic is not installed yet: it will have its usual settings."""
+
+    class Settings:
+        class commands:
+            apply_updates, upgrade_type = True, "default"
+
+        def update_baseconf(self, conf):
+            pass
+
+    def __init__(self, request):
+        self.request, self.settings, self.settings_file = request, self.Settings(), ""
+        self.real = dnf.conf.Conf()
+        self.real.read()
 
 
 def link_caches(source, target, without):
@@ -270,10 +292,12 @@ class Look:
 
     def run(self):
         program = self.request["arguments"][0]
-        if not os.access(program, os.X_OK):
+        # It comes with the first cycle, and systemd misses its timer.
+        is_to_come = dnf.automatic is None or not (os.path.exists(program) or os.path.exists("/etc/dnf/automatic.conf"))
+        if not is_to_come and not os.access(program, os.X_OK):
             self.found("no_program", words="%s: %s" % (program, "not executable" if os.path.exists(program) else "missing"))
         try:
-            self.automatic = Automatic(self.request)
+            self.automatic = (AutomaticToCome if is_to_come else Automatic)(self.request)
             real = self.automatic.real
             self.answer["locks"] = [
                 os.path.join(directory, name + "_lock.pid")
@@ -311,6 +335,8 @@ class Look:
         vendor = base.repos.get(self.request["repository"])
         if vendor is None:
             self.look_for_broken_file(base)
+            if self.obstacles[-1]["kind"] == "not_registered":
+                self.foresee(base)
             return
         self.vendor = vendor
         self.answer["address"] = (list(vendor.baseurl) or [""])[0]
@@ -333,6 +359,20 @@ class Look:
         self.load(base)
         if self.answer["refreshed"] is None and vendor.metadata:
             self.answer["refreshed"] = int(time.time() - vendor._repo.getAge())
+
+    def foresee(self, base):
+        """What becomes of the package once the repository is registered."""
+        vendor = self.vendor = dnf.repo.Repo(self.request["repository"], base.conf)
+        vendor.baseurl = [libdnf.conf.ConfigParser.substitute(self.request["address"], base.conf.substitutions)]
+        self.answer["address"] = vendor.baseurl[0]
+        # Its keys come with the registration.
+        vendor.gpgcheck = vendor.repo_gpgcheck = False
+        if self.request["online"]:
+            self.refresh(base, vendor)
+        link_caches(self.automatic.real.cachedir, base.conf.cachedir, vendor.id)
+        if self.answer["refreshed"]:
+            base.repos.add(vendor)
+        self.load(base)
 
     def look_for_broken_file(self, base):
         """DNF passes over a file that it cannot read, with all repositories in it."""
@@ -452,7 +492,7 @@ class Look:
                     repo.disable()
                 elif is_local(repo):
                     repo._repo.setSyncStrategy(dnf.repo.SYNC_TRY_CACHE)
-            add_next_repository(base, base.repos[self.vendor.id], directory)
+            add_next_repository(base, base.repos.get(self.vendor.id, self.vendor), directory)
             base.fill_sack()
             query = base.sack.query(flags=hawkey.IGNORE_EXCLUDES).available()
             made_up = sorted(query.filterm(name=self.package, reponame=NEXT_REPOSITORY), reverse=True)
@@ -470,7 +510,10 @@ class Look:
             self.name_what_hides(base, hidden[0])
             return
         try:
-            dnf.automatic.main.upgrade(base, self.upgrade_type)
+            if dnf.automatic:
+                dnf.automatic.main.upgrade(base, self.upgrade_type)
+            else:
+                base.upgrade_all()
             base.resolve()
         except dnf.exceptions.Error as problem:
             self.found("unsolvable", words=problem, unknown=self.unknown)
@@ -741,4 +784,5 @@ def main():
     output.write("\n")
 
 
-main()
+if __name__ == "__main__":
+    main()

@@ -1,11 +1,13 @@
 #include <zant/velmora_host/families/dnf/dnf_outlook.hpp>
 
+#include <zant/velmora_host/families/configured_causes.hpp>
 #include <zant/velmora_host/families/dnf/obstacle_causes.hpp>
 #include <zant/velmora_host/families/dnf/run_preview.hpp>
 #include <zant/velmora_host/families/dnf/upgrade_run_words.hpp>
 #include <zant/velmora_host/families/dnf/upgrade_units.hpp>
 #include <zant/velmora_host/families/held_locks.hpp>
 #include <zant/velmora_host/families/refresh_age.hpp>
+#include <zant/velmora_host/families/same_address.hpp>
 
 #include <zant/velmora/dnf/dnf_constants.hpp>
 #include <zant/velmora/dnf/dnf_repo_config.hpp>
@@ -18,6 +20,7 @@
 #include <algorithm>
 #include <optional>
 #include <regex>
+#include <set>
 #include <sstream>
 #include <string>
 #include <utility>
@@ -34,6 +37,34 @@ constexpr const char* INSTALLED_QUERY =
 // What the service of the distribution's package gives it; for a host whose service is not to be had.
 const std::vector<std::string> USUAL_WORDS = {"/usr/bin/dnf-automatic", "/etc/dnf/automatic.conf",
                                               "--installupdates"};
+
+// In files and units that no cycle writes.
+const std::set<std::string> CONFIGURED = {"dnf.configuration_broken",
+                                          "package.excluded",
+                                          "package.hidden",
+                                          "package.in_module",
+                                          "package.not_included",
+                                          "package.version_locked",
+                                          "repository.cache_only",
+                                          "repository.never_expires",
+                                          "repository.outranked",
+                                          "repository.switched_off",
+                                          "repository.unreadable",
+                                          "service.changed",
+                                          "service.condition_unmet",
+                                          "service.confined",
+                                          "service.invalid",
+                                          "service.masked",
+                                          "service.replaced",
+                                          "service.unprivileged",
+                                          "timer.condition_unmet",
+                                          "timer.elapsed",
+                                          "timer.far_ahead",
+                                          "timer.elsewhere",
+                                          "timer.invalid",
+                                          "timer.masked",
+                                          "upgrades.not_applied",
+                                          "upgrades.security_only"};
 
 std::string installed_version(velmora::System& system) {
   const auto answer =
@@ -101,17 +132,13 @@ Package_Locks locks_of(const Run_Preview& preview) {
           {"packagekitd", "package-minder"}};
 }
 
-std::string without_last_slash(const std::string& address) {
-  return boost::algorithm::trim_right_copy_if(address, [](char character) { return character == '/'; });
-}
-
 // DNF puts in the values of variables, which nothing else knows.
 std::optional<Cause> find_other_address(const Outlook_Question& question, const Run_Preview& preview) {
   const std::string wanted =
       velmora::DNF_Repo_Config(question.settings.configuration(), question.settings.staging_directory())
           .base_url;
   const bool is_comparable = !preview.address.empty() && wanted.find('$') == std::string::npos;
-  if (!is_comparable || without_last_slash(wanted) == without_last_slash(preview.address)) {
+  if (!is_comparable || is_same_address(wanted, preview.address)) {
     return std::nullopt;
   }
   return Cause{Cause_Effect::OBSCURES, "repository.out_of_step",
@@ -185,6 +212,7 @@ Upgrade_Outlook find(const Outlook_Question& question) {
     cause.evidence = without_credentials(cause.evidence);
     cause.remedy = without_credentials(cause.remedy);
   }
+  mark_configured(outlook.causes, CONFIGURED);
   return outlook;
 }
 

@@ -1,5 +1,7 @@
 #include <zant/velmora_host/families/dnf/repository_files.hpp>
 
+#include <zant/velmora_host/families/same_address.hpp>
+
 #include <zant/velmora/dnf/dnf_constants.hpp>
 
 #include <fmt/format.h>
@@ -63,14 +65,10 @@ std::vector<Repository> parse(const std::string& text) {
   return repositories;
 }
 
-bool is_off(const std::string& text) {
+// What DNF takes for "no".
+bool is_no_for_dnf(const std::string& text) {
   static const std::array<const char*, 4> words = {"0", "no", "false", "off"};
   return std::find(words.begin(), words.end(), boost::algorithm::to_lower_copy(text)) != words.end();
-}
-
-// DNF takes an address with and without the slash at its end for the same.
-std::string without_last_slash(const std::string& url) {
-  return boost::algorithm::trim_right_copy_if(url, [](char c) { return c == '/'; });
 }
 
 // DNF separates lists by blanks, commas or both.
@@ -82,9 +80,8 @@ std::vector<std::string> words_of(std::string list) {
 
 bool uses_address(const Repository& repository, const std::string& base_url) {
   const auto addresses = words_of(repository.option("baseurl"));
-  return std::any_of(addresses.begin(), addresses.end(), [&base_url](const std::string& address) {
-    return without_last_slash(address) == without_last_slash(base_url);
-  });
+  return std::any_of(addresses.begin(), addresses.end(),
+                     [&base_url](const std::string& address) { return is_same_address(address, base_url); });
 }
 
 Repository section_of(const std::string& text, const std::string& id) {
@@ -105,7 +102,7 @@ void find_in_file(const path& file, const std::string& text, const std::string& 
                           fmt::format("defines a repository with the same id, [{}]", repository.id), remedy,
                           "repository.id_used_twice"});
     }
-    if (uses_address(repository, base_url) && !is_off(repository.option("enabled"))) {
+    if (uses_address(repository, base_url) && !is_no_for_dnf(repository.option("enabled"))) {
       findings.push_back({file.string(),
                           "lists the same repository a second time: a hold or throttle of package-minder's "
                           "does not reach it",
@@ -166,7 +163,7 @@ Findings find_weak_options(const std::string& repository_file, const std::string
     const std::string general = is_repositorys_alone ? "" : main.option(option.name);
     const bool is_general = own.empty() && !general.empty();
     const std::string value = is_general ? general : own;
-    if (value.empty() ? option.is_off_by_default : is_off(value)) {
+    if (value.empty() ? option.is_off_by_default : is_no_for_dnf(value)) {
       findings.push_back(
           {is_general ? "/etc/dnf/dnf.conf" : DNF_Constants::REPO_FILE_PATH,
            fmt::format("{} {}: {}", option.name, value.empty() ? "is not set" : "is off", option.effect),

@@ -4,6 +4,7 @@
 #include <zant/velmora_host/settings/build_config.hpp>
 
 #include <zant/velmora/dnf/dnf_constants.hpp>
+#include <zant/velmora/dnf/dnf_repo_config.hpp>
 #include <zant/velmora/package_minder/package_constants.hpp>
 
 #include <fmt/format.h>
@@ -60,7 +61,10 @@ Run_Preview preview_run(const Outlook_Question& question, const std::vector<std:
                         {"repository", velmora::DNF_Constants::DNF_REPO_ID},
                         {"directory", question.private_directory.string()},
                         {"arguments", arguments},
-                        {"online", question.online}};
+                        {"online", question.online},
+                        {"address", velmora::DNF_Repo_Config(question.settings.configuration(),
+                                                             question.settings.staging_directory())
+                                        .base_url}};
   if (!question.services.filesystem->write_file(question.private_directory / "request",
                                                 request.dump(-1, ' ', true, Json::error_handler_t::replace),
                                                 velmora::Write_Flag::REPLACE)) {

@@ -26,12 +26,6 @@ constexpr std::size_t LONGEST_COMMAND_IN_LOG = 500;
 constexpr auto GIVING_UP_CHECK_INTERVAL = std::chrono::milliseconds(50);
 constexpr auto GIVEN_UP_KILL_DELAY = std::chrono::milliseconds(500);
 
-std::string shortened(const std::string& command) {
-  return command.size() <= LONGEST_COMMAND_IN_LOG
-             ? command
-             : std::string(whole_beginning(command, LONGEST_COMMAND_IN_LOG)) + "[...]";
-}
-
 std::string in_seconds(std::chrono::milliseconds duration) {
   return fmt::format("{:g} s", std::chrono::duration<double>(duration).count());
 }
@@ -68,7 +62,7 @@ class PACKAGE_MINDER_HOST_LOCAL Command_Service::Implementation {
 
 velmora::Command_Result Command_Service::Implementation::run(const std::string& command,
                                                              const Command_Bounds* bounds) {
-  ZANT_LOG(log_, severity_level::trace) << "Running command: " << shortened(command);
+  ZANT_LOG(log_, severity_level::trace) << "Running command: " << shortened(command, LONGEST_COMMAND_IN_LOG);
   try {
     Child_Process child(command, environment_, options_.output_limit);
     const int exit_code =
@@ -78,7 +72,8 @@ velmora::Command_Result Command_Service::Implementation::run(const std::string& 
     return {child.output().text(), exit_code};
   } catch (const std::system_error& error) {
     ZANT_LOG(log_, severity_level::error)
-        << fmt::format("Could not start a command: {} | Command: {}", error.what(), shortened(command));
+        << fmt::format("Could not start a command: {} | Command: {}", error.what(),
+                       shortened(command, LONGEST_COMMAND_IN_LOG));
     return {"", Exit_Code::NOT_STARTED};
   }
 }
@@ -92,7 +87,7 @@ int Command_Service::Implementation::supervise_(Child_Process& child, const std:
   }
   ZANT_LOG(log_, severity_level::warning) << fmt::format(
       "A command that must not be ended takes longer than {}, waiting for its end | Command: {}",
-      in_seconds(options_.time_limit), shortened(command));
+      in_seconds(options_.time_limit), shortened(command, LONGEST_COMMAND_IN_LOG));
   child.run_to_end();
   return reap_(child, command);
 }
@@ -107,7 +102,8 @@ int Command_Service::Implementation::supervise_(Child_Process& child, const std:
       return reap_(child, command);
     }
   }
-  ZANT_LOG(log_, severity_level::debug) << "Giving up a command | Command: " << shortened(command);
+  ZANT_LOG(log_, severity_level::debug)
+      << "Giving up a command | Command: " << shortened(command, LONGEST_COMMAND_IN_LOG);
   child.end_group(GIVEN_UP_KILL_DELAY);
   child.collect_exit_status();
   return Exit_Code::TIME_LIMIT;
@@ -116,7 +112,7 @@ int Command_Service::Implementation::supervise_(Child_Process& child, const std:
 int Command_Service::Implementation::end_(Child_Process& child, const std::string& command) {
   ZANT_LOG(log_, severity_level::error)
       << fmt::format("Ending a command that takes longer than {} | Command: {}",
-                     in_seconds(options_.time_limit), shortened(command));
+                     in_seconds(options_.time_limit), shortened(command, LONGEST_COMMAND_IN_LOG));
   child.end_group(options_.kill_delay);
   // Its own exit status does not count: it was ended before it was done.
   child.collect_exit_status();
@@ -130,7 +126,7 @@ int Command_Service::Implementation::reap_(Child_Process& child, const std::stri
   ZANT_LOG(log_, severity_level::error) << fmt::format(
       "The exit status of a command is lost: this process ignores SIGCHLD, or something in it reaps the "
       "children of others | Command: {}",
-      shortened(command));
+      shortened(command, LONGEST_COMMAND_IN_LOG));
   return Exit_Code::STATUS_LOST;
 }
 
@@ -139,13 +135,13 @@ void Command_Service::Implementation::log_outcome_(const Child_Process& child, c
   if (child.output().is_truncated()) {
     ZANT_LOG(log_, severity_level::warning)
         << fmt::format("A command printed more than {} bytes, the rest is dropped | Command: {}",
-                       options_.output_limit, shortened(command));
+                       options_.output_limit, shortened(command, LONGEST_COMMAND_IN_LOG));
   }
   // Many of the library's command lines answer "no" by failing without error output: no warning then.
   const std::string error_text = error_text_of(child);
   const auto level = exit_code != 0 && !error_text.empty() ? of_failure : severity_level::debug;
   ZANT_LOG(log_, level) << fmt::format("Command ended with exit code {} | Command: {}{}{}", exit_code,
-                                       shortened(command),
+                                       shortened(command, LONGEST_COMMAND_IN_LOG),
                                        error_text.empty() ? "" : " | Error output: ", error_text);
 }
 

@@ -3,8 +3,8 @@
 #include <zant/velmora_host/services/file_service.hpp>
 #include <zant/velmora_host/services/windows/input_file.hpp>
 #include <zant/velmora_host/services/windows/protected_directory.hpp>
-#include <zant/velmora_host/services/windows/replacement_file.hpp>
 #include <zant/velmora_host/services/windows/win32_error.hpp>
+#include <zant/velmora_host/services/windows/win32_replacement_file.hpp>
 
 #include <fmt/format.h>
 #include <boost/filesystem/operations.hpp>
@@ -13,7 +13,7 @@
 
 namespace zant::velmora_host {
 
-const char* const File_Service::TEMPORARY_EXTENSION = Replacement_File::EXTENSION;
+const char* const File_Service::TEMPORARY_EXTENSION = Win32_Replacement_File::EXTENSION;
 
 namespace disk {
 namespace {
@@ -30,7 +30,7 @@ std::string read(const Path& path) {
 }
 
 void write(const Path& path, const std::string& contents) {
-  Replacement_File file(path);
+  Win32_Replacement_File file(path);
   file.write(contents);
   file.commit();
 }

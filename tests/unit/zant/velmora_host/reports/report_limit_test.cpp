@@ -109,7 +109,7 @@ TEST_F(ReportLimit, MakesACheckFindNothingWrong) {
   ASSERT_THAT(report.unchecked, SizeIs(2));
   EXPECT_EQ(report.unchecked[0].code, "upgrades");
   EXPECT_EQ(report.unchecked[1].code, "time_limit");
-  EXPECT_EQ(report.unchecked[1].reason, "\"command -v parcel > /dev/null\" did not end in time");
+  EXPECT_EQ(report.unchecked[1].reason, "\"parcel held\" did not end in time");
 }
 
 // --- causes in a check ---------------------------------------------------------

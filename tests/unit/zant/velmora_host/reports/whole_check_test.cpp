@@ -58,8 +58,9 @@ class Whole_Check : public ::testing::Test {
   }
 
   Host host_;
-  const Family_Registry registry_ = test_support::registry_with_told<APT_Family, DNF_Family>(
-      std::make_shared<Upgrade_Outlook>(test_support::outlook_of("1.0", "1.0")));
+  const std::shared_ptr<Upgrade_Outlook> outlook_ =
+      std::make_shared<Upgrade_Outlook>(test_support::outlook_of("1.0", "1.0"));
+  const Family_Registry registry_ = test_support::registry_with_told<APT_Family, DNF_Family>(outlook_);
 };
 
 using WholeCheckOfDebian = Whole_Check<test_support::Debian_Host>;
@@ -296,6 +297,57 @@ TEST_F(WholeCheckOfDebian, FindsWhatWeakensTheHost) {
   EXPECT_THAT(findings(),
               ElementsAre("repository.server_not_verified APT's configuration",
                           "repository.unsigned_accepted /etc/apt/sources.list.d/zant-velmora.list"));
+}
+
+TEST_F(WholeCheckOfDebian, NamesTheCausesThatStandInTheConfiguration) {
+  outlook_->causes = {
+      {Cause_Effect::BLOCKS, "package.pinned", "a pin", "/etc/apt/preferences.d/a:1: x\nmore", "rm a", true},
+      {Cause_Effect::BLOCKS, "disk.full", "no room", "/var", "Make room"},
+      {Cause_Effect::OBSCURES, "repository.not_refreshed", "old", "/var", "apt-get update"}};
+
+  EXPECT_EQ(text_without_keys(),
+            "/etc/apt/preferences.d/a:1: x: a pin\n"
+            "    Remedy: rm a\n"
+            "    [package.pinned]\n"
+            "1 finding.\n");
+}
+
+TEST_F(WholeCheckOfDebian, NamesAllButWhatACycleBringsWhenTheRepositoryIsAsked) {
+  outlook_->causes = {
+      {Cause_Effect::BLOCKS, "disk.full", "no room", "/var", "Make room"},
+      {Cause_Effect::BLOCKS, "repository.not_registered", "none", "none", "package-minder once"},
+      {Cause_Effect::BLOCKS, "timer.stopped", "stopped", "timer", "systemctl start timer"}};
+
+  const auto report = make_check_report(host_.settings(), host_.services, true, registry_);
+
+  ASSERT_EQ(report.findings.size(), 1U);
+  EXPECT_EQ(report.findings[0].code, "disk.full");
+}
+
+TEST_F(WholeCheckOfDebian, NamesAMaskedUnitOnce) {
+  host_.system->on("systemctl is-enabled apt-daily.timer 2> /dev/null", 1, "masked\n");
+  outlook_->causes = {
+      {Cause_Effect::BLOCKS, "timer.masked", "apt-daily.timer is masked, so it never runs", "", "", true},
+      {Cause_Effect::BLOCKS, "timer.masked", "apt-daily-upgrade.timer is masked, so it never runs", "x", "",
+       true}};
+
+  EXPECT_THAT(findings(), ElementsAre("units.masked apt-daily.timer", "timer.masked x"));
+}
+
+TEST_F(WholeCheckOfDebian, AsksWhatBecomesOfThePackageAfterTheNextCycle) {
+  check();
+
+  const auto& planned = test_support::Told_Family<APT_Family>::planned();
+  ASSERT_TRUE(planned.contains("/etc/apt/sources.list.d/zant-velmora.list"));
+  EXPECT_THAT(planned.at("/etc/apt/sources.list.d/zant-velmora.list").value_or(""),
+              HasSubstr("https://repo.velmora.example/"));
+  EXPECT_TRUE(planned.contains("/etc/apt/apt.conf.d/20auto-upgrades"));
+}
+
+TEST_F(WholeCheckOfEl, AsksWhatBecomesOfThePackageWithoutAPlanThatMayNeedTheNetwork) {
+  check();
+
+  EXPECT_THAT(test_support::Told_Family<DNF_Family>::planned(), IsEmpty());
 }
 
 TEST_F(WholeCheckOfEl, FindsWhatWeakensTheHost) {

@@ -178,7 +178,7 @@ TEST_F(WholeStatusOfDebian, WithoutSystemdSaysNothingOfAnotherProgramsServiceOrO
 }
 
 TEST_F(WholeStatusOfDebian, NamesATimerThatIsNotEnabled) {
-  host_.system->on("systemctl is-enabled --quiet apt-daily-upgrade.timer 2> /dev/null", 1);
+  host_.system->on("systemctl is-enabled apt-daily-upgrade.timer 2> /dev/null", 1, "disabled\n");
 
   const auto seen = status();
 
@@ -524,7 +524,34 @@ TEST_F(WholeStatusOfDebian, TellsAPackageThatAptDoesNotKnow) {
   *outlook_ = {};
   host_.system->on("apt-cache policy zant-velmora", 100, "  Installed: 1.1\n");
 
-  EXPECT_THAT(reasons(), ElementsAre("package.not_installed"));
+  EXPECT_EQ(to_text(status()),
+            "Verdict             cannot be told: the host's tools do not tell which version is installed\n"
+            "Host                package manager APT, init systemd\n"
+            "Service             active\n"
+            "Package             zant-velmora not installed, unknown what is offered\n"
+            "Repository          registered, in step\n"
+            "Hold                not held\n"
+            "Automatic upgrades  on, in step\n"
+            "Timer               apt-daily-upgrade.timer, next run 2026-11-21T03:00:00Z\n"
+            "Last cycle          2027-01-15T08:00:00Z by \"run\", 0.3 s, succeeded\n"
+            "\n"
+            "Needs attention:\n"
+            "  - zant-velmora is not installed [package.not_installed]\n");
+}
+
+TEST_F(WholeStatusOfDebian, TakesNoPackageForMissingWhereAToolCannotWork) {
+  *outlook_ = {};
+  outlook_->causes = {{Cause_Effect::BLOCKS, "dpkg.status_broken", "APT cannot read dpkg's list of packages",
+                       "E: Unable to parse", "cp /var/lib/dpkg/status-old /var/lib/dpkg/status"}};
+  host_.system->on("apt-cache policy zant-velmora", 100, "E: Unable to parse\n");
+
+  const auto seen = status();
+
+  EXPECT_THAT(
+      to_text(seen),
+      HasSubstr("Package             zant-velmora unknown whether installed, unknown what is offered\n"));
+  EXPECT_THAT(reasons(), ElementsAre("dpkg.status_broken"));
+  EXPECT_THAT(to_json_text(seen), HasSubstr("\"installed\": null,"));
 }
 
 }  // namespace

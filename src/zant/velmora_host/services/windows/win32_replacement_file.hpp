@@ -11,15 +11,15 @@ namespace zant::velmora_host {
 
 /// A file that is written beside its destination and takes its place when it is whole. Unless `commit` is
 /// reached, nothing of it stays. All operations throw std::system_error.
-class Replacement_File {
+class Win32_Replacement_File {
  public:
   /// What the names of unfinished files end in. They begin with a point.
   static constexpr const char* EXTENSION = ".package-minder";
 
-  explicit Replacement_File(const boost::filesystem::path& destination);
-  ~Replacement_File();
-  Replacement_File(const Replacement_File&) = delete;
-  Replacement_File& operator=(const Replacement_File&) = delete;
+  explicit Win32_Replacement_File(const boost::filesystem::path& destination);
+  ~Win32_Replacement_File();
+  Win32_Replacement_File(const Win32_Replacement_File&) = delete;
+  Win32_Replacement_File& operator=(const Win32_Replacement_File&) = delete;
 
   void write(std::string_view data);
 

@@ -1,4 +1,4 @@
-#include <zant/velmora_host/services/windows/replacement_file.hpp>
+#include <zant/velmora_host/services/windows/win32_replacement_file.hpp>
 
 #include <zant/velmora_host/services/windows/win32_error.hpp>
 
@@ -14,12 +14,13 @@ constexpr std::size_t LARGEST_PIECE = std::size_t{1} << 20;
 
 boost::filesystem::path temporary_path(const boost::filesystem::path& destination) {
   boost::filesystem::path name(L"." + destination.filename().wstring() + L".%%%%%%%%");
-  return destination.parent_path() / boost::filesystem::unique_path(name += Replacement_File::EXTENSION);
+  return destination.parent_path() /
+         boost::filesystem::unique_path(name += Win32_Replacement_File::EXTENSION);
 }
 
 }  // namespace
 
-Replacement_File::Replacement_File(const boost::filesystem::path& destination)
+Win32_Replacement_File::Win32_Replacement_File(const boost::filesystem::path& destination)
     : destination_(destination), temporary_path_(temporary_path(destination)) {
   file_ = Handle(::CreateFileW(temporary_path_.c_str(), GENERIC_WRITE, NOT_SHARED, nullptr, CREATE_NEW,
                                FILE_ATTRIBUTE_NORMAL, nullptr));
@@ -28,14 +29,14 @@ Replacement_File::Replacement_File(const boost::filesystem::path& destination)
   }
 }
 
-Replacement_File::~Replacement_File() {
+Win32_Replacement_File::~Win32_Replacement_File() {
   if (file_.is_open()) {
     file_.close();
     ::DeleteFileW(temporary_path_.c_str());
   }
 }
 
-void Replacement_File::write(std::string_view data) {
+void Win32_Replacement_File::write(std::string_view data) {
   while (!data.empty()) {
     DWORD size = 0;
     const auto piece = static_cast<DWORD>(std::min(data.size(), LARGEST_PIECE));
@@ -46,7 +47,7 @@ void Replacement_File::write(std::string_view data) {
   }
 }
 
-void Replacement_File::commit() {
+void Win32_Replacement_File::commit() {
   if (::FlushFileBuffers(file_.get()) == FALSE) {
     throw_win32_error("cannot write");
   }
