@@ -51,6 +51,12 @@ def drop_in(unit, text):
     return f"{file(DROP_IN.format(unit), text)} && systemctl daemon-reload"
 
 
+def hold_lock(path):
+    """As a program does that has nothing to do with APT."""
+    program = f"import fcntl, time; file = open('{path}', 'a'); fcntl.lockf(file, fcntl.LOCK_EX); open('/root/locked', 'w'); time.sleep(900)"
+    return f'rm -f /root/locked; setsid python3 -c "{program}" < /dev/null > /dev/null 2>&1 & until test -e /root/locked; do sleep 0.05; done'
+
+
 def republish(**fields):
     def act(site):
         site.repository.release_fields = fields
@@ -107,7 +113,7 @@ UNITS = [
     Story("a service replaced", "service.replaced", drop_in("apt-daily-upgrade.service", "[Service]\nExecStart=\nExecStart=/bin/true"), "argv[]=/bin/true", ahead=True, verdict="cannot_be_told"),
     Story("a service confined", "service.changed", drop_in("apt-daily.service", "[Service]\nPrivateNetwork=yes"), "PrivateNetwork=yes", ahead=True, verdict="cannot_be_told"),
     Story("a condition that is not met", "service.changed", drop_in("apt-daily.service", "[Unit]\nConditionPathExists=/nowhere"), "ConditionPathExists=/nowhere", ahead=True, verdict=None),
-    Story("a lock held by something else", "lock.held", "setsid flock /var/lib/dpkg/lock-frontend sleep 900 > /dev/null 2>&1 < /dev/null & sleep 0.2", "/var/lib/dpkg/lock-frontend", ahead=True, verdict="cannot_be_told", effect_is_seen=False),
+    Story("a lock held by something else", "lock.held", hold_lock("/var/lib/dpkg/lock-frontend"), "/var/lib/dpkg/lock-frontend", ahead=True, verdict="cannot_be_told"),
 ]
 
 REPOSITORY = [

@@ -44,17 +44,18 @@ class Outcome:
     verdict: str = ""
     causes: list = field(default_factory=list)
     installed: str = ""
+    newest: tuple = (NEWEST,)  # any of these is no older than what the repository has
 
     @property
     def is_wrong(self):
-        got_newest = self.installed == NEWEST
+        got_newest = self.installed in self.newest
         return self.verdict == BLOCKED if got_newest else self.verdict in PROMISES
 
     def __str__(self):
         steps = "; ".join(self.steps) or "nothing was done"
         timing = "published after the question" if self.ahead else "published before"
         return (
-            f"{'WRONG ' if self.is_wrong else 'right '}{self.family} {self.seed} {self.image}: {steps} ({NEWEST} {timing})"
+            f"{'WRONG ' if self.is_wrong else 'right '}{self.family} {self.seed} {self.image}: {steps} ({self.newest[0]} {timing})"
             f" -> {self.verdict} {' '.join(self.causes)} -> {self.installed}"
         )
 
@@ -109,6 +110,7 @@ def play(family, seed):
             site.repository.publish(NEWEST)
         family.run_services(site)
         outcome.installed = family.installed_version(site)
+        outcome.newest = getattr(site, "newest", outcome.newest)
     return outcome
 
 
@@ -140,6 +142,9 @@ def timer_fires(site, timer):
     command = (
         f"state=$(systemctl show --property=ActiveState --value {timer});"
         f" next=$(systemctl show --property=NextElapseUSecRealtime --value {timer});"
-        ' test "$state" = active && test -n "$next" && test $(date --date="$next" +%s) -lt $(($(date +%s) + 8 * 86400))'
+        f" since_boot=$(systemctl show --property=NextElapseUSecMonotonic --value {timer});"
+        ' test "$state" = active || exit 1;'
+        ' test -n "$next" && test $(date --date="$next" +%s) -lt $(($(date +%s) + 8 * 86400)) && exit 0;'
+        ' case "$since_boot" in ""|infinity|*month*|*y*) exit 1;; esac'
     )
     return site.host.succeeds(command)

@@ -244,6 +244,14 @@ class Outlook:
 
     def load(self):
         path = self.request["program"]
+        with open(path, "rb") as file:
+            first = file.readline(200).decode(errors="replace").strip()
+        words = first.lstrip("#!").split()
+        if not first.startswith("#!") or "python" not in first:
+            self.answer["stage"] = "foreign"
+            raise ValueError(f"{path} is no program in Python: its first line is \"{first}\"")
+        if not os.access(words[0], os.X_OK):
+            raise OSError(f"{path} needs {words[0]}, which cannot be executed")
         loader = importlib.machinery.SourceFileLoader("unattended_upgrade", path)
         module = importlib.util.module_from_spec(importlib.util.spec_from_loader(loader.name, loader))
         sys.modules[loader.name] = module

@@ -38,13 +38,28 @@ std::map<std::string, std::string> files_by_inode(const std::string& words) {
   return files;
 }
 
+// APT and dpkg ask for locks of POSIX, which those of flock do not keep from them; the script of APT's daily
+// work, which has a file of its own, asks for those of flock.
+bool is_in_the_way(const std::string& kind, const std::string& file) {
+  return kind == (file == "/var/lib/apt/daily_lock" ? "FLOCK" : "POSIX");
+}
+
+// Numbers of inodes are only unique on their own file system.
+bool has_open(const Outlook_Question& question, const std::string& process, const std::string& file) {
+  const auto lines = lines_of(ask(question, fmt::format("sh -c 'readlink /proc/{}/fd/*'", process)).words);
+  return std::find(lines.begin(), lines.end(), file) != lines.end();
+}
+
 // By the first letters of the names that the kernel keeps.
-bool is_package_manager(const std::string& command) {
-  static const std::array<const char*, 7> names = {"apt",         "dpkg",     "unattended-upgr", "aptitude",
-                                                   "packagekitd", "synaptic", "package-minder"};
+template <std::size_t SIZE>
+bool is_one_of(const std::array<const char*, SIZE>& names, const std::string& command) {
   return std::any_of(names.begin(), names.end(),
                      [&command](const char* name) { return boost::algorithm::starts_with(command, name); });
 }
+
+// These hold their locks as long as they run.
+constexpr std::array<const char*, 5> TOOLS = {"apt", "dpkg", "unattended-upgr", "aptitude", "synaptic"};
+constexpr std::array<const char*, 2> SERVICES = {"packagekitd", "package-minder"};
 
 std::optional<Holder> find_holder(const Outlook_Question& question, const std::string& process) {
   const auto answer = ask(question, fmt::format("ps -o etimes=,comm= -p {}", process));
@@ -58,12 +73,15 @@ Causes judge(const std::string& file, const std::string& process, const Holder& 
   const std::string evidence = fmt::format("{}: {} is held by process {} ({}), which started {} minutes ago",
                                            LOCKS, file, process, holder.command, holder.seconds / 60);
   const std::string message = fmt::format("the process {} holds a lock that upgrades need", process);
-  if (holder.seconds > LONGEST_SECONDS) {
+  const bool is_old = holder.seconds > LONGEST_SECONDS;
+  const bool is_tool = is_one_of(TOOLS, holder.command);
+  if (is_tool && is_old) {
     return {blocks("lock.held", message, evidence, fmt::format("kill {}", process))};
   }
-  if (is_package_manager(holder.command)) {
+  if (!is_old && (is_tool || is_one_of(SERVICES, holder.command))) {
     return {};
   }
+  // One that has run for long may have taken the lock a moment ago.
   return {obscures("lock.held", message, evidence, fmt::format("kill {}", process))};
 }
 
@@ -86,7 +104,11 @@ Causes find_held_locks(const Outlook_Question& question) {
       continue;
     }
     const auto file = files.find(place.substr(place.rfind(':') + 1));
-    const auto holder = file == files.end() ? std::nullopt : find_holder(question, process);
+    if (file == files.end() || !is_in_the_way(kind, file->second) ||
+        !has_open(question, process, file->second)) {
+      continue;
+    }
+    const auto holder = find_holder(question, process);
     auto causes = holder ? judge(file->second, process, *holder) : Causes{};
     if (!causes.empty()) {
       return causes;

@@ -154,8 +154,21 @@ std::string remedy_for(const Words_And_Meaning& meaning, const Outlook_Question&
   return meaning.remedy;
 }
 
+// APT passes over keyrings that its own user cannot read, with a warning.
+bool is_keyring_unreadable(const std::string& words) {
+  const std::string keyring = APT_Constants::REPO_KEYRING_PATH;
+  return words.find(fmt::format("keyring {} are ignored as the file is not readable", keyring)) !=
+         std::string::npos;
+}
+
 Cause meaning_of(const Outlook_Question& question, const Answer& answer, const APT_Settings& settings) {
   const std::string evidence = told("apt-get update, of the repository alone", answer.words);
+  if (is_keyring_unreadable(answer.words)) {
+    return blocks("keyring.unreadable", "APT's own user may not read the keyring of the repository", evidence,
+                  fmt::format("chmod 0755 {} && chmod 0644 {}",
+                              path(APT_Constants::REPO_KEYRING_PATH).parent_path().string(),
+                              APT_Constants::REPO_KEYRING_PATH));
+  }
   if (auto proxy = find_dead_proxy(settings, answer.words, evidence)) {
     return *proxy;
   }
@@ -172,14 +185,16 @@ Cause meaning_of(const Outlook_Question& question, const Answer& answer, const A
                   "Run \"apt-get update\" and see what it says");
 }
 
-// A copy of what APT knows of the repository, for APT may date the files anew; links to what it knows of
-// others.
+// APT's methods ask as its own user, who must be able to read what the host's refreshes read, and here the
+// lists. A copy of what APT knows of the repository, for APT may date the files anew; links to what it knows
+// of others.
 bool prepare_lists(const Outlook_Question& question, const path& lists, const std::string& site) {
   const std::string line = fmt::format(
-      "mkdir -p {0}/partial && for file in /var/lib/apt/lists/*; do [ -e \"$file\" ] || continue; case "
+      "chmod 0711 {2} && mkdir -p {0}/partial && chmod 0755 {0} && for file in /var/lib/apt/lists/*; do [ -e "
+      "\"$file\" ] || continue; case "
       "\"$file\" in */partial|*/auxfiles|*/lock) ;; "
       "*/{1}*) cp -p \"$file\" {0}/ ;; *) ln -s \"$file\" {0}/ ;; esac; done",
-      quoted(lists.string()), site);
+      quoted(lists.string()), site, quoted(question.private_directory.string()));
   return ask(question, fmt::format("sh -c {}", quoted(line))).succeeded();
 }
 

@@ -54,6 +54,16 @@ TEST_P(OnlineRefresh, KnowsWhatAptSays) {
 INSTANTIATE_TEST_SUITE_P(
     Words, OnlineRefresh,
     ::testing::Values(
+        Example{
+            "unreadable_keyring",
+            "W: The key(s) in the keyring /etc/apt/trusted.gpg.d/zant-velmora.gpg are ignored as the file "
+            "is not readable by user executing gpgv.\nE: NO_PUBKEY 1234",
+            "blocks keyring.unreadable"},
+        Example{
+            "another_unreadable_keyring",
+            "W: The key(s) in the keyring /etc/apt/trusted.gpg.d/other.gpg are ignored as the file is not "
+            "readable by user executing gpgv.\nE: NO_PUBKEY 1234",
+            "blocks repository.signature_refused"},
         Example{"expired", "E: Release file for http://r/ is expired (invalid since 1d 2h).",
                 "blocks repository.expired"},
         Example{"future", "E: Release file for http://r/ is not valid yet (invalid for another 3h).",
