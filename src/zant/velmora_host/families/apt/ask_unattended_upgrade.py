@@ -210,7 +210,8 @@ class Outlook:
             "not_automatic": any(file.not_automatic for file, _ in target.file_list),
             "pinned_by": [],
         }
-        if answer["candidate"] != version:
+        # A repository may ask for a low priority itself.
+        if answer["candidate"] != version and not self._is_pinned_by(None, cache, package, version):
             sources = [source for source in self._sources_of_pins() if self._is_pinned_by(source, cache, package, version)]
             answer["pinned_by"] = [self.place_of(source) for source in sources]
         return answer
@@ -229,12 +230,12 @@ class Outlook:
         return ["", *(file for file in files if os.path.isfile(file))]
 
     def _is_pinned_by(self, source, cache, package, version):
-        """Whether this file alone, or without any the default release (named by an empty text), pins the package."""
+        """Whether this file alone, the default release (named by an empty text), or neither of them pins the package."""
         policy = self.apt_pkg.Policy(cache)
         default = self.apt_pkg.config.find("APT::Default-Release")
         if source:
             policy.read_pinfile(source)
-        elif default:
+        elif default and source is not None:
             policy.create_pin("Release", "", default, 990)
         policy.init_defaults()
         candidate = policy.get_candidate_ver(package)
@@ -269,7 +270,8 @@ class Outlook:
 
     def ask_stop(self, module):
         before = len(self.words.lines)
-        return " ".join(self.words.lines[before:]) if module.should_stop() else ""
+        # What it says before is about what it could not find out.
+        return " ".join(self.words.lines[before:][-1:]) if module.should_stop() else ""
 
     def open_cache(self, module):
         # The cache reads the host's configuration anew, and APT is told of it by init_system.

@@ -67,11 +67,12 @@ Installed_Package find_installed_package(const Outlook_Question& question) {
                     told(command, answer.words), "Install the package from the file that the vendor ships")}};
   }
   Installed_Package package = {fields[0], fields[1], {}};
-  if (state != "installed") {
+  // Triggers that are still to run keep nothing from being upgraded.
+  if (state != "installed" && !state.starts_with("triggers-")) {
     package.causes.push_back(blocks(
         "package.half_installed", fmt::format("{} is not wholly installed: it is {}", PACKAGE_NAME, state),
         told(command, answer.words),
-        state == "half-installed" || state == "triggers-awaited"
+        state == "half-installed"
             ? fmt::format("apt-get install --reinstall --assume-yes {}", PACKAGE_NAME)
             : "dpkg --configure -a"));
   }

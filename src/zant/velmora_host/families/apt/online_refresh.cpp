@@ -38,7 +38,7 @@ struct Words_And_Meaning {
 };
 
 // The first whose words APT says. What will be the same tomorrow blocks; what may be over by then does not.
-constexpr std::array<Words_And_Meaning, 27> MEANINGS = {{
+constexpr std::array<Words_And_Meaning, 29> MEANINGS = {{
     {"changed its ", Cause_Effect::BLOCKS, "repository.changed",
      "the repository says another thing of itself than before, and APT wants that accepted by hand",
      "apt-get --allow-releaseinfo-change update"},
@@ -69,7 +69,8 @@ constexpr std::array<Words_And_Meaning, 27> MEANINGS = {{
     {"isn't valid, got 'NOSPLIT'", Cause_Effect::OBSCURES, "repository.not_an_index",
      "something else than the repository's index comes from its address", UNPROVEN},
     {"doesn't have the component", Cause_Effect::BLOCKS, "repository.component_missing",
-     "the repository has no such component", "package-minder once"},
+     "the repository has no such component",
+     "Ask the vendor for the component that the repository's source list names"},
     {"doesn't support architecture", Cause_Effect::BLOCKS, "repository.architecture_missing",
      "the repository has nothing for this architecture", "Ask the vendor for packages for this architecture"},
     {"Could not resolve", Cause_Effect::OBSCURES, "server.name_unknown",
@@ -96,6 +97,11 @@ constexpr std::array<Words_And_Meaning, 27> MEANINGS = {{
     {"does not have a Release file", Cause_Effect::BLOCKS, "repository.suite_missing",
      "the repository is not at its address, or has no such suite",
      "Ask the vendor where the repository is now"},
+    {"no longer has a Release file", Cause_Effect::BLOCKS, "repository.suite_missing",
+     "the repository is not at its address any more, or has no such suite",
+     "Ask the vendor where the repository is now"},
+    {"is no longer signed", Cause_Effect::BLOCKS, "repository.not_signed",
+     "the repository is not signed any more", "Ask the vendor to sign the repository"},
     {"is not signed", Cause_Effect::BLOCKS, "repository.not_signed", "the repository is not signed",
      "Ask the vendor to sign the repository"},
     {"Hash Sum mismatch", Cause_Effect::OBSCURES, "repository.inconsistent",

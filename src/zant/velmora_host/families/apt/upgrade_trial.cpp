@@ -426,7 +426,8 @@ class Trial {
   bool is_explained_() const {
     return std::any_of(trial_.causes.begin(), trial_.causes.end(), [](const Cause& cause) {
       return boost::algorithm::starts_with(cause.code, "package.") ||
-             boost::algorithm::starts_with(cause.code, "origin") || cause.code == "repository.not_automatic";
+             boost::algorithm::starts_with(cause.code, "origin") || cause.code == "hold.held" ||
+             cause.code == "repository.not_automatic";
     });
   }
 

@@ -37,7 +37,8 @@ constexpr Job UPGRADE = {"apt-daily-upgrade.timer", "apt-daily-upgrade.service",
 constexpr const char* QUERY =
     "env TZ=UTC systemctl show "
     "--property=Id,LoadState,LoadError,UnitFileState,ActiveState,SubState,Result,Unit,"
-    "NextElapseUSecRealtime,NextElapseUSecMonotonic,ExecMainStartTimestamp,ExecMainExitTimestamp,ExecStart,"
+    "NextElapseUSecRealtime,NextElapseUSecMonotonic,LastTriggerUSec,ExecMainStartTimestamp,"
+    "ExecMainExitTimestamp,ExecStart,"
     "DropInPaths,FragmentPath apt-daily.timer apt-daily.service apt-daily-upgrade.timer "
     "apt-daily-upgrade.service";
 
@@ -296,6 +297,7 @@ Upgrade_Units find_upgrade_units(const Outlook_Question& question) {
   }
   found.next_refresh = next_time(units[0]);
   found.next_run = next_time(units[2]);
+  found.refresh_triggered = parse_time(at(units[0], "LastTriggerUSec"));
   found.last_refresh = parse_time(at(units[1], "ExecMainStartTimestamp"));
   found.last_run = last_run_of(units[3]);
   return found;

@@ -62,6 +62,12 @@ TEST_F(DpkgState, NamesAnInterruptedDpkg) {
   EXPECT_THAT(codes(find_interrupted_work(question)), ElementsAre("blocks dpkg.interrupted"));
 }
 
+TEST_F(DpkgState, IsWholeWhileTriggersAreStillToRun) {
+  for (const char* const state : {"triggers-pending", "triggers-awaited"}) {
+    EXPECT_THAT(told(0, std::string("1.0|amd64|") + state).causes, IsEmpty()) << state;
+  }
+}
+
 TEST_F(DpkgState, IsAskedWhetherItCanBegin) {
   const auto found = [this](int exit_code, const std::string& words) {
     answers("env TMPDIR=* sh -c *", exit_code, words);
