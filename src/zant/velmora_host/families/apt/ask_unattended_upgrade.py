@@ -207,7 +207,7 @@ class Outlook:
             # Another repository has a still higher version; unattended-upgrade takes that of an allowed one.
             "is_foreign": bool(candidate) and self.apt_pkg.version_compare(candidate.ver_str, version) > 0,
             "is_held": package.selected_state == self.apt_pkg.SELSTATE_HOLD,
-            "not_automatic": any(file.not_automatic for file, _ in target.file_list),
+            "not_automatic": self._is_not_automatic(),
             "pinned_by": [],
         }
         # A repository may ask for a low priority itself.
@@ -220,6 +220,17 @@ class Outlook:
         """The host's file that a planned one is a copy of."""
         planned = os.path.join(self.request["private"], "planned", "")
         return source.replace(planned, "/etc/apt/", 1) if source.startswith(planned) else source
+
+    def _is_not_automatic(self):
+        """As the repository says itself: newer releases of python-apt do not tell any more."""
+        beginning = self.answer["index"].partition(f"_{self.request['component']}_binary-")[0]
+        for ending in ("_InRelease", "_Release"):
+            try:
+                with open(beginning + ending, encoding="utf-8", errors="replace") as file:
+                    return re.search(r"(?mi)^NotAutomatic:[ \t]*yes", file.read()) is not None
+            except OSError:
+                continue
+        return False
 
     def _sources_of_pins(self):
         config = self.apt_pkg.config
