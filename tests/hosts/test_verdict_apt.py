@@ -253,6 +253,7 @@ VENDOR = [
     Story("files that do not fit together", "repository.inconsistent", in_suites("for file in main/*/Packages*; do echo >> $file; done"), "unexpected size", good_edition, online=True, verdict="cannot_be_told"),
     Story("a page to sign in", "repository.not_an_index", in_suites("echo '<html>Sign in</html>' > InRelease"), "NOSPLIT", good_edition, online=True, verdict="cannot_be_told"),
     Story("a changed index under an old signature", "repository.index_refused", in_suites("sed -i 's/^Components: main/Components: main more/' InRelease"), "", good_edition, verdict="cannot_be_told"),
+    Story("a password that the host does not know", "repository.access_denied", lambda site: site.server.ask_for_password("user", "word"), "401  Unauthorized", lambda site: (site.web_root / ".password").unlink(), online=True),
     Story("a keyring that APT may not read", "keyring.unreadable", f"chmod 0600 {KEYRING}", "not readable", online=True),
     Story("nothing is automatic, as accepted", "repository.not_automatic", accepted(NotAutomatic="yes"), "NotAutomatic: yes"),
     Story("our list marked as not to be trusted", "repository.not_trusted", f"sed -i 's/arch=/trusted=no arch=/' {SOURCE_LIST}", "is not from a trusted origin"),

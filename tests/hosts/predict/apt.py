@@ -392,7 +392,7 @@ def epoch(site, rng, _):
     """Versions of which the later looks earlier."""
     old, new = rng.choice((("1.0", "1:0.5"), ("1:1.0", "1:2.0"), ("1.0~rc1", "1.0"), ("1.0-1", "1.0-1+b1"), ("9.0", "10.0")))
     publish = site.repository.publish
-    site.install_file(publish(old))
+    site.install_file(publish(old, contents=Contents()))
     site.newest = (new,)
     site.repository.publish = lambda version, name=PACKAGE, **given: publish(new if (version, name) == ("2.0", PACKAGE) else version, name, **given)
     return f"{old} is installed, and the newest is {new}"

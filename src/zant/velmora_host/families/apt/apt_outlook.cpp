@@ -173,8 +173,8 @@ class Search {
       return;
     }
     if (!trial.index.empty()) {
-      auto state =
-          find_refresh_state(question_, trial.index, !online.causes.empty(), last_refresh_(units, settings), units);
+      auto state = find_refresh_state(question_, trial.index, !online.causes.empty(),
+                                      last_refresh_(units, settings), units);
       outlook_.refreshed = state.refreshed;
       // A cycle that registers the repository refreshes it too.
       if (state.refreshed || question_.planned.empty()) {

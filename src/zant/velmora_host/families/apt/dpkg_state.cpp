@@ -72,9 +72,8 @@ Installed_Package find_installed_package(const Outlook_Question& question) {
     package.causes.push_back(blocks(
         "package.half_installed", fmt::format("{} is not wholly installed: it is {}", PACKAGE_NAME, state),
         told(command, answer.words),
-        state == "half-installed"
-            ? fmt::format("apt-get install --reinstall --assume-yes {}", PACKAGE_NAME)
-            : "dpkg --configure -a"));
+        state == "half-installed" ? fmt::format("apt-get install --reinstall --assume-yes {}", PACKAGE_NAME)
+                                  : "dpkg --configure -a"));
   }
   return package;
 }

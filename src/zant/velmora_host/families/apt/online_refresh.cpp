@@ -38,7 +38,12 @@ struct Words_And_Meaning {
 };
 
 // The first whose words APT says. What will be the same tomorrow blocks; what may be over by then does not.
-constexpr std::array<Words_And_Meaning, 29> MEANINGS = {{
+constexpr std::array<Words_And_Meaning, 31> MEANINGS = {{
+    {"401  Unauthorized", Cause_Effect::BLOCKS, "repository.access_denied",
+     "the repository's server does not know this host, or not its password",
+     "Put the password for the server into a file of /etc/apt/auth.conf.d, or ask the vendor for one"},
+    {"403  Forbidden", Cause_Effect::OBSCURES, "repository.access_denied",
+     "the repository's server refuses this host", "Ask the vendor why the server refuses this host"},
     {"changed its ", Cause_Effect::BLOCKS, "repository.changed",
      "the repository says another thing of itself than before, and APT wants that accepted by hand",
      "apt-get --allow-releaseinfo-change update"},

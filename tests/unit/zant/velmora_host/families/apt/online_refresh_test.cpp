@@ -64,6 +64,16 @@ INSTANTIATE_TEST_SUITE_P(
             "W: The key(s) in the keyring /etc/apt/trusted.gpg.d/other.gpg are ignored as the file is not "
             "readable by user executing gpgv.\nE: NO_PUBKEY 1234",
             "blocks repository.signature_refused"},
+        Example{"password",
+                "Err:1 http://r InRelease\n  401  Unauthorized [IP: 1.2.3.4 80]\nE: The repository "
+                "'http://r' is not signed.",
+                "blocks repository.access_denied"},
+        Example{"forbidden", "Err:1 http://r InRelease\n  403  Forbidden [IP: 1.2.3.4 80]\n",
+                "obscures repository.access_denied"},
+        Example{"gone", "E: The repository 'http://r x Release' no longer has a Release file.",
+                "blocks repository.suite_missing"},
+        Example{"no_longer_signed", "E: The repository 'http://r x InRelease' is no longer signed.",
+                "blocks repository.not_signed"},
         Example{"expired", "E: Release file for http://r/ is expired (invalid since 1d 2h).",
                 "blocks repository.expired"},
         Example{"future", "E: Release file for http://r/ is not valid yet (invalid for another 3h).",
