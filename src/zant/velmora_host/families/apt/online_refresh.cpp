@@ -38,7 +38,10 @@ struct Words_And_Meaning {
 };
 
 // The first whose words APT says. What will be the same tomorrow blocks; what may be over by then does not.
-constexpr std::array<Words_And_Meaning, 31> MEANINGS = {{
+constexpr std::array<Words_And_Meaning, 32> MEANINGS = {{
+    {"entry in Release file", Cause_Effect::BLOCKS, "repository.index_refused",
+     "APT cannot read a field of the repository's index, and does not take it",
+     "Ask the vendor to publish the repository's index anew"},
     {"401  Unauthorized", Cause_Effect::BLOCKS, "repository.access_denied",
      "the repository's server does not know this host, or not its password",
      "Put the password for the server into a file of /etc/apt/auth.conf.d, or ask the vendor for one"},
@@ -243,7 +246,9 @@ Online_Refresh refresh_online(const Outlook_Question& question, const path& conf
               with_planned_configuration(question), quoted(configuration.string()), quoted(lists.string()),
               quoted(source.string())),
           REFRESH_LIMIT);
-  const bool lacks = answer.words.find("Skipping acquire of configured file") != std::string::npos;
+  // These are warnings to APT, which then goes on with what it knew before.
+  const bool lacks = answer.words.find("Skipping acquire of configured file") != std::string::npos ||
+                     answer.words.find("entry in Release file") != std::string::npos;
   if (answer.succeeded() && !lacks) {
     return {lists, {}};
   }

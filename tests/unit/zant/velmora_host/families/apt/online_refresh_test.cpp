@@ -44,6 +44,14 @@ TEST_F(OnlineRefresh, GivesTheListsWhenTheRepositoryAnswers) {
   EXPECT_THAT(refresh.causes, IsEmpty());
 }
 
+TEST_F(OnlineRefresh, DoesNotTakeForAnAnswerWhatAptPassesOverWithAWarning) {
+  const auto refresh =
+      refreshed(0, "W: Invalid 'Date' entry in Release file /var/lib/apt/lists/partial/r_InRelease\n");
+
+  EXPECT_FALSE(refresh.lists);
+  EXPECT_THAT(codes(refresh.causes), ElementsAre("blocks repository.index_refused"));
+}
+
 TEST_P(OnlineRefresh, KnowsWhatAptSays) {
   const auto refresh = refreshed(100, GetParam().words);
 
