@@ -119,6 +119,7 @@ UNITS = [
     Story("a lock held by something else", "lock.held", hold_lock("/var/lib/dpkg/lock-frontend"), "/var/lib/dpkg/lock-frontend", ahead=True, verdict="cannot_be_told"),
 ]
 
+
 def edition(change):
     """The vendor's publications come out like this from now on."""
 

@@ -82,8 +82,10 @@ def whitelist(site, rng, _):
 
 
 def origins(site, rng, _):
-    pattern = rng.choice(("origin=Debian,codename=${distro_codename}", "o=Quorvane Velmora Core VMS Repo", "site=repo.velmora.test", "o=Other", "origin=*", "o=Quorvane*",
-        "o=Quorvane Velmora Core VMS Repo,a=systemd-production", "o=Quorvane Velmora Core VMS Repo,c=main,l=Other", "a=${distro_codename}", "*", "n=systemd-production"))
+    pattern = rng.choice((
+        "origin=Debian,codename=${distro_codename}", "o=Quorvane Velmora Core VMS Repo", "site=repo.velmora.test", "o=Other", "origin=*", "o=Quorvane*",
+        "o=Quorvane Velmora Core VMS Repo,a=systemd-production", "o=Quorvane Velmora Core VMS Repo,c=main,l=Other", "a=${distro_codename}", "*", "n=systemd-production",
+    ))
     return _conf(site, rng, f'#clear Unattended-Upgrade::Origins-Pattern;\nUnattended-Upgrade::Origins-Pattern {{ "{pattern}"; }};\n')
 
 
@@ -180,11 +182,13 @@ def unit(site, rng, _):
 def drop_in(site, rng, _):
     name = rng.choice(UNITS)
     if name.endswith(".timer"):
-        text = rng.choice(("[Timer]\nOnCalendar=\nOnCalendar=2099-01-01\n", "[Timer]\nOnCalendar=\n", "[Timer]\nRandomizedDelaySec=1h\n", "[Timer]\nOnCalendar=nonsense\n",
+        text = rng.choice((
+            "[Timer]\nOnCalendar=\nOnCalendar=2099-01-01\n", "[Timer]\nOnCalendar=\n", "[Timer]\nRandomizedDelaySec=1h\n", "[Timer]\nOnCalendar=nonsense\n",
             "[Timer]\nOnCalendar=\nOnCalendar=weekly\n", "[Timer]\nOnCalendar=\nOnBootSec=1d\nOnUnitActiveSec=1d\n", "[Timer]\nOnCalendar=\nOnUnitActiveSec=1d\n",
             "[Timer]\nOnCalendar=\nOnCalendar=*-02-30\n", "[Timer]\nPersistent=false\n", "[Timer]\nUnit=fstrim.service\n", "[Unit]\nConditionPathExists=/nonexistent\n",
             "[Timer]\nOnCalendar=\nOnCalendar=yearly\n", "[Timer]\nNonsense=1\n", "[Unit]\nAssertPathExists=/nonexistent\n",
-            "[Timer]\nOnCalendar=\nOnCalendar=2020-01-01\nPersistent=false\n", "[Timer]\nOnClockChange=yes\nOnCalendar=\n"))
+            "[Timer]\nOnCalendar=\nOnCalendar=2020-01-01\nPersistent=false\n", "[Timer]\nOnClockChange=yes\nOnCalendar=\n",
+        ))
     else:
         text = rng.choice((
             "[Service]\nExecStart=\nExecStart=/bin/true\n", "[Unit]\nConditionPathExists=/nonexistent\n", "[Service]\nNice=5\n",
@@ -223,11 +227,13 @@ def broken_file(site, rng, _):
 
 
 def directory_mode(site, rng, _):
-    return do(site, rng.choice(("rm -rf /var/lib/apt/lists/partial", "rm -rf /var/cache/apt/archives/partial", "chmod 700 /etc/apt/apt.conf.d", "rm -rf /var/cache/apt/archives",
+    return do(site, rng.choice((
+        "rm -rf /var/lib/apt/lists/partial", "rm -rf /var/cache/apt/archives/partial", "chmod 700 /etc/apt/apt.conf.d", "rm -rf /var/cache/apt/archives",
         "rm -rf /var/lib/apt/lists", "rm -rf /var/cache/apt", "rm -rf /var/log/apt", "rm -rf /var/log/unattended-upgrades", "rm -rf /var/lib/apt/periodic", "chmod 700 /var/lib/apt/lists",
         "chmod 700 /etc/apt/trusted.gpg.d", "rm -rf /etc/apt/preferences.d", "rm -rf /var/lib/apt", "rm -rf /var/lib/dpkg/updates", "rm -f /var/lib/dpkg/lock*", "chmod 755 /tmp",
         "rm -rf /var/lib/apt/periodic && touch /var/lib/apt/periodic", "rm -rf /var/log/unattended-upgrades && touch /var/log/unattended-upgrades", "rm -rf /tmp",
-        "rm -rf /var/backups", "rm -rf /var/cache/apt/archives && touch /var/cache/apt/archives", "rm -rf /var/lib/dpkg/info", "rm -f /var/lib/dpkg/info/format")))
+        "rm -rf /var/backups", "rm -rf /var/cache/apt/archives && touch /var/cache/apt/archives", "rm -rf /var/lib/dpkg/info", "rm -f /var/lib/dpkg/info/format"),
+    ))
 
 
 # --- The repository's registration ---
@@ -266,17 +272,21 @@ def second_list(site, rng, _):
 
 
 def other_source(site, rng, _):
-    line = rng.choice(("deb http://repo.velmora.test/nowhere stable main", "deb http://127.0.0.1:9/gone stable main", "deb file:/nonexistent ./",
+    line = rng.choice((
+        "deb http://repo.velmora.test/nowhere stable main", "deb http://127.0.0.1:9/gone stable main", "deb file:/nonexistent ./",
         "deb [trusted=yes] file:/srv/packages ./", "deb https://repo.velmora.test/velmora-apt-repo/ sysvinit-production main", "deb-src http://repo.velmora.test/velmora-apt-repo/ systemd-production main",
         "deb http://unknown.velmora.test/gone stable main", "deb nonsense://repo.velmora.test/ stable main", "deb cdrom:[Debian]/ stable main", "deb [trusted=yes] copy:/srv/nowhere ./",
-        "deb http://repo.velmora.test/velmora-apt-repo/ sysvinit-production main contrib"))
+        "deb http://repo.velmora.test/velmora-apt-repo/ sysvinit-production main contrib",
+    ))
     return put(site, "/etc/apt/sources.list.d/other.list", f"{line}\n")
 
 
 def keyring(site, rng, _):
-    return do(site, rng.choice((f"rm {apt.KEYRING}", f": > {apt.KEYRING}", f"chmod 600 {apt.KEYRING}", f"echo nonsense > {apt.KEYRING}", "chmod 700 /etc/apt/trusted.gpg.d", f"mv {apt.KEYRING} {apt.KEYRING.replace('.gpg', '.asc')}", f"mv {apt.KEYRING} {apt.KEYRING}.bak",
+    return do(site, rng.choice((
+        f"rm {apt.KEYRING}", f": > {apt.KEYRING}", f"chmod 600 {apt.KEYRING}", f"echo nonsense > {apt.KEYRING}", "chmod 700 /etc/apt/trusted.gpg.d", f"mv {apt.KEYRING} {apt.KEYRING.replace('.gpg', '.asc')}", f"mv {apt.KEYRING} {apt.KEYRING}.bak",
         f"head --bytes=20 {apt.KEYRING} > /root/k && cat /root/k > {apt.KEYRING}", "echo nonsense > /etc/apt/trusted.gpg.d/other.gpg", "echo nonsense > /etc/apt/trusted.gpg.d/other.asc",
-        f"cp {apt.KEYRING} /etc/apt/trusted.gpg && rm {apt.KEYRING}", f"rm {apt.KEYRING} && mkdir {apt.KEYRING}")))
+        f"cp {apt.KEYRING} /etc/apt/trusted.gpg && rm {apt.KEYRING}", f"rm {apt.KEYRING} && mkdir {apt.KEYRING}"),
+    ))
 
 
 def acquire_option(site, rng, _):
@@ -510,8 +520,10 @@ def interrupted_dpkg(site, rng, _):
 
 
 def no_room(site, rng, _):
-    directory = rng.choice(("/var/cache/apt/archives", "/var/lib/apt/lists", "/usr/share/zant-velmora", "/var/lib/dpkg/updates",
-        "/var/log", "/var/log/apt", "/var/log/unattended-upgrades", "/tmp", "/var/tmp", "/var/cache/apt", "/var/lib/apt/periodic", "/run/lock", "/var/backups", "/etc/systemd/system/apt-daily.service.d"))
+    directory = rng.choice((
+        "/var/cache/apt/archives", "/var/lib/apt/lists", "/usr/share/zant-velmora", "/var/lib/dpkg/updates",
+        "/var/log", "/var/log/apt", "/var/log/unattended-upgrades", "/tmp", "/var/tmp", "/var/cache/apt", "/var/lib/apt/periodic", "/run/lock", "/var/backups", "/etc/systemd/system/apt-daily.service.d",
+    ))
     options = rng.choice(("size=4k", "size=64k", "size=16m", "nr_inodes=1", "nr_inodes=3", "nr_inodes=400", "noexec", "mode=000", "ro"))
     return do(site, f"mkdir -p {directory} && mount -t tmpfs -o {options} tmpfs {directory}")
 
