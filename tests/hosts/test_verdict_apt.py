@@ -4,8 +4,11 @@ Something is broken, the host's own services run, the old version is still there
 names the cause with its evidence, and a remedy; that is typed, the services run again, and the new version is there.
 """
 
+import contextlib
+import functools
 import itertools
 import shlex
+import subprocess
 import time
 from dataclasses import dataclass, field
 from typing import Callable, Optional
@@ -49,6 +52,12 @@ def pin(text, name="local"):
 
 def drop_in(unit, text):
     return f"{file(DROP_IN.format(unit), text)} && systemctl daemon-reload"
+
+
+def hold_lock(path):
+    """As a program does that has nothing to do with APT."""
+    program = f"import fcntl, time; file = open('{path}', 'a'); fcntl.lockf(file, fcntl.LOCK_EX); open('/root/locked', 'w'); time.sleep(900)"
+    return f'rm -f /root/locked; setsid python3 -c "{program}" < /dev/null > /dev/null 2>&1 & until test -e /root/locked; do sleep 0.05; done'
 
 
 def republish(**fields):
@@ -107,7 +116,148 @@ UNITS = [
     Story("a service replaced", "service.replaced", drop_in("apt-daily-upgrade.service", "[Service]\nExecStart=\nExecStart=/bin/true"), "argv[]=/bin/true", ahead=True, verdict="cannot_be_told"),
     Story("a service confined", "service.changed", drop_in("apt-daily.service", "[Service]\nPrivateNetwork=yes"), "PrivateNetwork=yes", ahead=True, verdict="cannot_be_told"),
     Story("a condition that is not met", "service.changed", drop_in("apt-daily.service", "[Unit]\nConditionPathExists=/nowhere"), "ConditionPathExists=/nowhere", ahead=True, verdict=None),
-    Story("a lock held by something else", "lock.held", "setsid flock /var/lib/dpkg/lock-frontend sleep 900 > /dev/null 2>&1 < /dev/null & sleep 0.2", "/var/lib/dpkg/lock-frontend", ahead=True, verdict="cannot_be_told", effect_is_seen=False),
+    Story("a lock held by something else", "lock.held", hold_lock("/var/lib/dpkg/lock-frontend"), "/var/lib/dpkg/lock-frontend", ahead=True, verdict="cannot_be_told"),
+]
+
+
+def edition(change):
+    """The vendor's publications come out like this from now on."""
+
+    def act(site):
+        build = type(site.repository)._build_edition
+
+        def build_and_change():
+            directory = build(site.repository)
+            subprocess.run(change, shell=True, cwd=directory, check=True)
+            return directory
+
+        site.repository._build_edition = build_and_change
+        site.repository.publish_again()
+
+    return act
+
+
+def good_edition(site):
+    site.repository.__dict__.pop("_build_edition", None)
+    site.repository.publish_again()
+
+
+def in_suites(change):
+    return edition(f"for suite in dists/*; do (cd $suite && {change}) || exit 1; done")
+
+
+def accepted(**fields):
+    """The administrator has accepted what the repository says of itself."""
+
+    def act(site):
+        republish(**fields)(site)
+        site.host.run("apt-get --quiet --allow-releaseinfo-change update")
+
+    return act
+
+
+def other_package(command, contents=Contents(), name="zant-aux"):
+    """Another package of the vendor's is on the host, has a newer version, and something is done with it."""
+
+    def act(site):
+        site.install_package("1.0", name)
+        site.repository.publish("2.0", name, contents=contents)
+        site.host.run(command)
+
+    return act
+
+
+def package_of_another_origin(site):
+    other = site.add_repository("other", suites=("stable",), origin="Other", label="Other")
+    other.publish("1.0", "zant-other")
+    site.host.run(file("/etc/apt/sources.list.d/other.list", f"deb {site.url('other/')} stable main"))
+
+
+def dependency_removed_by_force(site):
+    site.install_package("1.0", "zant-lib")
+    site.install_file(site.repository.publish("4.0", "zant-aux", contents=Contents(fields="Depends: zant-lib\n")))
+    site.host.run("apt-get --quiet update && dpkg --remove --force-depends zant-lib")
+
+
+def edited_configuration_file(site):
+    site.publish_next(Contents(conffiles={"/etc/velmora.conf": "old\n"}))
+    run_services(site)
+    site.host.run("echo mine >> /etc/velmora.conf")
+
+
+def removed_package(site):
+    site.removed = site.repository.publish("1.9.9")
+    site.host.run(f"dpkg --purge {PACKAGE}")
+
+
+def status_of(package, state):
+    return f"sed -i '/^Package: {package}$/,/^$/s/^Status: .*/Status: {state}/' /var/lib/dpkg/status"
+
+
+def speak_plainly(site):
+    """Something else than the repository's server answers, and not in TLS."""
+    site.server._stop()
+    answer = "import socket; s = socket.create_server((\"\", 443)); open(\"/root/plain\", \"w\")\nwhile True: c = s.accept()[0]; c.sendall(b\"220 hello\\n\"); c.close()"
+    site.host.run(f"rm -f /root/plain; setsid python3 -c '{answer}' < /dev/null > /dev/null 2>&1 & echo $! > /root/plain.pid; until test -e /root/plain; do sleep 0.05; done")
+
+
+def speak_tls(site):
+    site.host.run("kill $(cat /root/plain.pid)")
+    site.server._start()
+
+
+PROGRAM = "/usr/lib/apt/apt.systemd.daily"
+# In the place of GLib's own, which tells of the connection.
+METERED = file("/usr/lib/python3/dist-packages/gi/__init__.py", "") + " && " + file("/usr/lib/python3/dist-packages/gi/repository/__init__.py", "") + " && " + file(
+    "/usr/lib/python3/dist-packages/gi/repository/Gio.py",
+    "class NetworkMonitor:\n    get_default = staticmethod(lambda: None)\n    get_network_metered = staticmethod(lambda monitor: True)",
+)
+NEW = Contents(conffiles={"/etc/velmora.conf": "new\n"})
+NEEDS_AUX = Contents(fields="Depends: zant-aux (>= 2)\n")
+
+DPKG = [
+    Story("a file of dpkg's configuration that it cannot read", "dpkg.fails", file("/etc/dpkg/dpkg.cfg.d/local", "nonsense"), "/etc/dpkg/dpkg.cfg.d/local:1: unknown option", ahead=True),
+    Story("an owner of files that is gone", "dpkg.fails", file("/var/lib/dpkg/statoverride", "gone root 0755 /usr/bin/gone"), "unknown system user 'gone'", ahead=True),
+    Story("the package unpacked only", "package.half_installed", status_of(PACKAGE, "install ok unpacked"), "|unpacked", ahead=True, effect_is_seen=False),
+    Story("another package half installed", "dpkg.half_installed", other_package(status_of("zant-aux", "install reinstreq half-installed")), "zant-aux needs to be reinstalled", lambda site: site.install_package("3.0", "zant-aux"), ahead=True),
+    Story("dpkg's list of packages damaged", "dpkg.status_broken", "cp -p /var/lib/dpkg/status /var/lib/dpkg/status-old && printf '\nnonsense\n' >> /var/lib/dpkg/status", "/var/lib/dpkg/status", ahead=True),
+    Story("APT's lists damaged", "apt.lists_broken", "for list in /var/lib/apt/lists/*_Packages*; do echo nonsense > $list; done", "/var/lib/apt/lists", ahead=True),
+    Story("a dependency removed by force", "dpkg.broken_dependencies", dependency_removed_by_force, "Unmet dependencies", ahead=True),
+    Story("the package removed", "package.not_installed", removed_package, "no packages found", lambda site: site.install_file(site.removed)),
+    Story("a cache that is too small", "apt.check_failed", setting('APT::Cache-Start "1000";\nAPT::Cache-Limit "1000";'), "MMap", lambda site: site.host.run(f"rm {APT_CONFIGURATION}/99local"), ahead=True),
+    Story("on battery", "power.on_battery", file("/usr/local/bin/on_ac_power", "#!/bin/sh\nexit 1") + " && chmod 0755 /usr/local/bin/on_ac_power", "System is on battery power, stopping", lambda site: site.host.run("rm /usr/local/bin/on_ac_power"), ahead=True),
+    Story("a metered connection", "network.metered", METERED, "System is on metered connection, stopping", ahead=True),
+    Story("unattended-upgrade not executable", "upgrades.broken", "chmod 0644 /usr/bin/unattended-upgrade", "-rw-r--r--", ahead=True),
+    Story("another unattended-upgrade", "upgrades.replaced", file("/usr/local/bin/unattended-upgrade", "#!/bin/sh\nexit 0") + " && chmod 0755 /usr/local/bin/unattended-upgrade", "/usr/local/bin/unattended-upgrade", lambda site: site.host.run("rm /usr/local/bin/unattended-upgrade"), ahead=True, verdict="cannot_be_told"),
+    Story("the daily script not executable", "service.program_missing", f"chmod 0644 {PROGRAM}", f"test -x {PROGRAM}", ahead=True),
+    Story("a night that failed", "run.failed", f"chmod 0644 {PROGRAM}; systemctl start apt-daily-upgrade.service; chmod 0755 {PROGRAM}", "Result=exit-code", ahead=True, verdict="cannot_be_told", effect_is_seen=False),
+    Story("a hook that fails", "upgrades.failed", setting('DPkg::Pre-Invoke {"exit 1";};'), "ERROR", lambda site: site.host.run(f"rm {APT_CONFIGURATION}/99local"), verdict="cannot_be_told"),
+    Story("downloads to a directory that is not there", "archives.missing", setting('Dir::Cache::archives "/var/cache/apt/elsewhere/";'), "/var/cache/apt/elsewhere/partial", ahead=True, verdict="cannot_be_told", effect_is_seen=False),
+    Story("a condition of the service's", "service.condition_unmet", drop_in("apt-daily-upgrade.service", "[Unit]\nConditionPathExists=/nowhere"), "ConditionPathExists=/nowhere", ahead=True),
+    Story("a service that systemd cannot load", "service.invalid", drop_in("apt-daily-upgrade.service", "[Service]\nExecStart="), "LoadState=bad-setting", ahead=True),
+    Story("a timer that systemd cannot load", "timer.invalid", drop_in("apt-daily.timer", "[Timer]\nOnCalendar=\nOnCalendar=nonsense") + "; systemctl restart apt-daily.timer; true", "LoadState=bad-setting", ahead=True, effect_is_seen=False),
+    Story("a timer that is gone", "timer.missing", "systemctl stop apt-daily.timer && mv /lib/systemd/system/apt-daily.timer /root/ && systemctl daemon-reload", "LoadState=not-found", lambda site: site.host.run("mv /root/apt-daily.timer /lib/systemd/system/ && systemctl daemon-reload && systemctl start apt-daily.timer"), ahead=True, effect_is_seen=False),
+    Story("a service that is gone", "service.missing", "mv /lib/systemd/system/apt-daily-upgrade.service /root/ && systemctl daemon-reload", "LoadState=not-found", lambda site: site.host.run("mv /root/apt-daily-upgrade.service /lib/systemd/system/ && systemctl daemon-reload"), ahead=True),
+    Story("a timer that does not start with the host", "timer.disabled", "systemctl disable apt-daily.timer", "UnitFileState=disabled", ahead=True, verdict="cannot_be_told", effect_is_seen=False),
+]
+
+VENDOR = [
+    Story("a question about a configuration file", "package.conffile_prompt", edited_configuration_file, "unattended-upgrade's own test", contents=NEW, online=True),
+    Story("programs that must not run", "package.needs_restart", "true", "requires app-restart", contents=Contents(fields="Upgrade-Requires: app-restart\n")),
+    Story("a held package is needed newer", "dependency.held", other_package("apt-mark hold zant-aux"), "zant-aux", contents=NEEDS_AUX),
+    Story("an excluded package is needed newer", "dependency.excluded", other_package(setting('Unattended-Upgrade::Package-Blacklist {"zant-aux";};')), f"{APT_CONFIGURATION}/99local:1:", contents=NEEDS_AUX),
+    Story("a package of another origin is needed", "dependency.origin_not_allowed", package_of_another_origin, "zant-other is not in an allowed origin", contents=Contents(fields="Depends: zant-other\n")),
+    Story("the package's file missing on the server", "package.not_on_server", edition(f"rm pool/{PACKAGE}_*.deb"), "404", good_edition, online=True),
+    Story("the package's file damaged on the server", "package.hash_mismatch", edition(f"for file in pool/{PACKAGE}_*.deb; do printf xxxx | dd of=$file bs=1 seek=200 conv=notrunc status=none; done"), "Hash Sum mismatch", good_edition, online=True),
+    Story("an index without signature", "repository.not_signed", in_suites("rm InRelease"), "signed", good_edition, online=True),
+    Story("a suite that is gone", "repository.suite_missing", in_suites("rm InRelease Release"), "Release file", good_edition, online=True),
+    Story("files that do not fit together", "repository.inconsistent", in_suites("for file in main/*/Packages*; do echo >> $file; done"), "unexpected size", good_edition, online=True, verdict="cannot_be_told"),
+    Story("a page to sign in", "repository.not_an_index", in_suites("echo '<html>Sign in</html>' > InRelease"), "NOSPLIT", good_edition, online=True, verdict="cannot_be_told"),
+    Story("a changed index under an old signature", "repository.index_refused", in_suites("sed -i 's/^Components: main/Components: main more/' InRelease"), "", good_edition, verdict="cannot_be_told"),
+    Story("a password that the host does not know", "repository.access_denied", lambda site: site.server.ask_for_password("user", "word"), "401  Unauthorized", lambda site: (site.web_root / ".password").unlink(), online=True),
+    Story("a keyring that APT may not read", "keyring.unreadable", f"chmod 0600 {KEYRING}", "not readable", online=True),
+    Story("nothing is automatic, as accepted", "repository.not_automatic", accepted(NotAutomatic="yes"), "NotAutomatic: yes"),
+    Story("our list marked as not to be trusted", "repository.not_trusted", f"sed -i 's/arch=/trusted=no arch=/' {SOURCE_LIST}", "is not from a trusted origin"),
 ]
 
 REPOSITORY = [
@@ -124,7 +274,7 @@ REPOSITORY = [
     Story("a keyring emptied", "repository.signature_refused", f": > {KEYRING}", "", online=True),
 ]
 
-STORIES = [*CONFIGURATION, *BROKEN, *UNITS, *REPOSITORY]
+STORIES = [*CONFIGURATION, *BROKEN, *UNITS, *DPKG, *REPOSITORY, *VENDOR]
 
 
 class StoryTeller:
@@ -178,8 +328,8 @@ def act(site, action):
 
 
 def tell(site, story):
-    before = site.installed_version()
     act(site, story.breaks)
+    before = site.installed_version()
     if story.ahead:
         assert story.code in codes(why(site)), "it is told ahead"
     site.publish_next(story.contents)
@@ -213,10 +363,21 @@ def clean_up(site):
     if site.repository.release_fields:
         republish()(site)
         site.host.run("apt-get --quiet --allow-releaseinfo-change update")
+    site.host.run("rm -rf /etc/apt/sources.list.d/other.list /etc/velmora.conf /usr/lib/python3/dist-packages/gi")
+    others = site.host.output_of("dpkg-query --show --showformat='${Package}\\n' 'zant-*' | grep -v velmora || true").split()
+    if others:
+        # The version of the story may need them.
+        site.install_file(site.repository.publish(f"{next(site.versions)}.0"))
+        site.host.run(f"dpkg --purge {shlex.join(others)}")
+    site.repository._packages = [path for path in site.repository._packages if path.name.startswith(PACKAGE)]
 
 
 @pytest.mark.parametrize("story", STORIES, ids=lambda story: story.name.replace(" ", "-"))
 def test_why_it_does_not_upgrade_and_what_helps(teller, story):
+    tell_and_clean_up(teller, story)
+
+
+def tell_and_clean_up(teller, story):
     site = teller.site()
     try:
         tell(site, story)
@@ -224,6 +385,22 @@ def test_why_it_does_not_upgrade_and_what_helps(teller, story):
     except BaseException:
         teller.forget()
         raise
+
+
+SECURE = [
+    Story("a certificate that nobody knows", "server.certificate_refused", "rm /usr/local/share/ca-certificates/velmora-test.crt && update-ca-certificates --fresh", "ertificate", lambda site: site._authority.make_trusted_by(site.host), online=True),
+    Story("no TLS at its port", "server.tls_failed", speak_plainly, "", speak_tls, online=True, verdict="cannot_be_told"),
+]
+
+
+@pytest.fixture(scope="module")
+def teller_with_https(open_shared_site):
+    return StoryTeller(functools.partial(open_shared_site, https=True))
+
+
+@pytest.mark.parametrize("story", SECURE, ids=lambda story: story.name.replace(" ", "-"))
+def test_why_it_does_not_upgrade_over_https_and_what_helps(teller_with_https, story):
+    tell_and_clean_up(teller_with_https, story)
 
 
 def assert_healthy(site, *options):
@@ -277,6 +454,39 @@ def test_no_report_waits_for_a_silent_server(teller, command):
 
     assert took < (30 if "--online" in command else 10)
     assert "server.silent" in result.output or "--online" not in command, result.output
+
+
+WEEK_AGO = "8 days ago"
+
+
+@contextlib.contextmanager
+def lists_of_a_week_ago(site):
+    """The time of a file's last change cannot be set, so what tells of it goes wrong by eight days."""
+    site.host.run("cp -p /usr/bin/stat /usr/bin/stat.away")
+    site.host.write("/usr/bin/stat", "#!/bin/sh\necho $(($(/usr/bin/stat.away \"$@\") - 8 * 86400))\n", mode="0755")
+    yield
+    site.host.run("mv /usr/bin/stat.away /usr/bin/stat")
+
+
+@pytest.mark.parametrize("image", ["bullseye", "bookworm", "trixie"])
+def test_a_host_that_was_off_for_a_week_and_one_that_idled_are_healthy(open_site, image):
+    site = open_site(image)
+    site.minder.once()
+    timers = "apt-daily.timer apt-daily-upgrade.timer"
+    traces = "/var/lib/apt/periodic/update-stamp /var/lib/apt/periodic/upgrade-stamp /var/lib/systemd/timers/stamp-apt-daily*.timer"
+    # Its services have not run since it started, which makes it a host that was just switched on.
+    site.host.run(f"systemctl stop {timers} && mkdir -p /var/lib/apt/periodic && touch --date='{WEEK_AGO}' {traces} && systemctl start {timers}")
+    with lists_of_a_week_ago(site):
+        assert_healthy(site)
+
+        # One whose timer has fired in the meantime got no answer.
+        site.host.run(f"systemctl stop {timers} && touch --date='2 days ago' /var/lib/systemd/timers/stamp-apt-daily.timer && systemctl start {timers}")
+        assert codes(why(site)) == ["repository.not_refreshed"]
+
+    site.host.run(f"touch --date='{WEEK_AGO}' {traces}")
+    for _ in range(3):
+        run_services(site)
+    assert_healthy(site, "--online")
 
 
 def test_nothing_is_changed_by_asking(open_site):

@@ -58,8 +58,10 @@ def address(site, rng, _):
 
 
 def repository_file(site, rng, _):
-    return do(site, rng.choice((f"rm {dnf.REPO_FILE}", f"mv {dnf.REPO_FILE} {dnf.REPO_FILE}.off", f": > {dnf.REPO_FILE}", f"chmod 600 {dnf.REPO_FILE}",
-        f"rm {dnf.REPO_FILE} && mkdir {dnf.REPO_FILE}", f"mv {dnf.REPO_FILE} /root && ln -s /root/quorvane.repo {dnf.REPO_FILE}", f"sed -i 's/$/\\r/' {dnf.REPO_FILE}")))
+    return do(site, rng.choice((
+        f"rm {dnf.REPO_FILE}", f"mv {dnf.REPO_FILE} {dnf.REPO_FILE}.off", f": > {dnf.REPO_FILE}", f"chmod 600 {dnf.REPO_FILE}",
+        f"rm {dnf.REPO_FILE} && mkdir {dnf.REPO_FILE}", f"mv {dnf.REPO_FILE} /root && ln -s /root/quorvane.repo {dnf.REPO_FILE}", f"sed -i 's/$/\\r/' {dnf.REPO_FILE}"),
+    ))
 
 
 def same_repository_again(site, rng, _):
@@ -155,7 +157,8 @@ def broken_file(site, rng, _):
 
 
 def without_automatic(site, rng, _):
-    return do(site, rng.choice(("rpm --erase --nodeps dnf-automatic", "chmod 644 /usr/bin/dnf-automatic", f"rm -f {AUTOMATIC}", "chmod 600 /etc/dnf/dnf.conf", "rm /etc/dnf/dnf.conf", "rm /etc/os-release", "mv /usr/bin/rpm /usr/bin/rpm.off",
+    return do(site, rng.choice((
+        "rpm --erase --nodeps dnf-automatic", "chmod 644 /usr/bin/dnf-automatic", f"rm -f {AUTOMATIC}", "chmod 600 /etc/dnf/dnf.conf", "rm /etc/dnf/dnf.conf", "rm /etc/os-release", "mv /usr/bin/rpm /usr/bin/rpm.off",
         "sed -i '1s,.*,#!/usr/bin/nothing,' /usr/bin/dnf-automatic", "printf '#!/bin/sh\\nexit 0\\n' > /usr/bin/dnf-automatic", f"rm {MAIN} && mkdir {MAIN}", "rm -r /var/lib/dnf", "rm -r /etc/dnf/vars",
     )))
 
@@ -168,9 +171,11 @@ def unit(site, rng, _):
 def drop_in(site, rng, _):
     name = rng.choice((dnf.TIMER, SERVICE))
     if name == dnf.TIMER:
-        text = rng.choice(("[Timer]\nOnCalendar=\nOnCalendar=2099-01-01\n", "[Timer]\nOnCalendar=\n", "[Timer]\nRandomizedDelaySec=1h\n", "[Timer]\nOnCalendar=nonsense\n",
+        text = rng.choice((
+            "[Timer]\nOnCalendar=\nOnCalendar=2099-01-01\n", "[Timer]\nOnCalendar=\n", "[Timer]\nRandomizedDelaySec=1h\n", "[Timer]\nOnCalendar=nonsense\n",
             "[Timer]\nOnCalendar=\nOnCalendar=yearly\n", "[Timer]\nRandomizedDelaySec=1y\n", f"[Timer]\nUnit={dnf.CONFLICTING_TIMERS[0].replace('timer', 'service')}\n", "[Unit]\nConditionPathExists=/nonexistent\n",
-            "[Timer]\nOnCalendar=weekly\n", "[Timer]\nPersistent=no\n", "[Timer]\nAccuracySec=1d\n", "[Timer]\nOnCalendar=\nOnBootSec=10y\n"))
+            "[Timer]\nOnCalendar=weekly\n", "[Timer]\nPersistent=no\n", "[Timer]\nAccuracySec=1d\n", "[Timer]\nOnCalendar=\nOnBootSec=10y\n",
+        ))
     else:
         text = rng.choice((
             "[Service]\nExecStart=\nExecStart=/bin/true\n", "[Unit]\nConditionPathExists=/nonexistent\n", "[Service]\nNice=5\n", "[Service]\nUser=nobody\n",

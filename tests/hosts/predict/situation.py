@@ -44,17 +44,18 @@ class Outcome:
     verdict: str = ""
     causes: list = field(default_factory=list)
     installed: str = ""
+    newest: tuple = (NEWEST,)  # any of these is no older than what the repository has
 
     @property
     def is_wrong(self):
-        got_newest = self.installed == NEWEST
+        got_newest = self.installed in self.newest
         return self.verdict == BLOCKED if got_newest else self.verdict in PROMISES
 
     def __str__(self):
         steps = "; ".join(self.steps) or "nothing was done"
         timing = "published after the question" if self.ahead else "published before"
         return (
-            f"{'WRONG ' if self.is_wrong else 'right '}{self.family} {self.seed} {self.image}: {steps} ({NEWEST} {timing})"
+            f"{'WRONG ' if self.is_wrong else 'right '}{self.family} {self.seed} {self.image}: {steps} ({self.newest[0]} {timing})"
             f" -> {self.verdict} {' '.join(self.causes)} -> {self.installed}"
         )
 
@@ -109,6 +110,7 @@ def play(family, seed):
             site.repository.publish(NEWEST)
         family.run_services(site)
         outcome.installed = family.installed_version(site)
+        outcome.newest = getattr(site, "newest", outcome.newest)
     return outcome
 
 
@@ -138,9 +140,13 @@ def show(site, unit, *properties):
 def timer_fires(site, timer):
     """Whether the timer starts its service within the next eight days."""
     command = (
-        f"state=$(systemctl show --property=ActiveState --value {timer});"
-        # It reckons times since the boot as times of the calendar, in microseconds.
+        f'test "$(systemctl show --property=ActiveState --value {timer})" = active || exit 1;'
+        # It reckons times since the boot as times of the calendar, in microseconds; systemd before 249 has no JSON for it.
         f" next=$(systemctl list-timers --all --output=json {timer} | sed -n 's/.*\"next\":\\([0-9]*\\).*/\\1/p');"
-        ' test "$state" = active && test "${next:-0}" -gt 0 && test $((next / 1000000)) -lt $(($(date +%s) + 8 * 86400))'
+        ' if test -n "$next"; then test "$next" -gt 0 && test $((next / 1000000)) -lt $(($(date +%s) + 8 * 86400)); exit; fi;'
+        f" next=$(systemctl show --property=NextElapseUSecRealtime --value {timer});"
+        f" since_boot=$(systemctl show --property=NextElapseUSecMonotonic --value {timer});"
+        ' test -n "$next" && test $(date --date="$next" +%s) -lt $(($(date +%s) + 8 * 86400)) && exit 0;'
+        ' case "$since_boot" in ""|infinity|*month*|*y*) exit 1;; esac'
     )
     return site.host.succeeds(command)

@@ -72,13 +72,17 @@ Cause judge_check(const std::string& command, const Answer& answer) {
   if (has(words, "needs to be reinstalled")) {
     return blocks("dpkg.half_installed",
                   "a package is half installed, and APT does nothing until it is mended", evidence,
-                  "dpkg --configure -a && apt-get --fix-broken install --assume-yes");
+                  "Install that package again from its file, with \"dpkg --install\"");
   }
   if (has(words, "Unmet dependencies") || has(words, "unmet dependencies")) {
     return blocks(
         "dpkg.broken_dependencies",
         "dependencies of installed packages are missing, and APT upgrades nothing until they are there",
         evidence, "apt-get --fix-broken install --assume-yes");
+  }
+  if (has(words, "MMap ran out of room")) {
+    return blocks("apt.check_failed", "APT may not use as much memory as its package lists need", evidence,
+                  "Take APT::Cache-Limit out of APT's configuration, or raise it");
   }
   if (has(words, "/var/lib/apt/lists") || has(words, "package lists or status file")) {
     return blocks("apt.lists_broken", "APT cannot read its package lists, and does nothing until it can",

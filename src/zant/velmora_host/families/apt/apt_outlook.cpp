@@ -61,8 +61,7 @@ std::string settings_for_questions(const path& directory, bool online) {
   const std::string cache = (directory / "cache").string();
   std::string text = fmt::format(
       "Dir::Cache \"{0}/\";\nDir::Cache::archives \"archives/\";\nDir::Cache::pkgcache \"pkgcache.bin\";\n"
-      "Dir::Cache::srcpkgcache \"srcpkgcache.bin\";\nDebug::NoLocking \"true\";\nAPT::Sandbox::User "
-      "\"root\";\n"
+      "Dir::Cache::srcpkgcache \"srcpkgcache.bin\";\nDebug::NoLocking \"true\";\n"
       "Unattended-Upgrade::LogDir \"{1}/\";\n#clear APT::Update::Pre-Invoke;\n#clear "
       "APT::Update::Post-Invoke;\n"
       "#clear APT::Update::Post-Invoke-Success;\n#clear AptCli::Hooks;\n",
@@ -107,6 +106,7 @@ class Search {
     outlook_.last_run = units.last_run;
     append(outlook_.causes, installed.causes);
     append(outlook_.causes, find_interrupted_work(question_));
+    append(outlook_.causes, find_dpkg_faults(question_));
     append(outlook_.causes, find_held_locks(question_));
     append(outlook_.causes, units.causes);
     const auto health = find_apt_health(question_, configuration_);
@@ -173,8 +173,8 @@ class Search {
       return;
     }
     if (!trial.index.empty()) {
-      auto state =
-          find_refresh_state(question_, trial.index, !online.causes.empty(), last_refresh_(units, settings));
+      auto state = find_refresh_state(question_, trial.index, !online.causes.empty(),
+                                      last_refresh_(units, settings), units);
       outlook_.refreshed = state.refreshed;
       // A cycle that registers the repository refreshes it too.
       if (state.refreshed || question_.planned.empty()) {

@@ -25,6 +25,27 @@ bool is_balanced(const std::string& line) {
          std::count(line.begin(), line.end(), '"') % 2 == 0 && line.find(';') != std::string::npos;
 }
 
+// Whether nothing is left open, so that another statement can follow.
+bool is_between_statements(const std::string& text) {
+  const auto items = parse_apt_configuration(text + "\nprobe \"1\";");
+  return !items.empty() && boost::algorithm::ends_with(items.back().name, "probe") &&
+         items.back().value == "1";
+}
+
+// Whether the line can be taken out and leaves a file that APT can read.
+bool is_of_its_own(const std::string& text, std::size_t number) {
+  std::string before;
+  std::size_t count = 0;
+  for (const auto& line : lines_of(text)) {
+    ++count;
+    if (count == number) {
+      return is_balanced(line) && is_between_statements(before) && is_between_statements(before + line);
+    }
+    before += line + "\n";
+  }
+  return false;
+}
+
 std::string line_of(const std::string& text, std::size_t number) {
   const auto lines = lines_of(text);
   return number >= 1 && number <= lines.size() ? boost::algorithm::trim_copy(lines[number - 1]) : "";
@@ -115,7 +136,9 @@ std::string APT_Settings::without(const std::optional<Place>& place, const std::
     return "package-minder once";
   }
   const bool is_directive = boost::algorithm::starts_with(place->text, "#");
-  return is_directive || is_balanced(place->text)
+  const auto file = std::find_if(files_.begin(), files_.end(),
+                                 [&place](const auto& candidate) { return candidate.path == place->file; });
+  return is_directive || (file != files_.end() && is_of_its_own(file->text, place->line))
              ? fmt::format("sed -i '{}s|^|//|' {}", place->line, quoted(place->file.string()))
              : otherwise;
 }

@@ -207,10 +207,11 @@ class Outlook:
             # Another repository has a still higher version; unattended-upgrade takes that of an allowed one.
             "is_foreign": bool(candidate) and self.apt_pkg.version_compare(candidate.ver_str, version) > 0,
             "is_held": package.selected_state == self.apt_pkg.SELSTATE_HOLD,
-            "not_automatic": any(file.not_automatic for file, _ in target.file_list),
+            "not_automatic": self._is_not_automatic(),
             "pinned_by": [],
         }
-        if answer["candidate"] != version:
+        # A repository may ask for a low priority itself.
+        if answer["candidate"] != version and not self._is_pinned_by(None, cache, package, version):
             sources = [source for source in self._sources_of_pins() if self._is_pinned_by(source, cache, package, version)]
             answer["pinned_by"] = [self.place_of(source) for source in sources]
         return answer
@@ -219,6 +220,17 @@ class Outlook:
         """The host's file that a planned one is a copy of."""
         planned = os.path.join(self.request["private"], "planned", "")
         return source.replace(planned, "/etc/apt/", 1) if source.startswith(planned) else source
+
+    def _is_not_automatic(self):
+        """As the repository says itself: newer releases of python-apt do not tell any more."""
+        beginning = self.answer["index"].partition(f"_{self.request['component']}_binary-")[0]
+        for ending in ("_InRelease", "_Release"):
+            try:
+                with open(beginning + ending, encoding="utf-8", errors="replace") as file:
+                    return re.search(r"(?mi)^NotAutomatic:[ \t]*yes", file.read()) is not None
+            except OSError:
+                continue
+        return False
 
     def _sources_of_pins(self):
         config = self.apt_pkg.config
@@ -229,12 +241,12 @@ class Outlook:
         return ["", *(file for file in files if os.path.isfile(file))]
 
     def _is_pinned_by(self, source, cache, package, version):
-        """Whether this file alone, or without any the default release (named by an empty text), pins the package."""
+        """Whether this file alone, the default release (named by an empty text), or neither of them pins the package."""
         policy = self.apt_pkg.Policy(cache)
         default = self.apt_pkg.config.find("APT::Default-Release")
         if source:
             policy.read_pinfile(source)
-        elif default:
+        elif default and source is not None:
             policy.create_pin("Release", "", default, 990)
         policy.init_defaults()
         candidate = policy.get_candidate_ver(package)
@@ -244,6 +256,14 @@ class Outlook:
 
     def load(self):
         path = self.request["program"]
+        with open(path, "rb") as file:
+            first = file.readline(200).decode(errors="replace").strip()
+        words = first.lstrip("#!").split()
+        if not first.startswith("#!") or "python" not in first:
+            self.answer["stage"] = "foreign"
+            raise ValueError(f"{path} is no program in Python: its first line is \"{first}\"")
+        if not os.access(words[0], os.X_OK):
+            raise OSError(f"{path} needs {words[0]}, which cannot be executed")
         loader = importlib.machinery.SourceFileLoader("unattended_upgrade", path)
         module = importlib.util.module_from_spec(importlib.util.spec_from_loader(loader.name, loader))
         sys.modules[loader.name] = module
@@ -261,7 +281,8 @@ class Outlook:
 
     def ask_stop(self, module):
         before = len(self.words.lines)
-        return " ".join(self.words.lines[before:]) if module.should_stop() else ""
+        # What it says before is about what it could not find out.
+        return " ".join(self.words.lines[before:][-1:]) if module.should_stop() else ""
 
     def open_cache(self, module):
         # The cache reads the host's configuration anew, and APT is told of it by init_system.

@@ -14,6 +14,7 @@ namespace {
 
 constexpr auto MEGABYTE = std::uint64_t{1024} * 1024;
 constexpr std::uint64_t LEAST_INODES = 20;
+constexpr const char* USUAL_PARTIAL = "/var/cache/apt/archives/partial";
 
 // As the host's first process sees them: what this one sees may be a view of its own.
 constexpr const char* MOUNTS = "/proc/1/mounts";
@@ -83,9 +84,19 @@ Causes judge(const Room& room, const Free& free, const std::string& mounts, cons
   return {};
 }
 
-}  // namespace
+// Not every release of APT makes another directory than the usual one.
+Causes find_missing_archives(const Outlook_Question& question, const std::string& archives) {
+  const std::string partial = (boost::filesystem::path(archives) / "partial").string();
+  const std::string query = fmt::format("test -d {}", quoted(partial));
+  if (partial == USUAL_PARTIAL || ask(question, query).exit_code != 1) {
+    return {};
+  }
+  return {obscures("archives.missing",
+                   fmt::format("packages are downloaded to {}, which is not there", partial), query,
+                   fmt::format("mkdir -p {0} && chown _apt {0}", quoted(partial)))};
+}
 
-Causes find_full_disks(const Outlook_Question& question, const Needed_Room& needed) {
+Causes find_low_rooms(const Outlook_Question& question, const Needed_Room& needed) {
   const std::vector<Room> rooms = {
       {"/usr", needed.installed + MEGABYTE}, {needed.archives, needed.download + MEGABYTE / 4},
       {"/var/lib/dpkg", MEGABYTE},           {"/var/lib/apt/lists", MEGABYTE / 4},
@@ -106,6 +117,14 @@ Causes find_full_disks(const Outlook_Question& question, const Needed_Room& need
       append(causes, std::move(found));
     }
   }
+  return causes;
+}
+
+}  // namespace
+
+Causes find_full_disks(const Outlook_Question& question, const Needed_Room& needed) {
+  Causes causes = find_low_rooms(question, needed);
+  append(causes, find_missing_archives(question, needed.archives));
   return causes;
 }
 

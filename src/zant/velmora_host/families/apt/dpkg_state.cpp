@@ -9,6 +9,7 @@
 #include <boost/algorithm/string/trim.hpp>
 
 #include <algorithm>
+#include <regex>
 #include <vector>
 
 namespace zant::velmora_host::apt_outlook {
@@ -22,6 +23,23 @@ std::string query() {
   return fmt::format(
       "dpkg-query --show --showformat='${{Version}}|${{Architecture}}|${{db:Status-Status}}' {}",
       PACKAGE_NAME);
+}
+
+constexpr int FATAL = 2;
+
+// Where dpkg names the file or the entry that it stumbles over, that can be put out of force.
+std::string remedy_for_fault(const std::string& words) {
+  static const std::regex FILE("configuration error: (/etc/dpkg/dpkg\\.cfg\\.d/[\\w-]+):");
+  static const std::regex OWNER("unknown system (user|group) '([\\w-]+)' in statoverride file");
+  std::smatch match;
+  if (std::regex_search(words, match, FILE)) {
+    return fmt::format("mv {0} {0}.disabled", match[1].str());
+  }
+  if (std::regex_search(words, match, OWNER)) {
+    return fmt::format("sed -i '/^{}{} /d' /var/lib/dpkg/statoverride", match[1] == "user" ? "" : "[^ ]* ",
+                       match[2].str());
+  }
+  return "Put right what dpkg complains of";
 }
 
 bool is_number(const std::string& text) {
@@ -49,15 +67,28 @@ Installed_Package find_installed_package(const Outlook_Question& question) {
                     told(command, answer.words), "Install the package from the file that the vendor ships")}};
   }
   Installed_Package package = {fields[0], fields[1], {}};
-  if (state != "installed") {
+  // Triggers that are still to run keep nothing from being upgraded.
+  if (state != "installed" && !state.starts_with("triggers-")) {
     package.causes.push_back(blocks(
         "package.half_installed", fmt::format("{} is not wholly installed: it is {}", PACKAGE_NAME, state),
         told(command, answer.words),
-        state == "half-installed" || state == "triggers-awaited"
-            ? fmt::format("apt-get install --reinstall --assume-yes {}", PACKAGE_NAME)
-            : "dpkg --configure -a"));
+        state == "half-installed" ? fmt::format("apt-get install --reinstall --assume-yes {}", PACKAGE_NAME)
+                                  : "dpkg --configure -a"));
   }
   return package;
+}
+
+Causes find_dpkg_faults(const Outlook_Question& question) {
+  const std::string directory = question.private_directory.string();
+  const std::string command = fmt::format(
+      "env TMPDIR={0} sh -c ': > \"$TMPDIR/empty.deb\" && exec dpkg --no-act --unpack \"$TMPDIR/empty.deb\"'",
+      quoted(directory));
+  const auto answer = ask(question, command);
+  if (answer.exit_code != FATAL) {
+    return {};
+  }
+  return {blocks("dpkg.fails", "dpkg cannot begin to install anything",
+                 told("dpkg --no-act --unpack", answer.words), remedy_for_fault(answer.words))};
 }
 
 Causes find_interrupted_work(const Outlook_Question& question) {

@@ -112,7 +112,7 @@ Causes find_errors(const Outlook_Question& question) {
   return {obscures(
       "upgrades.failed",
       fmt::format("unattended-upgrade tried to upgrade {} in its last run, and failed", PACKAGE_NAME),
-      joined(LOG, errors), "systemctl start apt-daily-upgrade.service")};
+      joined(LOG, errors), "Put right what unattended-upgrade complains of")};
 }
 
 }  // namespace

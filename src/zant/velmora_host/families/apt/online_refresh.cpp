@@ -38,7 +38,15 @@ struct Words_And_Meaning {
 };
 
 // The first whose words APT says. What will be the same tomorrow blocks; what may be over by then does not.
-constexpr std::array<Words_And_Meaning, 27> MEANINGS = {{
+constexpr std::array<Words_And_Meaning, 32> MEANINGS = {{
+    {"entry in Release file", Cause_Effect::BLOCKS, "repository.index_refused",
+     "APT cannot read a field of the repository's index, and does not take it",
+     "Ask the vendor to publish the repository's index anew"},
+    {"401  Unauthorized", Cause_Effect::BLOCKS, "repository.access_denied",
+     "the repository's server does not know this host, or not its password",
+     "Put the password for the server into a file of /etc/apt/auth.conf.d, or ask the vendor for one"},
+    {"403  Forbidden", Cause_Effect::OBSCURES, "repository.access_denied",
+     "the repository's server refuses this host", "Ask the vendor why the server refuses this host"},
     {"changed its ", Cause_Effect::BLOCKS, "repository.changed",
      "the repository says another thing of itself than before, and APT wants that accepted by hand",
      "apt-get --allow-releaseinfo-change update"},
@@ -69,7 +77,8 @@ constexpr std::array<Words_And_Meaning, 27> MEANINGS = {{
     {"isn't valid, got 'NOSPLIT'", Cause_Effect::OBSCURES, "repository.not_an_index",
      "something else than the repository's index comes from its address", UNPROVEN},
     {"doesn't have the component", Cause_Effect::BLOCKS, "repository.component_missing",
-     "the repository has no such component", "package-minder once"},
+     "the repository has no such component",
+     "Ask the vendor for the component that the repository's source list names"},
     {"doesn't support architecture", Cause_Effect::BLOCKS, "repository.architecture_missing",
      "the repository has nothing for this architecture", "Ask the vendor for packages for this architecture"},
     {"Could not resolve", Cause_Effect::OBSCURES, "server.name_unknown",
@@ -96,6 +105,11 @@ constexpr std::array<Words_And_Meaning, 27> MEANINGS = {{
     {"does not have a Release file", Cause_Effect::BLOCKS, "repository.suite_missing",
      "the repository is not at its address, or has no such suite",
      "Ask the vendor where the repository is now"},
+    {"no longer has a Release file", Cause_Effect::BLOCKS, "repository.suite_missing",
+     "the repository is not at its address any more, or has no such suite",
+     "Ask the vendor where the repository is now"},
+    {"is no longer signed", Cause_Effect::BLOCKS, "repository.not_signed",
+     "the repository is not signed any more", "Ask the vendor to sign the repository"},
     {"is not signed", Cause_Effect::BLOCKS, "repository.not_signed", "the repository is not signed",
      "Ask the vendor to sign the repository"},
     {"Hash Sum mismatch", Cause_Effect::OBSCURES, "repository.inconsistent",
@@ -154,8 +168,21 @@ std::string remedy_for(const Words_And_Meaning& meaning, const Outlook_Question&
   return meaning.remedy;
 }
 
+// APT passes over keyrings that its own user cannot read, with a warning.
+bool is_keyring_unreadable(const std::string& words) {
+  const std::string keyring = APT_Constants::REPO_KEYRING_PATH;
+  return words.find(fmt::format("keyring {} are ignored as the file is not readable", keyring)) !=
+         std::string::npos;
+}
+
 Cause meaning_of(const Outlook_Question& question, const Answer& answer, const APT_Settings& settings) {
   const std::string evidence = told("apt-get update, of the repository alone", answer.words);
+  if (is_keyring_unreadable(answer.words)) {
+    return blocks("keyring.unreadable", "APT's own user may not read the keyring of the repository", evidence,
+                  fmt::format("chmod 0755 {} && chmod 0644 {}",
+                              path(APT_Constants::REPO_KEYRING_PATH).parent_path().string(),
+                              APT_Constants::REPO_KEYRING_PATH));
+  }
   if (auto proxy = find_dead_proxy(settings, answer.words, evidence)) {
     return *proxy;
   }
@@ -172,14 +199,16 @@ Cause meaning_of(const Outlook_Question& question, const Answer& answer, const A
                   "Run \"apt-get update\" and see what it says");
 }
 
-// A copy of what APT knows of the repository, for APT may date the files anew; links to what it knows of
-// others.
+// APT's methods ask as its own user, who must be able to read what the host's refreshes read, and here the
+// lists. A copy of what APT knows of the repository, for APT may date the files anew; links to what it knows
+// of others.
 bool prepare_lists(const Outlook_Question& question, const path& lists, const std::string& site) {
   const std::string line = fmt::format(
-      "mkdir -p {0}/partial && for file in /var/lib/apt/lists/*; do [ -e \"$file\" ] || continue; case "
+      "chmod 0711 {2} && mkdir -p {0}/partial && chmod 0755 {0} && for file in /var/lib/apt/lists/*; do [ -e "
+      "\"$file\" ] || continue; case "
       "\"$file\" in */partial|*/auxfiles|*/lock) ;; "
       "*/{1}*) cp -p \"$file\" {0}/ ;; *) ln -s \"$file\" {0}/ ;; esac; done",
-      quoted(lists.string()), site);
+      quoted(lists.string()), site, quoted(question.private_directory.string()));
   return ask(question, fmt::format("sh -c {}", quoted(line))).succeeded();
 }
 
@@ -217,7 +246,9 @@ Online_Refresh refresh_online(const Outlook_Question& question, const path& conf
               with_planned_configuration(question), quoted(configuration.string()), quoted(lists.string()),
               quoted(source.string())),
           REFRESH_LIMIT);
-  const bool lacks = answer.words.find("Skipping acquire of configured file") != std::string::npos;
+  // These are warnings to APT, which then goes on with what it knew before.
+  const bool lacks = answer.words.find("Skipping acquire of configured file") != std::string::npos ||
+                     answer.words.find("entry in Release file") != std::string::npos;
   if (answer.succeeded() && !lacks) {
     return {lists, {}};
   }

@@ -13,6 +13,11 @@
 namespace zant::velmora_host::apt_outlook {
 namespace {
 
+using std::chrono::hours;
+using std::chrono::system_clock;
+
+constexpr hours ONE_DAY(24);
+
 // Only a refresh that succeeds makes it anew.
 constexpr const char* STAMP = "/var/lib/apt/periodic/update-stamp";
 constexpr const char* REMEDY = "apt-get -o APT::Update::Error-Mode=any update";
@@ -63,6 +68,17 @@ Causes find_failed_refresh(const Outlook_Question& question,
       REMEDY)};
 }
 
+// A host that was switched off has a refresh to catch up on, which its timer will start: that it is old says
+// nothing. Where the timer has fired since, or the host has been up for a day, it does.
+bool is_catching_up(const Outlook_Question& question, system_clock::time_point refreshed,
+                    const Upgrade_Units& units) {
+  const auto answer = ask(question, "ps -o etimes= -p 1");
+  const auto up_for = answer.succeeded() ? parse_epoch(answer.words) : std::nullopt;
+  const bool is_due_soon = units.next_refresh && *units.next_refresh - question.now < ONE_DAY;
+  const bool has_fired = units.refresh_triggered && *units.refresh_triggered > refreshed + hours(1);
+  return up_for && up_for->time_since_epoch() < ONE_DAY && is_due_soon && !has_fired;
+}
+
 }  // namespace
 
 std::string remedy_for_signature(const Outlook_Question& question) {
@@ -75,7 +91,8 @@ std::string remedy_for_signature(const Outlook_Question& question) {
 }
 
 Refresh_State find_refresh_state(const Outlook_Question& question, const std::string& index, bool is_asked,
-                                 const std::optional<std::chrono::system_clock::time_point>& last_run) {
+                                 const std::optional<system_clock::time_point>& last_run,
+                                 const Upgrade_Units& units) {
   Refresh_State state;
   const std::string release = release_beside(index);
   const auto answer = ask(question, fmt::format("stat --format=%Z {}", quoted(release)));
@@ -92,7 +109,8 @@ Refresh_State find_refresh_state(const Outlook_Question& question, const std::st
                                     told("stat " + release, answer.words), REMEDY));
     return state;
   }
-  if (const auto old = find_old_refresh(release, *state.refreshed, question.now, REMEDY)) {
+  const auto old = find_old_refresh(release, *state.refreshed, question.now, REMEDY);
+  if (old && !is_catching_up(question, *state.refreshed, units)) {
     state.causes.push_back(obscures(old->code, old->what, old->where, old->remedy));
   }
   return state;

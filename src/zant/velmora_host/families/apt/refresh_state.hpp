@@ -1,5 +1,6 @@
 #pragma once
 
+#include <zant/velmora_host/families/apt/upgrade_units.hpp>
 #include <zant/velmora_host/families/upgrade_outlook.hpp>
 
 #include <chrono>
@@ -22,6 +23,7 @@ std::string remedy_for_signature(const Outlook_Question& question);
 /// @param last_run when the host's service last began to refresh; nothing when it did not, or did not have
 /// to.
 Refresh_State find_refresh_state(const Outlook_Question& question, const std::string& index, bool is_asked,
-                                 const std::optional<std::chrono::system_clock::time_point>& last_run);
+                                 const std::optional<std::chrono::system_clock::time_point>& last_run,
+                                 const Upgrade_Units& units);
 
 }  // namespace zant::velmora_host::apt_outlook

@@ -31,7 +31,10 @@ using velmora::Package_Constants::PACKAGE_NAME;
 namespace APT_Constants = velmora::APT_Constants;
 
 constexpr std::chrono::seconds LIMIT(9);
-constexpr const char* PROGRAM_QUERY = "sh -c 'command -v unattended-upgrade'";
+// Some shells name files that cannot be executed, too.
+constexpr const char* PROGRAM_QUERY =
+    "sh -c 'program=$(command -v unattended-upgrade) && test -x \"$program\" && echo \"$program\"'";
+constexpr const char* USUAL_PROGRAM = "/usr/bin/unattended-upgrade";
 constexpr const char* PROGRAM = "unattended-upgrade";
 constexpr const char* BLACKLIST = "Unattended-Upgrade::Package-Blacklist";
 constexpr const char* WHITELIST = "Unattended-Upgrade::Package-Whitelist";
@@ -57,8 +60,9 @@ Cause conffile_prompt(const std::string& version, const std::string& file) {
                   PACKAGE_NAME));
 }
 
+// Another python3 that comes first in the path is not the one that unattended-upgrade runs with.
 std::string asking(const Outlook_Question& question, const Json& request) {
-  return fmt::format("{}python3 -I -B {} {}", with_planned_configuration(question),
+  return fmt::format("{}/usr/bin/python3 -I -B {} {}", with_planned_configuration(question),
                      quoted(Build_Config::APT_QUESTIONS_FILE),
                      quoted(request.dump(-1, ' ', false, Json::error_handler_t::replace)));
 }
@@ -80,11 +84,7 @@ class Trial {
   Upgrade_Trial run(const Installed_Package& installed, const path& archives) {
     const auto program = ask(question_, PROGRAM_QUERY);
     if (!program.succeeded()) {
-      trial_.causes.push_back(
-          blocks("upgrades.not_installed",
-                 "unattended-upgrades is not installed, so nothing installs newer versions",
-                 told("command -v unattended-upgrade", program.words),
-                 "apt-get install --reinstall --assume-yes unattended-upgrades"));
+      trial_.causes.push_back(missing_program_(program));
     }
     const velmora::APT_Repo_Config repo(question_.services.system, question_.settings.configuration(),
                                         question_.settings.staging_directory(), question_.init);
@@ -108,6 +108,19 @@ class Trial {
   }
 
  private:
+  Cause missing_program_(const Answer& program) const {
+    const std::string command = fmt::format("ls -l {}", USUAL_PROGRAM);
+    const auto listed = ask(question_, command);
+    if (listed.succeeded()) {
+      return blocks("upgrades.broken", "unattended-upgrade cannot be executed", told(command, listed.words),
+                    fmt::format("chmod 0755 {}", USUAL_PROGRAM));
+    }
+    return blocks("upgrades.not_installed",
+                  "unattended-upgrades is not installed, so nothing installs newer versions",
+                  told("command -v unattended-upgrade", program.words),
+                  "apt-get install --reinstall --assume-yes unattended-upgrades");
+  }
+
   Json days_() const {
     Json days = Json::array({date_of(question_.now)});
     const auto first = units_.next_run.value_or(question_.now);
@@ -175,6 +188,10 @@ class Trial {
   }
 
   static Cause failure_(const std::string& stage, const std::string& error) {
+    if (stage == "foreign") {
+      return obscures("upgrades.replaced", "unattended-upgrade is another program than the distribution's",
+                      error, "Take that program away, or see for yourself what it does");
+    }
     if (stage == "load") {
       return blocks("upgrades.broken", "unattended-upgrade itself cannot start", error,
                     "apt-get install --reinstall --assume-yes unattended-upgrades python3-apt");
@@ -409,7 +426,8 @@ class Trial {
   bool is_explained_() const {
     return std::any_of(trial_.causes.begin(), trial_.causes.end(), [](const Cause& cause) {
       return boost::algorithm::starts_with(cause.code, "package.") ||
-             boost::algorithm::starts_with(cause.code, "origin") || cause.code == "repository.not_automatic";
+             boost::algorithm::starts_with(cause.code, "origin") || cause.code == "hold.held" ||
+             cause.code == "repository.not_automatic";
     });
   }
 

@@ -38,7 +38,8 @@ constexpr Job UPGRADE = {"apt-daily-upgrade.timer", "apt-daily-upgrade.service",
 constexpr const char* QUERY =
     "env TZ=UTC systemctl show "
     "--property=Id,LoadState,LoadError,UnitFileState,ActiveState,SubState,Result,Unit,"
-    "NextElapseUSecRealtime,NextElapseUSecMonotonic,ExecMainStartTimestamp,ExecMainExitTimestamp,ExecStart,"
+    "NextElapseUSecRealtime,NextElapseUSecMonotonic,LastTriggerUSec,ExecMainStartTimestamp,"
+    "ExecMainExitTimestamp,ExecStart,"
     "DropInPaths,FragmentPath apt-daily.timer apt-daily.service apt-daily-upgrade.timer "
     "apt-daily-upgrade.service";
 
@@ -183,7 +184,22 @@ std::optional<std::string> find_change(const std::string& file, const Job& job, 
 }
 
 bool is_administrators(const std::string& file) {
-  return starts_with(file, "/etc/") || starts_with(file, "/run/");
+  return starts_with(file, "/etc/") || starts_with(file, "/run/") || starts_with(file, "/usr/local/");
+}
+
+std::optional<Cause> find_missing_program(const Outlook_Question& question, const Job& job) {
+  const std::string command = job.command;
+  const std::string program = command.substr(0, command.find(' '));
+  const std::string query = fmt::format("test -x {}", program);
+  const auto answer = ask(question, query);
+  if (answer.exit_code != 1) {
+    return std::nullopt;
+  }
+  return blocks(
+      "service.program_missing",
+      fmt::format("{}, which {} starts, is missing or cannot be executed", program, job.service),
+      told(query, answer.words),
+      fmt::format("test -e {0} && chmod 0755 {0} || apt-get install --reinstall --assume-yes apt", program));
 }
 
 Causes find_service_faults(const Outlook_Question& question, const Properties& service, const Job& job) {
@@ -194,6 +210,9 @@ Causes find_service_faults(const Outlook_Question& question, const Properties& s
   if (at(service, "ExecStart").find(fmt::format("argv[]={} ;", job.command)) == std::string::npos) {
     return {obscures("service.replaced", fmt::format("{} runs another command than APT's", job.service),
                      shown(service, "ExecStart"), remedy)};
+  }
+  if (auto missing = find_missing_program(question, job)) {
+    return {*missing};
   }
   std::vector<std::string> files;
   boost::algorithm::split(files, at(service, "DropInPaths") + " " + at(service, "FragmentPath"),
@@ -292,6 +311,7 @@ Upgrade_Units find_upgrade_units(const Outlook_Question& question) {
   }
   found.next_refresh = next_time(units[0]);
   found.next_run = next_time(units[2]);
+  found.refresh_triggered = parse_time(at(units[0], "LastTriggerUSec"));
   found.last_refresh = parse_time(at(units[1], "ExecMainStartTimestamp"));
   found.last_run = last_run_of(units[3]);
   return found;

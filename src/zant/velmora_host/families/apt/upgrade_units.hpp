@@ -12,6 +12,10 @@ struct Upgrade_Units {
   std::optional<std::chrono::system_clock::time_point> next_refresh;
   std::optional<std::chrono::system_clock::time_point> next_run;
   std::optional<std::chrono::system_clock::time_point> last_refresh;  ///< when it began
+
+  /// When the timer of the refreshes last fired, before the host started, too.
+  std::optional<std::chrono::system_clock::time_point> refresh_triggered;
+
   std::optional<Upgrade_Run> last_run;
   bool is_running = false;  ///< a refresh or an upgrade is going on
   Causes causes;

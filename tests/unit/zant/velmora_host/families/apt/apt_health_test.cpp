@@ -60,6 +60,16 @@ TEST_F(AptHealth, TellsWhatElseStopsApt) {
               ElementsAre("blocks apt.lists_broken"));
 }
 
+TEST_F(AptHealth, TellsALackOfMemoryFromDamagedLists) {
+  const auto causes = told(
+                          "E: Dynamic MMap ran out of room. Please increase the size of APT::Cache-Start.\n"
+                          "E: The package lists or status file could not be parsed or opened.\n")
+                          .causes;
+
+  ASSERT_THAT(codes(causes), ElementsAre("blocks apt.check_failed"));
+  EXPECT_EQ(causes[0].remedy, "Take APT::Cache-Limit out of APT's configuration, or raise it");
+}
+
 TEST_F(AptHealth, GuessesNothingFromOtherWords) {
   const auto causes = told("E: Quelque chose ne va pas\n").causes;
 

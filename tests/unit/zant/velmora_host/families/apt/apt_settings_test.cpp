@@ -48,6 +48,14 @@ TEST_F(AptSettings, ArePutOutOfForceByALineThatBecomesAComment) {
   EXPECT_EQ(found.without(std::nullopt, "otherwise"), "otherwise");
 }
 
+TEST_F(AptSettings, OfSeveralLinesAreOverruled) {
+  host.write("/etc/apt/apt.conf.d/90b", "X::Item\n  \"a\";\nX::Other \"b\"\n;\n");
+  const auto found = settings();
+
+  EXPECT_EQ(found.without(found.place_of("X::Item", "a"), "otherwise"), "otherwise");
+  EXPECT_EQ(found.without(found.place_of("X::Other", "b"), "otherwise"), "otherwise");
+}
+
 TEST_F(AptSettings, OfTheLibrarysFilesArePutBackByACycle) {
   host.write("/etc/apt/apt.conf.d/20auto-upgrades", "APT::Periodic::Enable \"0\";\n");
   const auto found = settings();

@@ -62,5 +62,35 @@ TEST_F(DpkgState, NamesAnInterruptedDpkg) {
   EXPECT_THAT(codes(find_interrupted_work(question)), ElementsAre("blocks dpkg.interrupted"));
 }
 
+TEST_F(DpkgState, IsWholeWhileTriggersAreStillToRun) {
+  for (const char* const state : {"triggers-pending", "triggers-awaited"}) {
+    EXPECT_THAT(told(0, std::string("1.0|amd64|") + state).causes, IsEmpty()) << state;
+  }
+}
+
+TEST_F(DpkgState, IsAskedWhetherItCanBegin) {
+  const auto found = [this](int exit_code, const std::string& words) {
+    answers("env TMPDIR=* sh -c *", exit_code, words);
+    return find_dpkg_faults(question);
+  };
+
+  EXPECT_THAT(found(1, "dpkg-deb: error: unexpected end of file in archive magic version number\n"),
+              IsEmpty());
+  EXPECT_THAT(found(124, ""), IsEmpty());
+
+  const auto path = found(2, "dpkg: error: 1 expected program not found in PATH or not executable\n");
+  ASSERT_THAT(codes(path), ElementsAre("blocks dpkg.fails"));
+  EXPECT_EQ(path[0].remedy, "Put right what dpkg complains of");
+  EXPECT_EQ(
+      found(2, "dpkg: error: configuration error: /etc/dpkg/dpkg.cfg.d/x:1: unknown option 'y'\n")[0].remedy,
+      "mv /etc/dpkg/dpkg.cfg.d/x /etc/dpkg/dpkg.cfg.d/x.disabled");
+  EXPECT_EQ(
+      found(2, " unknown system user 'x-y' in statoverride file; the system user got removed\n")[0].remedy,
+      "sed -i '/^x-y /d' /var/lib/dpkg/statoverride");
+  EXPECT_EQ(
+      found(2, " unknown system group 'x' in statoverride file; the system group got removed\n")[0].remedy,
+      "sed -i '/^[^ ]* x /d' /var/lib/dpkg/statoverride");
+}
+
 }  // namespace
 }  // namespace zant::velmora_host::apt_outlook

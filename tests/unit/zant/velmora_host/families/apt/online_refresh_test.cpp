@@ -44,6 +44,14 @@ TEST_F(OnlineRefresh, GivesTheListsWhenTheRepositoryAnswers) {
   EXPECT_THAT(refresh.causes, IsEmpty());
 }
 
+TEST_F(OnlineRefresh, DoesNotTakeForAnAnswerWhatAptPassesOverWithAWarning) {
+  const auto refresh =
+      refreshed(0, "W: Invalid 'Date' entry in Release file /var/lib/apt/lists/partial/r_InRelease\n");
+
+  EXPECT_FALSE(refresh.lists);
+  EXPECT_THAT(codes(refresh.causes), ElementsAre("blocks repository.index_refused"));
+}
+
 TEST_P(OnlineRefresh, KnowsWhatAptSays) {
   const auto refresh = refreshed(100, GetParam().words);
 
@@ -54,6 +62,26 @@ TEST_P(OnlineRefresh, KnowsWhatAptSays) {
 INSTANTIATE_TEST_SUITE_P(
     Words, OnlineRefresh,
     ::testing::Values(
+        Example{
+            "unreadable_keyring",
+            "W: The key(s) in the keyring /etc/apt/trusted.gpg.d/zant-velmora.gpg are ignored as the file "
+            "is not readable by user executing gpgv.\nE: NO_PUBKEY 1234",
+            "blocks keyring.unreadable"},
+        Example{
+            "another_unreadable_keyring",
+            "W: The key(s) in the keyring /etc/apt/trusted.gpg.d/other.gpg are ignored as the file is not "
+            "readable by user executing gpgv.\nE: NO_PUBKEY 1234",
+            "blocks repository.signature_refused"},
+        Example{"password",
+                "Err:1 http://r InRelease\n  401  Unauthorized [IP: 1.2.3.4 80]\nE: The repository "
+                "'http://r' is not signed.",
+                "blocks repository.access_denied"},
+        Example{"forbidden", "Err:1 http://r InRelease\n  403  Forbidden [IP: 1.2.3.4 80]\n",
+                "obscures repository.access_denied"},
+        Example{"gone", "E: The repository 'http://r x Release' no longer has a Release file.",
+                "blocks repository.suite_missing"},
+        Example{"no_longer_signed", "E: The repository 'http://r x InRelease' is no longer signed.",
+                "blocks repository.not_signed"},
         Example{"expired", "E: Release file for http://r/ is expired (invalid since 1d 2h).",
                 "blocks repository.expired"},
         Example{"future", "E: Release file for http://r/ is not valid yet (invalid for another 3h).",

@@ -66,7 +66,7 @@ TEST_F(RefreshState, TellsWhenTheRepositoryAnswered) {
   answered(parse_iso_time("2026-01-31T03:00:00Z"));
   question.now = parse_iso_time("2026-01-31T04:00:00Z");
 
-  const auto state = find_refresh_state(question, INDEX, false, std::nullopt);
+  const auto state = find_refresh_state(question, INDEX, false, std::nullopt, {});
 
   EXPECT_EQ(state.refreshed, parse_iso_time("2026-01-31T03:00:00Z"));
   EXPECT_THAT(state.causes, IsEmpty());
@@ -74,23 +74,52 @@ TEST_F(RefreshState, TellsWhenTheRepositoryAnswered) {
 
 TEST_F(RefreshState, NamesAnAnswerOfLongAgoAndNone) {
   answered(question.now - hours(73));
-  EXPECT_THAT(codes(find_refresh_state(question, INDEX, false, std::nullopt).causes),
+  EXPECT_THAT(codes(find_refresh_state(question, INDEX, false, std::nullopt, {}).causes),
               ElementsAre("obscures repository.not_refreshed"));
 
   answers("stat --format=%Z '/var/lib/apt/lists/repo_dists_systemd-production_InRelease'", 1,
           "stat: cannot statx: No such file or directory\n");
-  EXPECT_THAT(codes(find_refresh_state(question, INDEX, false, std::nullopt).causes),
+  EXPECT_THAT(codes(find_refresh_state(question, INDEX, false, std::nullopt, {}).causes),
               ElementsAre("obscures repository.not_refreshed"));
 }
 
 TEST_F(RefreshState, NamesARefreshThatFailed) {
   answered(question.now - hours(2));
   stamped(question.now - hours(2));
-  EXPECT_THAT(codes(find_refresh_state(question, INDEX, false, question.now - hours(1)).causes),
+  EXPECT_THAT(codes(find_refresh_state(question, INDEX, false, question.now - hours(1), {}).causes),
               ElementsAre("obscures repository.refresh_failed"));
 
   stamped(question.now);
-  EXPECT_THAT(find_refresh_state(question, INDEX, false, question.now - hours(1)).causes, IsEmpty());
+  EXPECT_THAT(find_refresh_state(question, INDEX, false, question.now - hours(1), {}).causes, IsEmpty());
+}
+
+TEST_F(RefreshState, OfAHostThatWasOffIsOldForNoReason) {
+  answered(question.now - hours(24 * 8));
+  Upgrade_Units units;
+  const auto found = [&] {
+    return codes(find_refresh_state(question, INDEX, false, std::nullopt, units).causes);
+  };
+  const auto is_old = ElementsAre("obscures repository.not_refreshed");
+
+  answers("ps -o etimes= -p 1", 0, "   600\n");
+  units.next_refresh = question.now + hours(11);
+  units.refresh_triggered = question.now - hours(24 * 8);
+  EXPECT_THAT(found(), IsEmpty());
+
+  units.refresh_triggered = question.now - hours(24 * 6);
+  EXPECT_THAT(found(), is_old) << "the timer has fired since";
+
+  units.refresh_triggered.reset();
+  EXPECT_THAT(found(), IsEmpty()) << "cron keeps no such time";
+
+  units.next_refresh = question.now + hours(25);
+  EXPECT_THAT(found(), is_old) << "it will not be caught up on soon";
+
+  units.next_refresh = question.now + hours(11);
+  for (const char* const up_for : {" 86400\n", "ps: not found\n", ""}) {
+    answers("ps -o etimes= -p 1", 0, up_for);
+    EXPECT_THAT(found(), is_old) << up_for;
+  }
 }
 
 class RefusedIndex : public RefreshState {
@@ -104,7 +133,7 @@ class RefusedIndex : public RefreshState {
 
   Causes found(const std::string& index) {
     host.write("/var/lib/apt/lists/partial/repo_InRelease", index);
-    return find_refresh_state(question, INDEX, false, std::nullopt).causes;
+    return find_refresh_state(question, INDEX, false, std::nullopt, {}).causes;
   }
 };
 

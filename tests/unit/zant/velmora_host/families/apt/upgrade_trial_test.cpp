@@ -14,17 +14,20 @@ using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using Json = nlohmann::json;
 
+constexpr const char* PROGRAM =
+    "sh -c 'program=$(command -v unattended-upgrade) && test -x \"$program\" && echo \"$program\"'";
+
 class UpgradeTrial : public Outlook_Example {
  protected:
   UpgradeTrial() {
     host.system->on("dpkg-query -f='${Architecture}' -W zant-velmora", 0, "amd64");
-    answers("sh -c 'command -v unattended-upgrade'", 0, "/usr/bin/unattended-upgrade\n");
+    answers(PROGRAM, 0, "/usr/bin/unattended-upgrade\n");
     answers("apt-mark showhold", 0);
     answers("apt-get -c * -s install *", 100, "E: Unable to correct problems\n");
   }
 
   Upgrade_Trial tried() {
-    answers("python3 -I -B *", 0, "a warning of Python's\n" + answer.dump() + "\n");
+    answers("/usr/bin/python3 -I -B *", 0, "a warning of Python's\n" + answer.dump() + "\n");
     return run();
   }
 
@@ -176,18 +179,33 @@ TEST_F(UpgradeTrial, KnowsARepositoryThatAptDoesNotHave) {
 }
 
 TEST_F(UpgradeTrial, TellsThatUnattendedUpgradesIsMissing) {
-  answers("sh -c 'command -v unattended-upgrade'", 127);
+  answers(PROGRAM, 127);
   answer = {{"stage", "load"}, {"index", "/x"}, {"error", "FileNotFoundError"}};
   EXPECT_THAT(codes(tried().causes), ElementsAre("blocks upgrades.not_installed"));
+}
+
+TEST_F(UpgradeTrial, TellsThatUnattendedUpgradesCannotBeExecuted) {
+  answers(PROGRAM, 1);
+  answers("ls -l /usr/bin/unattended-upgrade", 0, "-rw-r--r-- 1 root root 5 /usr/bin/unattended-upgrade\n");
+  answer = {{"stage", "index"}, {"index", "/x"}, {"error", "FileNotFoundError"}};
+  const auto causes = tried().causes;
+
+  ASSERT_THAT(codes(causes), ElementsAre("blocks upgrades.broken"));
+  EXPECT_EQ(causes[0].remedy, "chmod 0755 /usr/bin/unattended-upgrade");
+}
+
+TEST_F(UpgradeTrial, CannotTellWhatAnotherProgramWouldDo) {
+  answer = {{"stage", "foreign"}, {"index", "/x"}, {"error", "ValueError: its first line is \"#!/bin/sh\""}};
+  EXPECT_THAT(codes(tried().causes), ElementsAre("obscures upgrades.replaced"));
 }
 
 TEST_F(UpgradeTrial, GuessesNothingFromOtherWords) {
   for (const char* const words : {"", "Segmentation fault\n", "[]\n", "{\"index\": 5}\n",
                                   "{\"index\": \"/x\", \"policy\": {}}\n", "\xff\n"}) {
-    answers("python3 -I -B *", 0, words);
+    answers("/usr/bin/python3 -I -B *", 0, words);
     EXPECT_THAT(codes(run().causes), ElementsAre("obscures tools.failed")) << words;
   }
-  answers("python3 -I -B *", 139, "");
+  answers("/usr/bin/python3 -I -B *", 139, "");
   EXPECT_THAT(codes(run().causes), ElementsAre("obscures tools.failed"));
 }
 

@@ -33,6 +33,7 @@ class UpgradeUnits : public Outlook_Example {
   UpgradeUnits() {
     answers("systemd-analyze condition --unit=apt-daily.service", 0);
     answers("systemd-analyze condition --unit=apt-daily-upgrade.service", 0);
+    answers("test -x /usr/lib/apt/apt.systemd.daily", 0);
   }
 
   std::string healthy = timer("apt-daily") + "\n" + service("apt-daily", "update") + "\n" +
@@ -93,6 +94,24 @@ TEST_F(UpgradeUnits, MayBeChangedInHarmlessWaysOnly) {
   const auto causes = found_with("DropInPaths=", "DropInPaths=" + drop_in).causes;
   EXPECT_THAT(codes(causes), ElementsAre("obscures service.changed", "obscures service.changed"));
   EXPECT_EQ(causes[0].evidence, drop_in + ":2: PrivateNetwork=yes");
+}
+
+TEST_F(UpgradeUnits, MayBeChangedInAnAdministratorsOtherPlaces) {
+  const std::string drop_in = "/usr/local/lib/systemd/system/apt-daily.service.d/a.conf";
+  host.write(drop_in, "[Service]\nExecCondition=/bin/false\n");
+
+  EXPECT_THAT(codes(found_with("DropInPaths=", "DropInPaths=" + drop_in).causes),
+              ElementsAre("obscures service.changed", "obscures service.changed"));
+}
+
+TEST_F(UpgradeUnits, NeedTheProgramThatTheyStart) {
+  answers("test -x /usr/lib/apt/apt.systemd.daily", 1);
+  const auto causes = found(healthy).causes;
+
+  ASSERT_THAT(codes(causes), ElementsAre("blocks service.program_missing", "blocks service.program_missing"));
+  EXPECT_EQ(causes[0].remedy,
+            "test -e /usr/lib/apt/apt.systemd.daily && chmod 0755 /usr/lib/apt/apt.systemd.daily || apt-get "
+            "install --reinstall --assume-yes apt");
 }
 
 TEST_F(UpgradeUnits, WithUnmetConditionsAreNotStarted) {
