@@ -124,8 +124,8 @@ def test_a_stop_does_not_wait_for_a_question(site):
     site.minder.start()
     site.wait_until_in_order()
     wait_for_verdict(site, "up_to_date")
-    # No cycle runs this, but unattended-upgrades is asked with it; what changes makes the verdict be found.
-    site.host.write("/usr/local/sbin/python3", "#!/bin/sh\nsleep 50\n", mode="0755")
+    # No cycle runs this, but it is asked whether it can begin; what changes makes the verdict be found.
+    site.host.write("/usr/local/sbin/dpkg", "#!/bin/sh\nsleep 50\n", mode="0755")
     site.host.write(PIN, "# nothing\n")
     wait_until(lambda: site.host.run("pgrep --full '[s]leep 50'", check=False).status, "a question", expect=0, timeout=120)
 

@@ -81,7 +81,8 @@ Installed_Package find_installed_package(const Outlook_Question& question) {
 Causes find_dpkg_faults(const Outlook_Question& question) {
   const std::string directory = question.private_directory.string();
   const std::string command = fmt::format(
-      "env TMPDIR={0} sh -c ': > \"$TMPDIR/empty.deb\" && exec dpkg --no-act --unpack \"$TMPDIR/empty.deb\"'",
+      "env TMPDIR={0} sh -c ': > \"$TMPDIR/empty.deb\" && exec dpkg --log=/dev/null --no-act --unpack "
+      "\"$TMPDIR/empty.deb\"'",
       quoted(directory));
   const auto answer = ask(question, command);
   if (answer.exit_code != FATAL) {

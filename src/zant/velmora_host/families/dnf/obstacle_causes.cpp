@@ -270,7 +270,7 @@ Cause disk_low(const Obstacle& obstacle) {
 
 Cause no_program(const Obstacle& obstacle) {
   return blocks("service.program_missing", "The service cannot start dnf-automatic", obstacle.words,
-                "dnf -y reinstall dnf-automatic");
+                "dnf -y reinstall dnf-automatic || dnf -y install dnf-automatic");
 }
 
 Cause read_only(const Obstacle& obstacle) {

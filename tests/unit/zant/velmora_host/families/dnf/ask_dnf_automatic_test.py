@@ -7,6 +7,7 @@ import types
 import unittest
 import xml.etree.ElementTree as xml
 from pathlib import Path
+from unittest import mock
 
 PROGRAM = Path(__file__).parents[6] / "src/zant/velmora_host/families/dnf/ask_dnf_automatic.py"
 RPM = "{http://linux.duke.edu/metadata/rpm}"
@@ -109,6 +110,18 @@ class MadeUpRepository(unittest.TestCase):
         self.assertEqual([entry.get("name") for entry in root.iterfind(f".//{RPM}requires/{RPM}entry")], ["libc.so.6", "(a if b)"])
         self.assertIsNone(root.find(f".//{RPM}conflicts"))
         self.assertEqual([file.text for file in root.iter(f"{COMMON}file")], ["/usr/bin/zant"])
+
+
+class MissingProgram(unittest.TestCase):
+    def kinds(self, planned):
+        look = program.Look({"package": "zant", "directory": "/none", "arguments": ["/none/dnf-automatic"], "planned": planned})
+        with mock.patch.object(program.dnf, "automatic", None, create=True):
+            look.run()
+        return [obstacle["kind"] for obstacle in look.obstacles]
+
+    def test_it_is_an_obstacle_unless_the_next_cycle_installs_it(self):
+        self.assertIn("no_program", self.kinds(planned=False))
+        self.assertNotIn("no_program", self.kinds(planned=True))
 
 
 class Words(unittest.TestCase):
