@@ -244,9 +244,9 @@ class Shared:
         site.host.copy_in(build_package(PACKAGE, "1.0"), "/root/package.rpm")
         site.host.run(
             f"umount /var/cache/dnf {FILES} 2> /dev/null; rm --recursive --force /srv/other /etc/yum.repos.d/other.repo;"
-            f"rpm --upgrade --oldpackage --force --nosignature /root/package.rpm; rpm --erase zant-rival zant-provider 2> /dev/null;"
+            f"rpm --upgrade --oldpackage --force --nosignature /root/package.rpm; rpm --erase zant-rival 2> /dev/null; rpm --erase zant-provider 2> /dev/null;"
             f"rm --force {SERVICE_DROP_IN} {TIMER_DROP_IN} {TIMER_DROP_IN.replace('local', 'zz-local')}; chmod 755 /usr/bin/dnf-automatic;"
-            "rm --recursive --force /var/cache/dnf/quorvane* /var/cache/dnf/*_lock.pid; : > /var/log/dnf.rpm.log;"
+            "rm --recursive --force /var/cache/dnf/*; : > /var/log/dnf.rpm.log;"
             "cd /etc && rm --recursive dnf yum.repos.d && cp --archive /root/kept/* /etc;"
             f"systemctl daemon-reload; systemctl reset-failed; package-minder once && dnf --quiet makecache && {NEXT_NIGHT}"
         )

@@ -3,10 +3,9 @@
 #     ask_dnf_automatic.py REQUEST
 #
 # REQUEST is a JSON object: "package", "repository" (its id), "address" (of the repository, for a host on which it
-# is not registered yet), "directory" (private, for all that DNF writes), "arguments" (of dnf-automatic), "planned"
-# (asked about the host after the next cycle, which installs dnf-automatic), "online" (ask the repository itself).
-# The answer is a JSON object on standard output: what is installed and offered, and the obstacles as facts;
-# package-minder makes its words of them.
+# is not registered yet), "directory" (private, for all that DNF writes), "arguments" (of dnf-automatic), "online"
+# (ask the repository itself). The answer is a JSON object on standard output: what is installed and offered, and
+# the obstacles as facts; package-minder makes its words of them.
 #
 # DNF reads its caches through links in the private directory and writes beside them, so nothing of the host's
 # changes. It runs under the interpreter of the host's DNF, Python 3.6 and later.
@@ -294,8 +293,9 @@ class Look:
     def run(self):
         program = self.request["arguments"][0]
         is_absent = dnf.automatic is None or not (os.path.exists(program) or os.path.exists("/etc/dnf/automatic.conf"))
-        is_to_come = is_absent and self.request["planned"]
-        if not is_to_come and (is_absent or not os.access(program, os.X_OK)):
+        if is_absent:
+            self.found("no_automatic", words="%s: missing" % program)
+        elif not os.access(program, os.X_OK):
             self.found("no_program", words="%s: %s" % (program, "not executable" if os.path.exists(program) else "missing"))
         try:
             self.automatic = (AutomaticToCome if is_absent else Automatic)(self.request)

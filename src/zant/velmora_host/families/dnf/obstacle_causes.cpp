@@ -270,7 +270,13 @@ Cause disk_low(const Obstacle& obstacle) {
 
 Cause no_program(const Obstacle& obstacle) {
   return blocks("service.program_missing", "The service cannot start dnf-automatic", obstacle.words,
-                "dnf -y reinstall dnf-automatic || dnf -y install dnf-automatic");
+                "dnf -y reinstall dnf-automatic");
+}
+
+// A cycle installs it.
+Cause no_automatic(const Obstacle& obstacle) {
+  return blocks("service.program_missing", "dnf-automatic is not installed", obstacle.words,
+                "package-minder once");
 }
 
 Cause read_only(const Obstacle& obstacle) {
@@ -357,6 +363,7 @@ const std::map<std::string, std::function<Cause(const Obstacle&)>>& causes_by_ki
       {"disk_full", disk_full},
       {"disk_low", disk_low},
       {"no_program", no_program},
+      {"no_automatic", no_automatic},
       {"read_only", read_only},
       {"not_registered", not_registered},
       {"switched_off", switched_off},

@@ -61,7 +61,6 @@ Run_Preview preview_run(const Outlook_Question& question, const std::vector<std:
                         {"repository", velmora::DNF_Constants::DNF_REPO_ID},
                         {"directory", question.private_directory.string()},
                         {"arguments", arguments},
-                        {"planned", !question.planned.empty()},
                         {"online", question.online},
                         {"address", velmora::DNF_Repo_Config(question.settings.configuration(),
                                                              question.settings.staging_directory())

@@ -113,15 +113,16 @@ class MadeUpRepository(unittest.TestCase):
 
 
 class MissingProgram(unittest.TestCase):
-    def kinds(self, planned):
-        look = program.Look({"package": "zant", "directory": "/none", "arguments": ["/none/dnf-automatic"], "planned": planned})
-        with mock.patch.object(program.dnf, "automatic", None, create=True):
-            look.run()
+    def kinds(self, path):
+        look = program.Look({"package": "zant", "directory": "/none", "arguments": [path]})
+        look.run()
         return [obstacle["kind"] for obstacle in look.obstacles]
 
-    def test_it_is_an_obstacle_unless_the_next_cycle_installs_it(self):
-        self.assertIn("no_program", self.kinds(planned=False))
-        self.assertNotIn("no_program", self.kinds(planned=True))
+    def test_it_is_another_obstacle_than_a_program_that_cannot_be_run(self):
+        with mock.patch.object(program.dnf, "automatic", None):
+            self.assertEqual(self.kinds("/none/dnf-automatic")[0], "no_automatic")
+        with tempfile.NamedTemporaryFile() as file:
+            self.assertEqual(self.kinds(file.name)[0], "no_program")
 
 
 class Words(unittest.TestCase):

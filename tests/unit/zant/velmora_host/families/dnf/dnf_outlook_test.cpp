@@ -91,7 +91,6 @@ TEST_F(DnfOutlook, AsksWithTheArgumentsOfTheService) {
       request,
       HasSubstr(R"("arguments":["/usr/bin/dnf-automatic","/etc/dnf/automatic.conf","--installupdates"])"));
   EXPECT_THAT(request, HasSubstr(R"("online":true)"));
-  EXPECT_THAT(request, HasSubstr(R"("planned":false)"));
   EXPECT_THAT(request, HasSubstr(R"("package":"zant-velmora")"));
 }
 

@@ -70,6 +70,7 @@ TEST(DnfObstacleCauses, HaveACodeEach) {
       {"disk_full", "disk.full"},
       {"disk_low", "disk.low"},
       {"no_program", "service.program_missing"},
+      {"no_automatic", "service.program_missing"},
       {"read_only", "disk.read_only"},
       {"not_registered", "repository.not_registered"},
       {"not_installed", "package.not_installed"},
