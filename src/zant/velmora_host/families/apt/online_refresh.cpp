@@ -27,7 +27,7 @@ constexpr std::chrono::seconds REFRESH_LIMIT(12);
 constexpr std::chrono::seconds DOWNLOAD_LIMIT(5);
 constexpr int TIME_LIMIT = 124;
 
-constexpr const char* UNPROVEN = "see what stands between this host and the repository's server";
+constexpr const char* UNPROVEN = "See what stands between this host and the repository's server";
 
 struct Words_And_Meaning {
   const char* words;
