@@ -32,7 +32,7 @@ Run_Preview failed(const std::string& words) {
   Run_Preview preview;
   preview.failure = Cause{Cause_Effect::OBSCURES, "tools.failed",
                           "DNF does not tell what the next run of its upgrades would do",
-                          fmt::format("{}: {}", Build_Config::DNF_QUESTIONS_FILE,
+                          fmt::format("{}: {}", Build_Config::DNF_QUESTIONS_DIRECTORY,
                                       whole_beginning(boost::algorithm::trim_copy(words), LONGEST_EVIDENCE)),
                           "dnf-automatic /etc/dnf/automatic.conf --no-installupdates --no-downloadupdates"};
   return preview;
@@ -72,7 +72,7 @@ Run_Preview preview_run(const Outlook_Question& question, const std::vector<std:
   }
   const auto answer = question.services.system->run_command(
       fmt::format(PREVIEW_COMMAND, question.online ? ONLINE_SECONDS : OFFLINE_SECONDS,
-                  Build_Config::DNF_QUESTIONS_FILE, question.private_directory.string()),
+                  Build_Config::DNF_QUESTIONS_DIRECTORY, question.private_directory.string()),
       velmora::Run_Flag::WAIT_AND_CAPTURE);
   if (answer.exit_code != 0) {
     return failed(fmt::format("exit code {}: {}", answer.exit_code, answer.output));

@@ -1,6 +1,6 @@
 """What the program that asks dnf-automatic does by itself, without DNF."""
 
-import importlib.util
+import importlib
 import sys
 import tempfile
 import types
@@ -9,7 +9,7 @@ import xml.etree.ElementTree as xml
 from pathlib import Path
 from unittest import mock
 
-PROGRAM = Path(__file__).parents[6] / "src/zant/velmora_host/families/dnf/ask_dnf_automatic.py"
+PROGRAM = Path(__file__).parents[6] / "src/zant/velmora_host/families/dnf/ask_dnf_automatic"
 RPM = "{http://linux.duke.edu/metadata/rpm}"
 COMMON = "{http://linux.duke.edu/metadata/common}"
 
@@ -26,13 +26,13 @@ def load(path):
             setattr(sys.modules[parent], child, module)
     # What default arguments name.
     sys.modules["hawkey"].APPLY_EXCLUDES = 0
-    spec = importlib.util.spec_from_file_location("program", path)
-    module = importlib.util.module_from_spec(spec)
-    spec.loader.exec_module(module)
-    return module
+    sys.path.insert(0, str(path))
+    modules = [importlib.import_module(file.stem) for file in sorted(path.glob("*.py")) if file.stem != "__main__"]
+    return types.SimpleNamespace(**{name: thing for module in modules for name, thing in vars(module).items() if callable(thing)})
 
 
 program = load(PROGRAM)
+package_look = sys.modules["package_look"]
 
 
 class PlaceOfOption(unittest.TestCase):
@@ -119,10 +119,14 @@ class MissingProgram(unittest.TestCase):
         return [obstacle["kind"] for obstacle in look.obstacles]
 
     def test_it_is_another_obstacle_than_a_program_that_cannot_be_run(self):
-        with mock.patch.object(program.dnf, "automatic", None):
+        with mock.patch.object(package_look, "NO_AUTOMATIC", "No module named 'dnf.automatic'"):
             self.assertEqual(self.kinds("/none/dnf-automatic")[0], "no_automatic")
         with tempfile.NamedTemporaryFile() as file:
             self.assertEqual(self.kinds(file.name)[0], "no_program")
+
+    def test_it_is_another_obstacle_than_a_module_that_its_program_lacks(self):
+        with mock.patch.object(package_look, "NO_AUTOMATIC", "No module named 'dnf.automatic'"), tempfile.NamedTemporaryFile() as file:
+            self.assertEqual(self.kinds(file.name), ["failed"])
 
 
 class Words(unittest.TestCase):

@@ -1,0 +1,84 @@
+"""What rpm says of a package: its signature, its file, and the scripts that failed."""
+
+import os
+import re
+
+import rpm
+from option_places import last_line
+
+# What --online fetches of a package to see whether rpm takes its signature.
+LARGEST_PACKAGE = 20 * 1024 * 1024
+
+
+def look_at_keys(look, base, installed):
+    if not look.vendor.gpgcheck:
+        return
+    transaction = rpm.TransactionSet()
+    transaction.setVSFlags(-1)
+    keys = {header["version"].lower() for header in transaction.dbMatch("name", "gpg-pubkey")}
+    keys = {key.decode() if isinstance(key, bytes) else key for key in keys}
+    look.answer["keys"] = len(keys)
+    signer = ""
+    for header in transaction.dbMatch("name", look.package):
+        for tag in ("%{RSAHEADER:pgpsig}", "%{DSAHEADER:pgpsig}", "%{SIGPGP:pgpsig}", "%{SIGGPG:pgpsig}"):
+            match = re.search(r"[Kk]ey ID ([0-9a-f]{8,})", header.sprintf(tag))
+            signer = match.group(1)[-8:] if match else signer
+    is_missing = signer not in {key[-8:] for key in keys} if signer else not keys
+    if is_missing:
+        look.found("no_key", words=signer, address=" ".join(look.vendor.gpgkey))
+
+
+def look_at_signature(look, base, package):
+    """Of a package whose file is there, or is fetched now, rpm itself is asked."""
+    if not look.vendor.gpgcheck:
+        return
+    if look.request["online"] and look.answer["refreshed"] and package.downloadsize <= LARGEST_PACKAGE:
+        if not any(each["kind"] == "unreachable" for each in look.obstacles):
+            base.conf.cacheonly = 0
+            try:
+                base.download_packages([package])
+            except Exception as problem:
+                look.found("not_downloaded", words=problem, address=look.answer["address"])
+                return
+    try:
+        is_there = os.path.getsize(package.localPkg()) == package.downloadsize
+    except OSError:
+        return
+    if is_there:
+        result, words = base.package_signature_check(package)
+        lacks_key = any(each["kind"] == "no_key" for each in look.obstacles)
+        look.obstacles[:] = [each for each in look.obstacles if each["kind"] != "no_key"]
+        if result != 0:
+            # Without the vendor's own key nothing can be said of the signature.
+            kind = "no_key" if result == 1 and lacks_key else "signature_refused"
+            look.found(kind, words=words, address=" ".join(look.vendor.gpgkey))
+        else:
+            try_transaction(look, base, package)
+
+
+def try_transaction(look, base, package):
+    """rpm is asked what it has against the package; what others of the same run may mend is not asked."""
+    items = list(base.transaction.install_set) if base.transaction else []
+    if [str(item) for item in items] != [str(package)]:
+        return
+    transaction = rpm.TransactionSet()
+    transaction.setFlags(rpm.RPMTRANS_FLAG_TEST)
+    transaction.setVSFlags(-1)
+    with open(package.localPkg(), "rb") as stream:
+        transaction.addInstall(transaction.hdrFromFdno(stream.fileno()), package.localPkg(), "u")
+        stream.seek(0)
+        problems = transaction.run(lambda *_: stream.fileno(), None) or []
+    of_room = (rpm.RPMPROB_DISKSPACE, rpm.RPMPROB_DISKNODES)
+    words = [text for text, problem in problems if problem[0] not in of_room]
+    if words:
+        look.found("refused_by_rpm", words="; ".join(words), version=package.version)
+
+
+def look_at_log(look, package):
+    """A script that ended an installation of this very version. The log outlives journal and restart."""
+    name = "%s-%s-%s.%s" % (package.name, package.version, package.release, package.arch)
+    for file in (os.path.join(look.automatic.real.logdir, "dnf.rpm.log" + end) for end in ("", ".1")):
+        place = last_line(file, re.compile(r"error: %%\w+\(%s\) scriptlet failed" % re.escape(name)))
+        if place:
+            look.found("script_failed", place, version="%s-%s" % (package.version, package.release))
+            return
