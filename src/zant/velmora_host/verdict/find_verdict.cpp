@@ -11,6 +11,7 @@
 #include <exception>
 #include <memory>
 #include <string>
+#include <string_view>
 
 namespace zant::velmora_host {
 namespace {
@@ -46,6 +47,10 @@ void remove_repeated(Causes& causes) {
   causes = std::move(different);
 }
 
+bool has_code(const Causes& causes, std::string_view code) {
+  return std::any_of(causes.begin(), causes.end(), [code](const Cause& cause) { return cause.code == code; });
+}
+
 Upgrade_Outlook ask(const Minded_Host& host, const std::shared_ptr<Bounded_System>& system, bool online,
                     system_clock::time_point now, const Planned_Files& planned) {
   try {
@@ -76,7 +81,8 @@ Verdict find_verdict(const Minded_Host& host, const Upgrade_History& history, bo
   verdict.found = now;
   verdict.online = online;
   verdict.outlook = ask(host, system, online, now, planned);
-  if (const auto cut = system->first_cut()) {
+  const auto cut = system->first_cut();
+  if (cut && !has_code(verdict.outlook.causes, "tools.time_limit")) {
     verdict.outlook.causes.push_back({Cause_Effect::OBSCURES, "tools.time_limit",
                                       "The host's tools did not answer in time",
                                       fmt::format("\"{}\" did not end in time", *cut),

@@ -97,9 +97,7 @@ Causes obstacle_causes(const Run_Preview& preview) {
   try {
     return causes_from(preview.obstacles);
   } catch (const nlohmann::json::exception& problem) {
-    return {{Cause_Effect::OBSCURES, "tools.failed",
-             "DNF does not tell what the next run of its upgrades would do", problem.what(),
-             "dnf-automatic /etc/dnf/automatic.conf --no-installupdates --no-downloadupdates"}};
+    return {cause_of_failure(problem.what())};
   }
 }
 

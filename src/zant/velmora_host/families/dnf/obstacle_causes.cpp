@@ -14,6 +14,7 @@
 #include <regex>
 #include <string>
 #include <string_view>
+#include <utility>
 
 namespace zant::velmora_host::dnf_outlook {
 namespace {
@@ -337,9 +338,7 @@ Cause unreachable(const Obstacle& obstacle) {
 
 // The preview itself failed at something unexpected.
 Cause failed(const Obstacle& obstacle) {
-  return obscures("tools.failed", "DNF does not tell what the next run of its upgrades would do",
-                  obstacle.words,
-                  "dnf-automatic /etc/dnf/automatic.conf --no-installupdates --no-downloadupdates");
+  return cause_of_failure(obstacle.words);
 }
 
 const std::map<std::string, std::function<Cause(const Obstacle&)>>& causes_by_kind() {
@@ -389,6 +388,13 @@ Causes causes_from(const std::vector<nlohmann::json>& obstacles) {
     causes.push_back(found == causes_by_kind().end() ? failed(obstacle) : found->second(obstacle));
   }
   return causes;
+}
+
+Cause cause_of_failure(std::string evidence) {
+  return obscures("tools.failed", "DNF does not tell what the next run of its upgrades would do",
+                  std::move(evidence),
+                  "Repair DNF, until dnf-automatic /etc/dnf/automatic.conf --no-installupdates "
+                  "--no-downloadupdates ends well");
 }
 
 }  // namespace zant::velmora_host::dnf_outlook

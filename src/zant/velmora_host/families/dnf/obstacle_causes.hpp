@@ -4,6 +4,7 @@
 
 #include <nlohmann/json_fwd.hpp>
 
+#include <string>
 #include <vector>
 
 namespace zant::velmora_host::dnf_outlook {
@@ -12,5 +13,8 @@ namespace zant::velmora_host::dnf_outlook {
 ///
 /// @throws nlohmann::json::exception when an obstacle is not as the preview describes them.
 Causes causes_from(const std::vector<nlohmann::json>& obstacles);
+
+/// There is no preview, or it says what is not understood.
+Cause cause_of_failure(std::string evidence);
 
 }  // namespace zant::velmora_host::dnf_outlook

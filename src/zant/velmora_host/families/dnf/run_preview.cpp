@@ -1,6 +1,7 @@
 #include <zant/velmora_host/families/dnf/run_preview.hpp>
 
 #include <zant/velmora_host/base/printable.hpp>
+#include <zant/velmora_host/families/dnf/obstacle_causes.hpp>
 #include <zant/velmora_host/settings/build_config.hpp>
 
 #include <zant/velmora/dnf/dnf_constants.hpp>
@@ -27,14 +28,29 @@ constexpr const char* PREVIEW_COMMAND =
 constexpr int OFFLINE_SECONDS = 8;
 constexpr int ONLINE_SECONDS = 24;
 constexpr std::size_t LONGEST_EVIDENCE = 2000;
+// Of timeout, for a command that ends when it is told to and for one that does not.
+constexpr int TIME_IS_OVER = 124;
+constexpr int KILLED = 137;
+
+std::string evidence_of(const std::string& words) {
+  return fmt::format("{}: {}", Build_Config::DNF_QUESTIONS_DIRECTORY,
+                     whole_beginning(boost::algorithm::trim_copy(words), LONGEST_EVIDENCE));
+}
 
 Run_Preview failed(const std::string& words) {
   Run_Preview preview;
-  preview.failure = Cause{Cause_Effect::OBSCURES, "tools.failed",
-                          "DNF does not tell what the next run of its upgrades would do",
-                          fmt::format("{}: {}", Build_Config::DNF_QUESTIONS_DIRECTORY,
-                                      whole_beginning(boost::algorithm::trim_copy(words), LONGEST_EVIDENCE)),
-                          "dnf-automatic /etc/dnf/automatic.conf --no-installupdates --no-downloadupdates"};
+  preview.failure = cause_of_failure(evidence_of(words));
+  return preview;
+}
+
+Run_Preview silent(int exit_code, int seconds) {
+  Run_Preview preview;
+  preview.failure =
+      Cause{Cause_Effect::OBSCURES, "tools.time_limit",
+            "DNF does not tell in time what the next run of its upgrades would do",
+            evidence_of(fmt::format("exit code {}, no answer within {} seconds", exit_code, seconds)),
+            "Ask again when the host is less busy; if that does not help, run dnf --cacheonly "
+            "repolist to see what DNF waits for"};
   return preview;
 }
 
@@ -70,10 +86,14 @@ Run_Preview preview_run(const Outlook_Question& question, const std::vector<std:
                                                 velmora::Write_Flag::REPLACE)) {
     return failed("the request could not be written");
   }
+  const int seconds = question.online ? ONLINE_SECONDS : OFFLINE_SECONDS;
   const auto answer = question.services.system->run_command(
-      fmt::format(PREVIEW_COMMAND, question.online ? ONLINE_SECONDS : OFFLINE_SECONDS,
-                  Build_Config::DNF_QUESTIONS_DIRECTORY, question.private_directory.string()),
+      fmt::format(PREVIEW_COMMAND, seconds, Build_Config::DNF_QUESTIONS_DIRECTORY,
+                  question.private_directory.string()),
       velmora::Run_Flag::WAIT_AND_CAPTURE);
+  if (answer.exit_code == TIME_IS_OVER || answer.exit_code == KILLED) {
+    return silent(answer.exit_code, seconds);
+  }
   if (answer.exit_code != 0) {
     return failed(fmt::format("exit code {}: {}", answer.exit_code, answer.output));
   }

@@ -79,7 +79,7 @@ std::optional<Cause> find_cause_of_last_run(velmora::System& system, const Upgra
       Cause_Effect::OBSCURES, "run.failed",
       fmt::format("The last run of the host's upgrades failed ({}), and whether the next one will is unknown",
                   run.result),
-      evidence, fmt::format("systemctl start {}", SERVICE)};
+      evidence, fmt::format("Correct what these words name, until systemctl start {} ends well", SERVICE)};
 }
 
 }  // namespace zant::velmora_host::dnf_outlook

@@ -87,6 +87,21 @@ TEST_F(FindVerdict, CannotTellWhenTheTimeIsOver) {
   EXPECT_THAT(host_.system->commands(), SizeIs(0));
 }
 
+TEST_F(FindVerdict, LeavesItToTheFamilyToTellWhichToolTookTooLong) {
+  family_.outlook = [](const Outlook_Question& question) {
+    question.services.system->run_command("parcel next", true);
+    auto outlook = Parcel_Family::glued(question);
+    outlook.causes = {
+        {Cause_Effect::OBSCURES, "tools.time_limit", "The parcels are slow", "parcel next", ""}};
+    return outlook;
+  };
+
+  const Verdict verdict = find(false, {std::chrono::steady_clock::now(), {}});
+
+  ASSERT_THAT(verdict.outlook.causes, SizeIs(1));
+  EXPECT_EQ(verdict.outlook.causes[0].message, "The parcels are slow");
+}
+
 TEST_F(FindVerdict, ShortensWhatToolsPrint) {
   family_.outlook = [](const Outlook_Question& question) {
     auto outlook = Parcel_Family::glued(question);

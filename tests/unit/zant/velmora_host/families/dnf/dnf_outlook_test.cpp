@@ -108,6 +108,22 @@ TEST_F(DnfOutlook, IsNotGuessedWhenTheToolsFail) {
   EXPECT_EQ(outlook().installed, "1.0-1") << "rpm says it without DNF";
 }
 
+TEST_F(DnfOutlook, TellsAPreviewThatFailedFromOneThatTookTooLong) {
+  answer_preview("", 124);
+  EXPECT_THAT(codes(), ElementsAre("tools.time_limit"));
+  EXPECT_THAT(outlook().causes.at(0).evidence, HasSubstr("no answer within 8 seconds"));
+  EXPECT_THAT(outlook(true).causes.at(0).evidence, HasSubstr("no answer within 24 seconds"));
+
+  answer_preview("", 137);
+  EXPECT_THAT(codes(), ElementsAre("tools.time_limit"));
+
+  answer_preview("", 1);
+  EXPECT_THAT(codes(), ElementsAre("tools.failed"));
+  EXPECT_EQ(outlook().causes.at(0).remedy,
+            "Repair DNF, until dnf-automatic /etc/dnf/automatic.conf --no-installupdates "
+            "--no-downloadupdates ends well");
+}
+
 TEST_F(DnfOutlook, TakesTheNewVersionWhileAnUpgradeHasBoth) {
   answer_preview("nonsense");
   host_.system->on(INSTALLED, 0, "1.0-1\n2.0-1\n");
@@ -225,6 +241,8 @@ TEST_F(DnfOutlook, NamesARunThatFailedForAnotherReason) {
   EXPECT_EQ(causes[0].code, "run.failed");
   EXPECT_EQ(causes[0].effect, Cause_Effect::OBSCURES);
   EXPECT_THAT(causes[0].evidence, HasSubstr("Error: strange"));
+  EXPECT_EQ(causes[0].remedy,
+            "Correct what these words name, until systemctl start dnf-automatic-install.service ends well");
 }
 
 TEST_F(DnfOutlook, NamesAScriptThatFailsEachNight) {
