@@ -23,13 +23,14 @@ MAIN, AUTOMATIC, LOCKS = "/etc/dnf/dnf.conf", "/etc/dnf/automatic.conf", "/etc/d
 FILES = f"/usr/share/{PACKAGE}"
 SERVICE_DROP_IN = f"/etc/systemd/system/{SERVICE}.d/local.conf"
 TIMER_DROP_IN = f"{dnf.DROP_INS}/local.conf"
+AUTOMATIC_MODULE = "/usr/lib/python3/dist-packages/dnf/automatic/main.py"
 
-# What the timer starts in the next night: DNF takes its caches for as old as they are then.
+# What the timer starts in the next night: DNF takes its caches for as old as they are then. After so many seconds it is morning.
 NEXT_NIGHT = (
     "find /var/cache/dnf -path '*/repodata/*' -exec touch --date='25 hours ago' {} + ;"
     f"next=$(systemctl show --property=NextElapseUSecRealtime --value {dnf.TIMER}); unit=$(systemctl show --property=Unit --value {dnf.TIMER});"
     f'[ "$(systemctl show --property=ActiveState --value {dnf.TIMER})" != active ] || [ -z "$next" ] ||'
-    ' [ $(date --date="$next" +%s) -gt $(($(date +%s) + 8 * 86400)) ] || { systemctl reset-failed $unit; systemctl start $unit; }'
+    ' [ $(date --date="$next" +%s) -gt $(($(date +%s) + 8 * 86400)) ] || { systemctl reset-failed $unit; timeout ${night:-90} systemctl start $unit; }'
 )
 
 # It would wait a minute for a server that is away.
@@ -79,11 +80,13 @@ def published_again(site):
     site.host.run("rm --recursive --force /var/cache/dnf/quorvane*")
 
 
-def full_cache(site):
-    site.host.run(
-        "cp --archive /var/cache/dnf /root/cache && mount -t tmpfs -o size=2M tmpfs /var/cache/dnf &&"
-        "cp --archive /root/cache/. /var/cache/dnf && rm --recursive /root/cache; cat /dev/zero > /var/cache/dnf/full || true"
-    )
+SMALL_CACHE = (
+    "cp --archive /var/cache/dnf /root/cache && mount -t tmpfs -o size=2M tmpfs /var/cache/dnf &&"
+    "cp --archive /root/cache/. /var/cache/dnf && rm --recursive /root/cache"
+)
+FULL_CACHE = f"{SMALL_CACHE}; cat /dev/zero > /var/cache/dnf/full || true"
+# Two pages are left, and the index of the repository takes more.
+NEARLY_FULL_CACHE = f"{SMALL_CACHE} && head --bytes=$(($(stat --file-system --format='%a * %S' /var/cache/dnf) - 8192)) /dev/zero > /var/cache/dnf/full"
 
 
 def module_of_another_repository(site):
@@ -104,6 +107,26 @@ def hiding_plugin(site):
         f"        self.base.sack.add_excludes(found.filterm(name='{PACKAGE}', version__neq='1.0'))\n",
     )
     site.host.run(f"sed -i '/^\\[main\\]/a pluginpath=/srv/other/plugins' {MAIN}")
+
+
+def upgrade_of_another_package_that_excludes_ours(site):
+    """DNF prefers it each night, and its script fails each night."""
+    site.host.copy_in(build_package("zant-rival", "1.0"), "/root/rival.rpm")
+    other_repository(site, "", build_package("zant-rival", "2.0", package_tag=f"Conflicts: {PACKAGE} >= 2", package_is_refused_by_its_script="1"))
+    site.host.run(f"rpm --install /root/rival.rpm && sed -i s/^best=.*/best=0/ {MAIN}")
+
+
+def unsigned_upgrade_of_another_package(site):
+    site.host.copy_in(build_package("zant-rival", "1.0"), "/root/rival.rpm")
+    site.host.run("rpm --install /root/rival.rpm")
+    other_repository(site, "", build_package("zant-rival", "2.0"))
+    site.host.run("sed -i s/^gpgcheck=.*/gpgcheck=1/ /etc/yum.repos.d/other.repo")
+
+
+def repository_of_somebody_else(site):
+    """A copy that nobody renews."""
+    shutil.copytree(site.repository.location, site.web_root / "copy")
+    site.host.run(f"sed -i s,^baseurl=.*,baseurl=http://repo.velmora.test/copy/, {dnf.REPO_FILE}; dnf --quiet makecache")
 
 
 def package_with_the_same_file(site):
@@ -146,6 +169,7 @@ class Story:
     tells_before: bool = True  # while there is no new version yet
     version: str = "2.0"
     is_mended_in_time: bool = False  # the next night would do more than leave the old version
+    night: int = 90  # seconds, for a run that does not end by itself
 
 
 STORIES = (
@@ -191,7 +215,7 @@ STORIES = (
     Story("script-fails", "true", "package.script_failed", f"{PACKAGE}-2.0", tells_before=False,
           new=lambda site: site.repository.publish("2.0", package_is_refused_by_its_script="1"),
           repair=lambda site: site.repository.publish("2.1"), version="2.1"),
-    Story("no-room", full_cache, "disk.full", "/var/cache/dnf", repair="umount /var/cache/dnf"),
+    Story("no-room", FULL_CACHE, "disk.full", "/var/cache/dnf", repair="umount /var/cache/dnf"),
     Story("read-only", f"mount -t tmpfs tmpfs {FILES} && echo 1.0 > {FILES}/version && mount -o remount,ro {FILES}", "disk.read_only", FILES),
     Story("timer-far", drop_in(TIMER_DROP_IN.replace("local", "zz-local"), "[Timer]\\nOnCalendar=\\nOnCalendar=2099-01-01\\n") + f" && systemctl restart {dnf.TIMER}",
           "timer.far_ahead", "2099-01-01"),
@@ -216,6 +240,14 @@ STORIES = (
           new=lambda site: site.repository.publish("2.0", package_shares_a_file="1"), repair="rpm --erase zant-rival"),
     Story("lock-of-rpm", locked_database, "lock.held", "/var/lib/rpm/.rpm.lock"),
     Story("lock-of-dnf", "echo nonsense > /var/cache/dnf/metadata_lock.pid", "lock.held", "/var/cache/dnf/metadata_lock.pid: nonsense"),
+    Story("passed-over", upgrade_of_another_package_that_excludes_ours, "package.passed_over", "dnf-automatic with this host's configuration"),
+    Story("little-room", NEARLY_FULL_CACHE, "disk.low", "/var/cache/dnf: 8192 bytes are free", repair="umount /var/cache/dnf"),
+    Story("other-package-unsigned", unsigned_upgrade_of_another_package, "run.failed", "zant-rival-2.0-1.noarch.rpm is not signed", tells_before=False,
+          repair="rm /etc/yum.repos.d/other.repo"),
+    Story("dnf-damaged", f"echo ')' >> {AUTOMATIC_MODULE}", "tools.failed", "SyntaxError", repair=f"sed -i '$d' {AUTOMATIC_MODULE}"),
+    Story("dnf-waits", "mkfifo /etc/yum.repos.d/other.repo", "tools.time_limit", "no answer within 8 seconds", night=5,
+          repair=f"rm /etc/yum.repos.d/other.repo && systemctl stop {SERVICE}"),
+    Story("repository-elsewhere", repository_of_somebody_else, "repository.out_of_step", "baseurl=http://repo.velmora.test/copy/"),
     Story("never-refreshed", "rm --recursive --force /var/cache/dnf/quorvane*", "repository.never_refreshed", "no repomd.xml", is_mended_in_time=True),
     Story("removed", f"rpm --erase {PACKAGE}", "package.not_installed", "rpm --query"),
 )
@@ -259,8 +291,8 @@ def shared(open_shared_dnf_site):
     return Shared(open_shared_dnf_site)
 
 
-def _night(site):
-    site.host.run(NEXT_NIGHT, check=False)
+def _night(site, seconds=90):
+    site.host.run(f"night={seconds}; {NEXT_NIGHT}", check=False)
 
 
 def _do(site, action):
@@ -302,7 +334,7 @@ def test_the_cause_is_named_and_its_remedy_brings_the_upgrade(shared, story):
         return
 
     (story.new or (lambda one: one.repository.publish("2.0")))(site)
-    _night(site)
+    _night(site, story.night)
     assert site.installed_version() in ("1.0", ""), "the host's own services do not bring the new version"
 
     report = why(site)
@@ -315,7 +347,7 @@ def test_the_cause_is_named_and_its_remedy_brings_the_upgrade(shared, story):
         assert not cause["remedy"][0].isupper(), f"a command to type: {cause['remedy']}"
         site.host.run(cause["remedy"])
     else:
-        assert cause["remedy"][0].isupper() , f"advice: {cause['remedy']}"
+        assert cause["remedy"][0].isupper(), f"advice: {cause['remedy']}"
         _do(site, story.repair)
     _night(site)
 
@@ -404,6 +436,41 @@ def test_the_road_to_the_repository_is_proved_when_asked(shared, breaks, code):
         (site.web_root / name).unlink(missing_ok=True)
     site.host.write(dnf.REPO_FILE, kept)
     shared.give_back(site)
+
+
+def test_a_server_that_was_silent_for_a_night_is_named_when_it_is_asked(shared):
+    site = shared.take()
+    # It would try for minutes.
+    site.host.run(in_section(MAIN, "main", r"timeout=2\nretries=1"))
+    site.repository.publish("2.0")
+    with site.server.silent():
+        report = why(site, "--online")
+        _night(site)
+        assert site.installed_version() == "1.0"
+
+    assert report["verdict"] == "cannot_be_told"
+    silence = {cause["code"]: cause for cause in report["causes"]}["server.silent"]
+    assert "Curl error (28)" in silence["evidence"]
+    assert silence["remedy"][0].isupper()
+    _night(site)
+    assert site.installed_version() == "2.0"
+    shared.give_back(site)
+
+
+def test_a_host_without_systemd_upgrades_nothing_by_itself(open_dnf_site):
+    site = open_dnf_site("el-bookworm-sysvinit")
+    site.minder.once(check=False)
+    site.repository.publish("2.0")
+
+    report = why(site)
+
+    assert report["verdict"] == "blocked"
+    cause = {each["code"]: each for each in report["causes"]}["timer.no_systemd"]
+    assert (cause["evidence"], cause["remedy"]) == ("/proc/1/comm is not systemd", "Run the host with systemd")
+    # All else is there: what the timer would start brings the version.
+    assert [each["code"] for each in report["causes"]] == ["timer.no_systemd"]
+    site.host.run(f"{IMPATIENT} && rm --recursive --force /var/cache/dnf/quorvane* && dnf-automatic {AUTOMATIC} --installupdates")
+    assert site.installed_version() == "2.0"
 
 
 def test_a_second_address_is_tried_as_a_run_does(shared):
@@ -501,6 +568,26 @@ def test_a_week_without_power_is_no_cause(open_dnf_site, image):
     _night(site)
     assert site.installed_version() == "2.0"
     assert (why(site)["verdict"], why(site)["causes"]) == ("up_to_date", [])
+
+
+def test_what_is_known_of_the_repository_is_too_old_after_a_week_in_which_nothing_asked_it(shared):
+    site = shared.take()
+    site.repository.publish("2.0")
+    site.host.run(f"systemctl stop {dnf.TIMER}")
+    _night(site)
+    assert site.installed_version() == "1.0"
+    site.host.run("find /var/cache/dnf -path '*/repodata/*' -exec touch --date='8 days ago' {} +")
+
+    found = causes(site)
+
+    assert sorted(found) == ["repository.not_refreshed", "timer.stopped"]
+    assert "/var/cache/dnf/quorvane-*/repodata/repomd.xml" in found["repository.not_refreshed"]["evidence"]
+    site.host.run(found["repository.not_refreshed"]["remedy"])
+    assert sorted(causes(site)) == ["timer.stopped"]
+    site.host.run(found["timer.stopped"]["remedy"])
+    _night(site)
+    assert site.installed_version() == "2.0"
+    shared.give_back(site)
 
 
 def test_the_verdict_is_found_without_any_network(shared):

@@ -11,6 +11,7 @@ from disposable_hosts.image import Recipe
 SPECS = Path(__file__).with_name("specs")
 
 SYSTEMD = ("systemd", "systemd-sysv", "dbus")
+SYSVINIT = ("sysvinit-core", "initscripts")
 # curl is what rpm fetches keys with; createrepo-c, file and gpg-agent serve the steps below.
 SERVER = (
     "dnf", "dnf-plugins-core", "python3-dnf", "rpm", "createrepo-c", "gnupg", "gpg-agent", "curl",
@@ -69,11 +70,13 @@ LIKE_EL = (
 )
 
 
-def _recipe(name, release, *more_packages):
-    return Recipe(name, release, (*SYSTEMD, *SERVER, *more_packages), LIKE_EL)
+def _recipe(name, release, *more_packages, init=SYSTEMD):
+    return Recipe(name, release, (*init, *SERVER, *more_packages), LIKE_EL)
 
 
 RECIPES = (
     _recipe("el-bookworm", "bookworm"),
     _recipe("el-trixie", "trixie", "python3-systemd"),
+    # As in a container that has a service of its own instead of an init.
+    _recipe("el-bookworm-sysvinit", "bookworm", init=SYSVINIT),
 )
