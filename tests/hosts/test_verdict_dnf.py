@@ -116,11 +116,25 @@ def upgrade_of_another_package_that_excludes_ours(site):
     site.host.run(f"rpm --install /root/rival.rpm && sed -i s/^best=.*/best=0/ {MAIN}")
 
 
-def unsigned_upgrade_of_another_package(site):
+def upgrade_of_another_package(site, options, **more):
     site.host.copy_in(build_package("zant-rival", "1.0"), "/root/rival.rpm")
     site.host.run("rpm --install /root/rival.rpm")
-    other_repository(site, "", build_package("zant-rival", "2.0"))
-    site.host.run("sed -i s/^gpgcheck=.*/gpgcheck=1/ /etc/yum.repos.d/other.repo")
+    other_repository(site, options, build_package("zant-rival", "2.0", **more))
+
+
+def upgrade_of_another_package_with_a_foreign_file(site):
+    site.host.copy_in(build_package("zant-provider", "1.0", package_shares_a_file="1"), "/root/provider.rpm")
+    site.host.run("rpm --install /root/provider.rpm")
+    upgrade_of_another_package(site, "", package_shares_a_file="1")
+
+
+def failing_plugin(site):
+    site.host.write(
+        "/srv/other/plugins/snapshot.py",
+        "import dnf\n\n\nclass Snapshot(dnf.Plugin):\n    name = 'snapshot'\n\n    def pre_transaction(self):\n"
+        "        raise dnf.exceptions.Error('no room for a snapshot')\n",
+    )
+    site.host.run(f"sed -i '/^\\[main\\]/a pluginpath=/srv/other/plugins' {MAIN}")
 
 
 def repository_of_somebody_else(site):
@@ -242,8 +256,11 @@ STORIES = (
     Story("lock-of-dnf", "echo nonsense > /var/cache/dnf/metadata_lock.pid", "lock.held", "/var/cache/dnf/metadata_lock.pid: nonsense"),
     Story("passed-over", upgrade_of_another_package_that_excludes_ours, "package.passed_over", "dnf-automatic with this host's configuration"),
     Story("little-room", NEARLY_FULL_CACHE, "disk.low", "/var/cache/dnf: 8192 bytes are free", repair="umount /var/cache/dnf"),
-    Story("other-package-unsigned", unsigned_upgrade_of_another_package, "run.failed", "zant-rival-2.0-1.noarch.rpm is not signed", tells_before=False,
-          repair="rm /etc/yum.repos.d/other.repo"),
+    Story("other-package-unsigned", lambda site: upgrade_of_another_package(site, "gpgcheck=1"), "repository.signature_refused",
+          "zant-rival-2.0-1.noarch.rpm is not signed"),
+    Story("other-package-with-a-foreign-file", upgrade_of_another_package_with_a_foreign_file, "package.refused_by_rpm",
+          "conflicts with file from package zant-provider", tells_before=False, repair="rpm --erase zant-provider"),
+    Story("plugin-fails", failing_plugin, "run.failed", "no room for a snapshot", tells_before=False, repair=f"sed -i /^pluginpath/d {MAIN}"),
     Story("dnf-damaged", f"echo ')' >> {AUTOMATIC_MODULE}", "tools.failed", "SyntaxError", repair=f"sed -i '$d' {AUTOMATIC_MODULE}"),
     Story("dnf-waits", "mkfifo /etc/yum.repos.d/other.repo", "tools.time_limit", "no answer within 8 seconds", night=5,
           repair=f"rm /etc/yum.repos.d/other.repo && systemctl stop {SERVICE}"),

@@ -129,6 +129,18 @@ def other_repository(site, rng, _):
     return put(site, "/etc/yum.repos.d/other.repo", f"[other]\nname=other\nbaseurl=file://{directory}\nenabled=1\ngpgcheck=0\n{priority}")
 
 
+def upgrade_of_another_package(site, rng, _):
+    """In the same run: a rival in a further repository, which may end the run or take the package's turn."""
+    check, best = rng.choice(("gpgcheck=0", "gpgcheck=1", "gpgcheck=1\ngpgkey=file:///nonexistent")), rng.choice(("best=0", "best=1"))
+    more = rng.choice(({}, {"package_tag": f"Conflicts: {PACKAGE} >= 2"}, {"package_is_refused_by_its_script": "1"}, {"package_tag": "Requires: not-there"}))
+    directory = f"/srv/rival{next(_numbers)}"
+    site.host.copy_in(build_package("rival", "1.0"), "/root/rival.rpm")
+    site.host.copy_in(build_package("rival", "2.0", **more), f"{directory}/rival-2.0-1.noarch.rpm")
+    site.host.run(f"rpm --install /root/rival.rpm; createrepo_c --quiet {directory}; sed -i 's/^best *=.*/{best}/' {MAIN}")
+    address = f"[rival]\nname=rival\nbaseurl=file://{directory}\n{check}\n"
+    return f"rival 1.0 is installed, and 2.0 offered with {more}; {best}; " + put(site, "/etc/yum.repos.d/rival.repo", address)
+
+
 def gone_repository(site, rng, _):
     skip = rng.choice((0, 1))
     url = rng.choice(("http://127.0.0.1:9/gone", "file:///nonexistent", "http://repo.velmora.test/nowhere"))
@@ -366,7 +378,7 @@ class DnfFamily(Family):
     images = ("el-bookworm", "el-trixie")
     disturbances = (
         *(Disturbance(function.__name__, function) for function in (
-            main_option, repository_option, address, repository_file, version_lock, hold, other_repository, gone_repository, automatic_option, broken_file,
+            main_option, repository_option, address, repository_file, version_lock, hold, other_repository, upgrade_of_another_package, gone_repository, automatic_option, broken_file,
             without_automatic, unit, drop_in, server_gone, keys, no_room, without_cache, nothing, same_repository_again, mirrors, variable, plugin, module, asks_for_password,
             macro, installed_again, locked, left_lock,
         )),

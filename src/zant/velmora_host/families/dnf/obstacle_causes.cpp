@@ -6,15 +6,19 @@
 #include <zant/velmora/package_minder/package_constants.hpp>
 
 #include <fmt/format.h>
+#include <boost/algorithm/string/classification.hpp>
 #include <boost/algorithm/string/predicate.hpp>
+#include <boost/algorithm/string/split.hpp>
 #include <nlohmann/json.hpp>
 
+#include <algorithm>
 #include <functional>
 #include <map>
 #include <regex>
 #include <string>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 namespace zant::velmora_host::dnf_outlook {
 namespace {
@@ -80,6 +84,25 @@ std::string quoted(const std::string& text) {
   return result + "'";
 }
 
+// Names come from repositories.
+std::string as_word(const std::string& text) {
+  const bool is_plain = std::all_of(text.begin(), text.end(), [](const char character) {
+    return boost::algorithm::is_alnum()(character) ||
+           std::string_view("._+-:").find(character) != std::string_view::npos;
+  });
+  return is_plain ? text : quoted(text);
+}
+
+std::string import_of(const std::string& addresses) {
+  std::vector<std::string> words;
+  boost::algorithm::split(words, addresses, boost::algorithm::is_space());
+  std::string command = "rpm --import";
+  for (const std::string& address : words) {
+    command += " " + quoted(address);
+  }
+  return command;
+}
+
 // A change of one line of a file.
 std::string edit(const Obstacle& obstacle, const std::string& change, const std::string& instead) {
   return obstacle.has_place()
@@ -109,7 +132,8 @@ std::string with_value(const Obstacle& obstacle, const std::string& value, const
 }
 
 std::string set_option(const std::string& repository, const std::string& option, const std::string& value) {
-  return fmt::format("dnf config-manager --save --setopt={}.{}={}", repository, option, value);
+  return fmt::format("dnf config-manager --save --setopt={}.{}={}", as_word(repository), option,
+                     as_word(value));
 }
 
 std::string set_vendor_option(const std::string& option, const std::string& value) {
@@ -232,14 +256,28 @@ Cause no_key(const Obstacle& obstacle) {
       "repository.key_not_imported",
       "rpm does not have the key that signs the packages, and refuses what is signed with it",
       fmt::format("rpm --query gpg-pubkey: {}", obstacle.words.empty() ? "none" : "not " + obstacle.words),
-      obstacle.address.empty() ? "Import the vendor's key with rpm --import"
-                               : fmt::format("rpm --import {}", quoted(obstacle.address)));
+      obstacle.address.empty() ? "Import the vendor's key with rpm --import" : import_of(obstacle.address));
 }
 
 Cause signature_refused(const Obstacle& obstacle) {
   return blocks("repository.signature_refused",
                 fmt::format("rpm refuses the signature of the new {}, or it has none", PACKAGE_NAME),
                 obstacle.words, "Ask the vendor which key signs the packages");
+}
+
+Cause other_refused(const Obstacle& obstacle) {
+  if (!obstacle.address.empty()) {
+    return blocks("repository.key_not_imported",
+                  fmt::format("rpm does not have the key that signs {}, which is upgraded in the same run, "
+                              "and refuses the whole run",
+                              obstacle.by),
+                  obstacle.words, import_of(obstacle.address));
+  }
+  return blocks("repository.signature_refused",
+                fmt::format("rpm refuses the signature of {}, which is upgraded in the same run, and with it "
+                            "the whole run",
+                            obstacle.by),
+                obstacle.words, set_option(obstacle.other, "excludepkgs", obstacle.by));
 }
 
 Cause refused_by_rpm(const Obstacle& obstacle) {
@@ -357,6 +395,7 @@ const std::map<std::string, std::function<Cause(const Obstacle&)>>& causes_by_ki
       {"no_address", no_address},
       {"no_key", no_key},
       {"signature_refused", signature_refused},
+      {"other_refused", other_refused},
       {"refused_by_rpm", refused_by_rpm},
       {"script_failed", script_failed},
       {"disk_full", disk_full},

@@ -1,5 +1,6 @@
 """What rpm says of a package: its signature, its file, and the scripts that failed."""
 
+import contextlib
 import os
 import re
 
@@ -8,6 +9,15 @@ from option_places import last_line
 
 # What --online fetches of a package to see whether rpm takes its signature.
 LARGEST_PACKAGE = 20 * 1024 * 1024
+# Of one run; a host that has not been upgraded for long would take too long to be asked.
+MOST_PACKAGES = 50
+
+
+def has_file(package):
+    try:
+        return os.path.getsize(package.localPkg()) == package.downloadsize
+    except OSError:
+        return False
 
 
 def look_at_keys(look, base, installed):
@@ -40,11 +50,7 @@ def look_at_signature(look, base, package):
             except Exception as problem:
                 look.found("not_downloaded", words=problem, address=look.answer["address"])
                 return
-    try:
-        is_there = os.path.getsize(package.localPkg()) == package.downloadsize
-    except OSError:
-        return
-    if is_there:
+    if has_file(package):
         result, words = base.package_signature_check(package)
         lacks_key = any(each["kind"] == "no_key" for each in look.obstacles)
         look.obstacles[:] = [each for each in look.obstacles if each["kind"] != "no_key"]
@@ -56,18 +62,32 @@ def look_at_signature(look, base, package):
             try_transaction(look, base, package)
 
 
+def look_at_other_signatures(look, base, items):
+    """A run ends when rpm refuses the signature of any of its packages. It is asked about those whose files are there."""
+    others = [item for item in items if item.name != look.package and has_file(item)]
+    for item in others[:MOST_PACKAGES]:
+        result, words = base.package_signature_check(item)
+        if result != 0:
+            keys = base.repos[item.reponame].gpgkey if result == 1 else []
+            look.found("other_refused", words=words, by=item.name, other=item.reponame, address=" ".join(keys))
+
+
 def try_transaction(look, base, package):
-    """rpm is asked what it has against the package; what others of the same run may mend is not asked."""
+    """rpm is asked what it has against the packages of the run; without all of their files nothing can be said."""
     items = list(base.transaction.install_set) if base.transaction else []
-    if [str(item) for item in items] != [str(package)]:
+    is_complete = len(items) <= MOST_PACKAGES and all(map(has_file, items))
+    if str(package) not in map(str, items) or not is_complete:
         return
     transaction = rpm.TransactionSet()
     transaction.setFlags(rpm.RPMTRANS_FLAG_TEST)
     transaction.setVSFlags(-1)
-    with open(package.localPkg(), "rb") as stream:
-        transaction.addInstall(transaction.hdrFromFdno(stream.fileno()), package.localPkg(), "u")
-        stream.seek(0)
-        problems = transaction.run(lambda *_: stream.fileno(), None) or []
+    with contextlib.ExitStack() as stack:
+        streams = {item.localPkg(): stack.enter_context(open(item.localPkg(), "rb")) for item in items}
+        for path, stream in streams.items():
+            transaction.addInstall(transaction.hdrFromFdno(stream.fileno()), path, "u")
+            stream.seek(0)
+        # It is called for other events too, some of them without a path.
+        problems = transaction.run(lambda *event: streams[event[3]].fileno() if event[3] in streams else None, None) or []
     of_room = (rpm.RPMPROB_DISKSPACE, rpm.RPMPROB_DISKNODES)
     words = [text for text, problem in problems if problem[0] not in of_room]
     if words:

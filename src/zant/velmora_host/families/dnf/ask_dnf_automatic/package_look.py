@@ -13,7 +13,7 @@ from disk_room import look_at_room
 from hidden_packages import is_visible, name_what_hides
 from next_repository import NEXT_REPOSITORY, add_next_repository, make_next_repository, next_versions
 from option_places import place_of_option, places_of
-from package_files import look_at_keys, look_at_log, look_at_signature
+from package_files import look_at_keys, look_at_log, look_at_other_signatures, look_at_signature
 from passed_over import name_what_passes_over
 from repository_state import look_for_broken_file, prepare, refresh
 
@@ -209,5 +209,6 @@ class Look:
             return
         items = list(base.transaction.install_set) if base.transaction else []
         if any(each.name == self.package and each >= target for each in items):
+            look_at_other_signatures(self, base, items)
             return
         name_what_passes_over(self, base, target, items)

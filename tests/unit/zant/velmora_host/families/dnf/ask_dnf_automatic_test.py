@@ -129,6 +129,36 @@ class MissingProgram(unittest.TestCase):
             self.assertEqual(self.kinds(file.name), ["failed"])
 
 
+class SignaturesOfTheRun(unittest.TestCase):
+    def setUp(self):
+        self._file = tempfile.NamedTemporaryFile()
+        self.addCleanup(self._file.close)
+        self._file.write(b"package")
+        self._file.flush()
+
+    def found(self, *answers, name="rival", size=7):
+        asked = iter(answers)
+        item = types.SimpleNamespace(name=name, reponame="extras", downloadsize=size, localPkg=lambda: self._file.name)
+        base = types.SimpleNamespace(
+            repos={"extras": types.SimpleNamespace(gpgkey=["file:///a", "file:///b"])}, package_signature_check=lambda _: next(asked)
+        )
+        look = program.Look({"package": "zant", "directory": "/none"})
+        program.look_at_other_signatures(look, base, [item] * len(answers))
+        return [(each["kind"], each["by"], each["other"], each["words"], each["address"]) for each in look.obstacles]
+
+    def test_each_that_rpm_refuses_is_an_obstacle(self):
+        self.assertEqual(self.found((0, ""), (2, "not signed")), [("other_refused", "rival", "extras", "not signed", "")])
+
+    def test_a_key_that_is_missing_can_be_had(self):
+        self.assertEqual(self.found((1, "no key")), [("other_refused", "rival", "extras", "no key", "file:///a file:///b")])
+
+    def test_those_without_a_whole_file_are_not_asked_about(self):
+        self.assertEqual(self.found((2, "not signed"), size=8), [])
+
+    def test_the_package_itself_is_asked_about_elsewhere(self):
+        self.assertEqual(self.found((2, "not signed"), name="zant"), [])
+
+
 class Words(unittest.TestCase):
     def test_they_are_cut_and_never_empty(self):
         self.assertEqual(program.words_of("x" * 2001), "x" * 2000 + " ...")

@@ -87,6 +87,32 @@ TEST(DnfObstacleCauses, HaveACodeEach) {
   }
 }
 
+TEST(DnfObstacleCauses, NameAnotherPackageWhoseSignatureEndsTheRun) {
+  const Cause refused = cause({{"kind", "other_refused"},
+                               {"words", "Package rival-2.0-1.noarch.rpm is not signed"},
+                               {"by", "rival"},
+                               {"other", "extras"}});
+
+  EXPECT_EQ(refused.effect, Cause_Effect::BLOCKS);
+  EXPECT_EQ(refused.code, "repository.signature_refused");
+  EXPECT_EQ(
+      refused.message,
+      "rpm refuses the signature of rival, which is upgraded in the same run, and with it the whole run");
+  EXPECT_EQ(refused.evidence, "Package rival-2.0-1.noarch.rpm is not signed");
+  EXPECT_EQ(refused.remedy, "dnf config-manager --save --setopt=extras.excludepkgs=rival");
+
+  const Cause without_key =
+      cause({{"kind", "other_refused"}, {"by", "rival"}, {"address", "file:///a https://b/c?d&e"}});
+
+  EXPECT_EQ(without_key.code, "repository.key_not_imported");
+  EXPECT_EQ(without_key.remedy, "rpm --import 'file:///a' 'https://b/c?d&e'");
+}
+
+TEST(DnfObstacleCauses, QuoteTheNameOfAPackage) {
+  EXPECT_EQ(cause({{"kind", "obsoleted"}, {"by", "x;reboot"}, {"other", "extras"}}).remedy,
+            "dnf config-manager --save --setopt=extras.excludepkgs='x;reboot'");
+}
+
 TEST(DnfObstacleCauses, TellWhatTheSolverLacks) {
   EXPECT_EQ(cause({{"kind", "unsolvable"}, {"words", "nothing provides x"}}).code, "solver.unmet");
   EXPECT_EQ(cause({{"kind", "unsolvable"}, {"words", "package a conflicts with b"}}).code, "solver.conflict");
