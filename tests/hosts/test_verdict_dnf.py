@@ -505,6 +505,20 @@ def test_a_second_address_is_tried_as_a_run_does(shared):
     shared.give_back(site)
 
 
+@pytest.mark.parametrize("image", ["el-bookworm", "el-trixie"])
+def test_an_rpm_that_verifies_packages_itself_is_no_cause(open_dnf_site, image):
+    site = open_dnf_site(image)
+    site.minder.once()
+    site.host.run(f"{IMPATIENT}; echo '%_pkgverify_level all' >> /etc/rpm/macros")
+    site.repository.publish("2.0")
+
+    report = why(site, "--online")
+
+    assert (report["verdict"], report["causes"]) == ("waiting", [])
+    _night(site)
+    assert site.installed_version() == "2.0"
+
+
 def test_a_certificate_of_an_unknown_authority_is_named(open_dnf_site):
     site = open_dnf_site(https=True)
     site.minder.once()

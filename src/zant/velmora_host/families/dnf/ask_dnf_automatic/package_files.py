@@ -40,8 +40,6 @@ def look_at_keys(look, base, installed):
 
 def look_at_signature(look, base, package):
     """Of a package whose file is there, or is fetched now, rpm itself is asked."""
-    if not look.vendor.gpgcheck:
-        return
     if look.request["online"] and look.answer["refreshed"] and package.downloadsize <= LARGEST_PACKAGE:
         if not any(each["kind"] == "unreachable" for each in look.obstacles):
             base.conf.cacheonly = 0
@@ -80,12 +78,14 @@ def try_transaction(look, base, package):
         return
     transaction = rpm.TransactionSet()
     transaction.setFlags(rpm.RPMTRANS_FLAG_TEST)
-    transaction.setVSFlags(-1)
+    usual = transaction.setVSFlags(-1)
     with contextlib.ExitStack() as stack:
         streams = {item.localPkg(): stack.enter_context(open(item.localPkg(), "rb")) for item in items}
         for path, stream in streams.items():
             transaction.addInstall(transaction.hdrFromFdno(stream.fileno()), path, "u")
             stream.seek(0)
+        # A macro may have it verify the packages, and it then looks for their keys.
+        transaction.setVSFlags(usual)
         # It is called for other events too, some of them without a path.
         problems = transaction.run(lambda *event: streams[event[3]].fileno() if event[3] in streams else None, None) or []
     of_room = (rpm.RPMPROB_DISKSPACE, rpm.RPMPROB_DISKNODES)
