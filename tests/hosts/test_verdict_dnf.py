@@ -255,6 +255,7 @@ STORIES = (
     Story("lock-of-rpm", locked_database, "lock.held", "/var/lib/rpm/.rpm.lock"),
     Story("lock-of-dnf", "echo nonsense > /var/cache/dnf/metadata_lock.pid", "lock.held", "/var/cache/dnf/metadata_lock.pid: nonsense"),
     Story("passed-over", upgrade_of_another_package_that_excludes_ours, "package.passed_over", "dnf-automatic with this host's configuration"),
+    Story("installed-beside", in_section(MAIN, "main", "installonlypkgs=foo zant-velmora"), "package.installed_beside", f"{MAIN}:2: installonlypkgs=foo"),
     Story("little-room", NEARLY_FULL_CACHE, "disk.low", "/var/cache/dnf: 8192 bytes are free", repair="umount /var/cache/dnf"),
     Story("other-package-unsigned", lambda site: upgrade_of_another_package(site, "gpgcheck=1"), "repository.signature_refused",
           "zant-rival-2.0-1.noarch.rpm is not signed"),

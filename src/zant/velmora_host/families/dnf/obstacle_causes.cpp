@@ -122,9 +122,9 @@ std::string as_pattern(const std::string& word) {
   return pattern;
 }
 
-std::string without_word(const Obstacle& obstacle) {
+std::string without_word(const Obstacle& obstacle, const char* option) {
   return edit(obstacle, fmt::format("s/(^|[ \\t,=]){}([ \\t,]|$)/\\1\\2/", as_pattern(obstacle.word)),
-              fmt::format("Remove {} from what DNF's configuration excludes", obstacle.word));
+              fmt::format("Remove {} from {} in DNF's configuration", obstacle.word, option));
 }
 
 std::string with_value(const Obstacle& obstacle, const std::string& value, const std::string& instead) {
@@ -152,7 +152,7 @@ Cause excluded(const Obstacle& obstacle) {
   }
   return blocks("package.excluded",
                 fmt::format("DNF is told to leave out {} {}", PACKAGE_NAME, obstacle.version),
-                obstacle.place(), without_word(obstacle));
+                obstacle.place(), without_word(obstacle, "excludepkgs"));
 }
 
 Cause not_included(const Obstacle& obstacle) {
@@ -220,6 +220,15 @@ Cause passed_over(const Obstacle& /*obstacle*/) {
                 fmt::format("The next run would not upgrade {}, although DNF can", PACKAGE_NAME),
                 "dnf-automatic with this host's configuration, tried without changes",
                 fmt::format("dnf -y upgrade {}", PACKAGE_NAME));
+}
+
+// It goes well as long as the versions have no file in common.
+Cause installed_beside(const Obstacle& obstacle) {
+  return obscures("package.installed_beside",
+                  fmt::format("DNF is told to install each version of {} beside the one before, which rpm "
+                              "refuses where both have a file",
+                              PACKAGE_NAME),
+                  obstacle.place(), without_word(obstacle, "installonlypkgs"));
 }
 
 Cause unreadable(const Obstacle& obstacle) {
@@ -390,6 +399,7 @@ const std::map<std::string, std::function<Cause(const Obstacle&)>>& causes_by_ki
       {"outranked", outranked},
       {"unsolvable", unsolvable},
       {"passed_over", passed_over},
+      {"installed_beside", installed_beside},
       {"unreadable", unreadable},
       {"configuration_broken", configuration_broken},
       {"no_address", no_address},

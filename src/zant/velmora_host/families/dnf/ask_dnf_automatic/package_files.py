@@ -4,6 +4,7 @@ import contextlib
 import os
 import re
 
+import dnf.transaction
 import rpm
 from option_places import last_line
 
@@ -70,6 +71,18 @@ def look_at_other_signatures(look, base, items):
             look.found("other_refused", words=words, by=item.name, other=item.reponame, address=" ".join(keys))
 
 
+def fill_transaction(transaction, planned, streams):
+    """In the way in which DNF does."""
+    for item in planned:
+        if item.pkg in planned.remove_set:
+            transaction.addErase(item.pkg.idx)
+        elif item.pkg in planned.install_set:
+            path = item.pkg.localPkg()
+            mode = "i" if item.action == dnf.transaction.PKG_INSTALL else "u"
+            transaction.addInstall(transaction.hdrFromFdno(streams[path].fileno()), path, mode)
+            streams[path].seek(0)
+
+
 def try_transaction(look, base, package):
     """rpm is asked what it has against the packages of the run; without all of their files nothing can be said."""
     items = list(base.transaction.install_set) if base.transaction else []
@@ -81,9 +94,7 @@ def try_transaction(look, base, package):
     usual = transaction.setVSFlags(-1)
     with contextlib.ExitStack() as stack:
         streams = {item.localPkg(): stack.enter_context(open(item.localPkg(), "rb")) for item in items}
-        for path, stream in streams.items():
-            transaction.addInstall(transaction.hdrFromFdno(stream.fileno()), path, "u")
-            stream.seek(0)
+        fill_transaction(transaction, base.transaction, streams)
         # A macro may have it verify the packages, and it then looks for their keys.
         transaction.setVSFlags(usual)
         # It is called for other events too, some of them without a path.

@@ -14,7 +14,7 @@ from hidden_packages import is_visible, name_what_hides
 from next_repository import NEXT_REPOSITORY, add_next_repository, make_next_repository, next_versions
 from option_places import place_of_option, places_of
 from package_files import look_at_keys, look_at_log, look_at_other_signatures, look_at_signature
-from passed_over import name_what_passes_over
+from passed_over import name_what_installs_beside, name_what_passes_over
 from repository_state import look_for_broken_file, prepare, refresh
 
 LONGEST_WORDS = 2000
@@ -208,7 +208,9 @@ class Look:
             self.found("unsolvable", words=problem, unknown=self.unknown)
             return
         items = list(base.transaction.install_set) if base.transaction else []
-        if any(each.name == self.package and each >= target for each in items):
+        chosen = [each for each in items if each.name == self.package and each >= target]
+        if chosen:
+            name_what_installs_beside(self, base, chosen[0])
             look_at_other_signatures(self, base, items)
             return
         name_what_passes_over(self, base, target, items)

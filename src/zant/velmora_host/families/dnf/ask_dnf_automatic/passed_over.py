@@ -1,6 +1,7 @@
 """Why a run leaves a package as it is that DNF can see."""
 
 import dnf.exceptions
+import dnf.transaction
 from option_places import place_of_option, places_of
 
 
@@ -39,3 +40,13 @@ def name_other_repository(look, base, target):
             look.found("outranked", place, words=str(package), by=other.id, priority=other.priority, own=own)
             return True
     return False
+
+
+def name_what_installs_beside(look, base, package):
+    """Some packages are not upgraded: each version is installed beside those before it."""
+    if not any(item.pkg == package and item.action == dnf.transaction.PKG_INSTALL for item in base.transaction):
+        return
+    names = {package.name} | {str(dependency).split()[0] for dependency in package.provides}
+    word = next((each for each in base.conf.installonlypkgs if each in names), package.name)
+    place = place_of_option(look.automatic.main_places(), ("installonlypkgs",), word)
+    look.found("installed_beside", place, word=word)

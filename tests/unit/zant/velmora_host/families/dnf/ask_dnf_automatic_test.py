@@ -16,7 +16,7 @@ COMMON = "{http://linux.duke.edu/metadata/common}"
 
 def load(path):
     """DNF's modules are on no machine but the hosts."""
-    names = ("dnf", "dnf.automatic", "dnf.automatic.main", "dnf.cli", "dnf.cli.cli", "dnf.exceptions", "dnf.repo", "dnf.subject",
+    names = ("dnf", "dnf.automatic", "dnf.automatic.main", "dnf.cli", "dnf.cli.cli", "dnf.exceptions", "dnf.repo", "dnf.subject", "dnf.transaction",
              "hawkey", "libdnf", "libdnf.conf", "rpm")
     for name in names:
         module = sys.modules.setdefault(name, types.ModuleType(name))

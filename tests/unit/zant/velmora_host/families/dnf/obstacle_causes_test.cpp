@@ -49,7 +49,7 @@ TEST(DnfObstacleCauses, KnowAHold) {
 
 TEST(DnfObstacleCauses, GiveAdviceWhereNoLineIsKnown) {
   EXPECT_EQ(cause({{"kind", "excluded"}, {"word", "zant*"}}).remedy,
-            "Remove zant* from what DNF's configuration excludes");
+            "Remove zant* from excludepkgs in DNF's configuration");
   EXPECT_EQ(cause({{"kind", "switched_off"}}).remedy, "dnf config-manager --set-enabled quorvane");
 }
 
@@ -61,6 +61,7 @@ TEST(DnfObstacleCauses, HaveACodeEach) {
       {"obsoleted", "package.obsoleted"},
       {"outranked", "repository.outranked"},
       {"passed_over", "package.passed_over"},
+      {"installed_beside", "package.installed_beside"},
       {"unreadable", "repository.unreadable"},
       {"no_address", "dnf.configuration_broken"},
       {"no_key", "repository.key_not_imported"},
@@ -106,6 +107,15 @@ TEST(DnfObstacleCauses, NameAnotherPackageWhoseSignatureEndsTheRun) {
 
   EXPECT_EQ(without_key.code, "repository.key_not_imported");
   EXPECT_EQ(without_key.remedy, "rpm --import 'file:///a' 'https://b/c?d&e'");
+}
+
+TEST(DnfObstacleCauses, CannotTellWhetherTwoVersionsGoTogether) {
+  const Cause found = cause(
+      at("installed_beside", "/etc/dnf/dnf.conf", 2, "installonlypkgs=foo zant-velmora", "zant-velmora"));
+
+  EXPECT_EQ(found.effect, Cause_Effect::OBSCURES);
+  EXPECT_EQ(found.evidence, "/etc/dnf/dnf.conf:2: installonlypkgs=foo zant-velmora");
+  EXPECT_EQ(found.remedy, "sed -i -E '2s/(^|[ \\t,=])zant-velmora([ \\t,]|$)/\\1\\2/' '/etc/dnf/dnf.conf'");
 }
 
 TEST(DnfObstacleCauses, QuoteTheNameOfAPackage) {
