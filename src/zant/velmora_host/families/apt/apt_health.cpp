@@ -61,8 +61,7 @@ Cause judge_check(const std::string& command, const Answer& answer) {
                   remedy_for(file));
   }
   if (answer.exit_code == 124) {
-    return obscures("tools.failed", "APT takes too long to read what it knows", evidence,
-                    "Run the command by hand and see what it waits for");
+    return tool_failed(command, answer);
   }
   if (has(words, "/var/lib/dpkg/status")) {
     return blocks("dpkg.status_broken",

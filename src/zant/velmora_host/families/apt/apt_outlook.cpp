@@ -90,7 +90,8 @@ Upgrade_Units find_units(const Outlook_Question& question) {
 bool is_explained_by_run(const Cause& cause) {
   return boost::algorithm::starts_with(cause.code, "dpkg.") || cause.code == "lock.held" ||
          cause.code == "package.half_installed" || cause.code == "apt.check_failed" ||
-         cause.code == "apt.lists_broken" || cause.code == "tools.failed" || cause.code == "solver.unmet";
+         cause.code == "apt.lists_broken" || cause.code == "tools.failed" ||
+         cause.code == "tools.time_limit" || cause.code == "solver.unmet";
 }
 
 class Search {

@@ -33,6 +33,8 @@ import subprocess
 import sys
 
 WORDS_LIMIT = 4000
+# Of nothing, compressed.
+EMPTY_LIMIT = 40
 ENDINGS = ("", ".lz4", ".gz", ".xz", ".bz2", ".zst", ".lzma")
 
 
@@ -82,6 +84,21 @@ def release_with(origin, suite):
         if key.strip() in names:
             fields[names[key.strip()]] = value.strip()
     return "".join(f"{name}: {value}\n" for name, value in fields.items())
+
+
+def what_lacks(release, component, architecture):
+    """Why APT has no list of a repository's packages, by its Release: what is missing there, and the line that says so.
+
+    None when the list is empty: APT keeps no empty one.
+    """
+    sizes = re.findall(rf"(?m) (\d+) {re.escape(component)}/binary-(?:{re.escape(architecture)}|all)/Packages(?:\.\w+)?$", release)
+    if sizes:
+        return None if min(map(int, sizes)) <= EMPTY_LIMIT else ["list", ""]
+    architectures = re.search(r"(?mi)^Architectures:.*$", release)
+    if architectures and not {architecture, "all"} & set(architectures[0].split()[1:]):
+        return ["architecture", architectures[0]]
+    components = re.search(r"(?mi)^Components:.*$", release)
+    return ["component", components[0] if components else ""]
 
 
 def shortened(text):
@@ -138,6 +155,18 @@ class Outlook:
                 ):
                     yield match[2], re.sub(r"_Packages\.\w+$", "_Packages", match[3])
 
+    def can_make_up_index(self):
+        """Whether it is known what the list of the repository's packages would be: a new one, or an empty one."""
+        if "index" not in self.answer:
+            return False
+        release = self._release()
+        if not release:
+            return bool(self.request.get("planned"))
+        lack = what_lacks(release, self.request["component"], self.request["architecture"])
+        if lack:
+            self.answer["lack"] = lack
+        return not lack
+
     def make_up_index(self):
         """Lists in which the repository is known and has nothing; the file that lists its packages."""
         lists = os.path.join(self.request["private"], "made-up")
@@ -147,8 +176,9 @@ class Outlook:
             if entry.name not in ("partial", "auxfiles", "lock"):
                 os.symlink(entry.path, os.path.join(lists, entry.name))
         index = os.path.join(lists, os.path.basename(self.answer["index"]))
-        with open(re.sub(r"_[^_]+_binary-[^_]+_Packages$", "_InRelease", index), "w") as file:
-            file.write(release_with(self.request["origin"], self.request["suite"]))
+        if not self._release():
+            with open(re.sub(r"_[^_]+_binary-[^_]+_Packages$", "_InRelease", index), "w") as file:
+                file.write(release_with(self.request["origin"], self.request["suite"]))
         with open(index, "w"):
             pass
         return index
@@ -178,6 +208,8 @@ class Outlook:
             stanza += f"Maintainer: nobody\nFilename: pool/{self.name}.deb\nSize: 1\nDescription: next version\n"
         else:
             stanza = re.sub(r"(?mi)^Version:.*$", lambda _: f"Version: {version}", str(newest)).strip("\n") + "\n"
+            # The share of hosts is one version's own.
+            stanza = re.sub(r"(?mi)^Phased-Update-Percentage:.*\n", "", stanza)
         lists = os.path.join(self.request["private"], "next")
         os.makedirs(os.path.join(lists, "partial"))
         plain = os.path.basename(self.answer["index"])
@@ -208,13 +240,27 @@ class Outlook:
             "is_foreign": bool(candidate) and self.apt_pkg.version_compare(candidate.ver_str, version) > 0,
             "is_held": package.selected_state == self.apt_pkg.SELSTATE_HOLD,
             "not_automatic": self._is_not_automatic(),
+            "is_phased": False,
             "pinned_by": [],
         }
         # A repository may ask for a low priority itself.
         if answer["candidate"] != version and not self._is_pinned_by(None, cache, package, version):
             sources = [source for source in self._sources_of_pins() if self._is_pinned_by(source, cache, package, version)]
             answer["pinned_by"] = [self.place_of(source) for source in sources]
+        if answer["candidate"] != version:
+            answer["is_phased"] = self._is_phased(cache, package, version)
         return answer
+
+    def _is_phased(self, cache, package, version):
+        """Whether APT would take the version were it not for the share of hosts that it is given to."""
+        setting = "APT::Get::Always-Include-Phased-Updates"
+        before = self.apt_pkg.config.find(setting)
+        try:
+            self.apt_pkg.config.set(setting, "true")
+            candidate = self.apt_pkg.DepCache(cache).policy.get_candidate_ver(package)
+            return bool(candidate) and candidate.ver_str == version
+        finally:
+            self.apt_pkg.config.set(setting, before)
 
     def place_of(self, source):
         """The host's file that a planned one is a copy of."""
@@ -223,14 +269,18 @@ class Outlook:
 
     def _is_not_automatic(self):
         """As the repository says itself: newer releases of python-apt do not tell any more."""
+        return re.search(r"(?mi)^NotAutomatic:[ \t]*yes", self._release()) is not None
+
+    def _release(self):
+        """What the repository says of itself; empty when nothing is known."""
         beginning = self.answer["index"].partition(f"_{self.request['component']}_binary-")[0]
         for ending in ("_InRelease", "_Release"):
             try:
                 with open(beginning + ending, encoding="utf-8", errors="replace") as file:
-                    return re.search(r"(?mi)^NotAutomatic:[ \t]*yes", file.read()) is not None
+                    return file.read()
             except OSError:
                 continue
-        return False
+        return ""
 
     def _sources_of_pins(self):
         config = self.apt_pkg.config
@@ -389,7 +439,7 @@ class Outlook:
             self.answer["conffile_prompt"] = self.ask_conffiles(self.load(), self.request["version"])
             return
         index = self.find_index()
-        if index is None and not ("index" in self.answer and self.request.get("planned")):
+        if index is None and not self.can_make_up_index():
             return
         if index is None:
             index, newest = self.make_up_index(), None

@@ -46,9 +46,15 @@ bool names_version(const std::vector<std::string>& lines, const std::string& ver
 
 std::vector<std::string> errors_of(const std::vector<std::string>& lines) {
   std::vector<std::string> errors;
-  std::copy_if(lines.begin(), lines.end(), std::back_inserter(errors), [](const std::string& line) {
-    return contains(line, "error") || contains(line, "dpkg: ") || contains(line, "subprocess");
-  });
+  bool is_told = false;
+  for (const auto& line : lines) {
+    // dpkg tells the reason in a line of its own.
+    is_told = contains(line, "error") || contains(line, "dpkg: ") || contains(line, "subprocess") ||
+              (is_told && line.starts_with(' '));
+    if (is_told) {
+      errors.push_back(line);
+    }
+  }
   return errors;
 }
 

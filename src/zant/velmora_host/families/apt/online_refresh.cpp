@@ -28,6 +28,8 @@ constexpr std::chrono::seconds DOWNLOAD_LIMIT(5);
 constexpr int TIME_LIMIT = 124;
 
 constexpr const char* UNPROVEN = "See what stands between this host and the repository's server";
+constexpr const char* FAULT = "the repository's server has a fault of its own";
+constexpr const char* TELL_VENDOR = "Tell the vendor what the server says, if it lasts";
 
 struct Words_And_Meaning {
   const char* words;
@@ -38,7 +40,7 @@ struct Words_And_Meaning {
 };
 
 // The first whose words APT says. What will be the same tomorrow blocks; what may be over by then does not.
-constexpr std::array<Words_And_Meaning, 32> MEANINGS = {{
+constexpr std::array<Words_And_Meaning, 36> MEANINGS = {{
     {"entry in Release file", Cause_Effect::BLOCKS, "repository.index_refused",
      "APT cannot read a field of the repository's index, and does not take it",
      "Ask the vendor to publish the repository's index anew"},
@@ -47,6 +49,10 @@ constexpr std::array<Words_And_Meaning, 32> MEANINGS = {{
      "Put the password for the server into a file of /etc/apt/auth.conf.d, or ask the vendor for one"},
     {"403  Forbidden", Cause_Effect::OBSCURES, "repository.access_denied",
      "the repository's server refuses this host", "Ask the vendor why the server refuses this host"},
+    {"500  ", Cause_Effect::OBSCURES, "server.failing", FAULT, TELL_VENDOR},
+    {"502  ", Cause_Effect::OBSCURES, "server.failing", FAULT, TELL_VENDOR},
+    {"503  ", Cause_Effect::OBSCURES, "server.failing", FAULT, TELL_VENDOR},
+    {"504  ", Cause_Effect::OBSCURES, "server.failing", FAULT, TELL_VENDOR},
     {"changed its ", Cause_Effect::BLOCKS, "repository.changed",
      "the repository says another thing of itself than before, and APT wants that accepted by hand",
      "apt-get --allow-releaseinfo-change update"},

@@ -65,7 +65,7 @@ Causes find_failed_refresh(const Outlook_Question& question,
   return {obscures(
       "repository.refresh_failed", "the host's last refresh of its package lists failed",
       fmt::format("{} is older than the last run of apt-daily.service, at {}", STAMP, to_iso_time(*last_run)),
-      REMEDY)};
+      fmt::format("Run \"{}\" and put right what it complains of", REMEDY))};
 }
 
 // A host that was switched off has a refresh to catch up on, which its timer will start: that it is old says

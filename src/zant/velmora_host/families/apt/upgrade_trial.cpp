@@ -153,6 +153,10 @@ class Trial {
       trial_.causes.push_back(not_registered_(repo));
       return;
     }
+    if (json.contains("lack")) {
+      trial_.causes.push_back(list_is_missing_(json.at("lack").get<std::vector<std::string>>(), repo));
+      return;
+    }
     trial_.offered = json.value("newest", "");
     trial_.newer_is_offered = json.value("newer", false);
     trial_.is_downloaded = json.contains("downloaded");
@@ -187,14 +191,35 @@ class Trial {
                   "apt-get indextargets: there is no such repository", "package-minder once");
   }
 
+  // APT takes it for no failure that a repository does not have what the sources name.
+  Cause list_is_missing_(const std::vector<std::string>& lack, const velmora::APT_Repo_Config& repo) const {
+    const std::string evidence =
+        "APT has no list " + trial_.index +
+        (lack.at(1).empty() ? "" : fmt::format("; the repository says \"{}\"", lack.at(1)));
+    if (lack.at(0) == "architecture") {
+      return blocks("repository.architecture_missing",
+                    fmt::format("the repository has nothing for {}", repo.source_list.architecture), evidence,
+                    "Ask the vendor for packages for this architecture");
+    }
+    if (lack.at(0) == "component") {
+      return blocks("repository.component_missing", "the repository has no such component", evidence,
+                    "Ask the vendor for the component that the repository's source list names");
+    }
+    return obscures("repository.not_refreshed",
+                    "APT has never had the repository's list of packages, or has lost it", evidence,
+                    "apt-get -o APT::Update::Error-Mode=any update");
+  }
+
   static Cause failure_(const std::string& stage, const std::string& error) {
     if (stage == "foreign") {
       return obscures("upgrades.replaced", "unattended-upgrade is another program than the distribution's",
                       error, "Take that program away, or see for yourself what it does");
     }
-    if (stage == "load") {
+    // It begins with the same modules as what asks it.
+    if (stage == "start" || stage == "load") {
       return blocks("upgrades.broken", "unattended-upgrade itself cannot start", error,
-                    "apt-get install --reinstall --assume-yes unattended-upgrades python3-apt");
+                    "apt-get install --reinstall --assume-yes unattended-upgrades python3-apt "
+                    "python3-distro-info");
     }
     return obscures("tools.failed", "what unattended-upgrade would do cannot be found out", error,
                     "Run \"unattended-upgrade --dry-run --debug\" and see what it says");
@@ -236,7 +261,8 @@ class Trial {
       trial_.causes.push_back(blocks(
           "package.pinned", message, settings_.evidence("APT::Default-Release", release) + "; " + priority,
           settings_.without(settings_.place_of("APT::Default-Release", release), preferring_package())));
-    } else if (const std::string share = json.value("Phased-Update-Percentage", ""); !share.empty()) {
+    } else if (policy.at("is_phased").get<bool>()) {
+      const std::string share = json.value("Phased-Update-Percentage", "");
       trial_.causes.push_back(blocks(
           "package.phased",
           fmt::format("version {} is given to {} percent of all hosts so far, and not to this one", judged,
@@ -302,8 +328,7 @@ class Trial {
                  "echo 'Unattended-Upgrade::Skip-Updates-On-Metered-Connections \"false\";' > "
                  "/etc/apt/apt.conf.d/zzz-zant-velmora"));
     } else if (!stop.empty()) {
-      trial_.causes.push_back(obscures("upgrades.stopped", "unattended-upgrade would stop at once", stop,
-                                       "Put right what unattended-upgrade says"));
+      trial_.causes.push_back(failure_("ask", stop));
     }
     if (json.value("on_shutdown", false)) {
       const std::string item = "Unattended-Upgrade::InstallOnShutdown";

@@ -77,6 +77,15 @@ TEST_F(AptHealth, GuessesNothingFromOtherWords) {
   EXPECT_EQ(causes[0].evidence, "apt-get check: E: Quelque chose ne va pas");
 }
 
+TEST_F(AptHealth, TellsWhichToolDoesNotAnswer) {
+  answers("apt-get -c * check -qq", 124, "");
+
+  const auto causes = find_apt_health(question, "/private/conf").causes;
+
+  ASSERT_THAT(codes(causes), ElementsAre("obscures tools.time_limit"));
+  EXPECT_EQ(causes[0].evidence, "apt-get check: no words");
+}
+
 TEST_F(AptHealth, IsUnknownWithoutTheTool) {
   answers("apt-config dump", 127, "timeout: failed to run command 'apt-config'\n");
 

@@ -42,6 +42,26 @@ class MadeUpRelease(unittest.TestCase):
         self.assertEqual(program.release_with("site=repo.velmora.test,component=main,nonsense", "stable"), "Suite: stable\n")
 
 
+class LackOfAList(unittest.TestCase):
+    FIELDS = "Architectures: amd64 riscv64\nComponents: main extra\nSHA256:\n"
+
+    def lack(self, lines, component="main", architecture="amd64"):
+        return program.what_lacks(self.FIELDS + lines, component, architecture)
+
+    def test_it_is_none_where_the_list_is_empty(self):
+        self.assertIsNone(self.lack(" e3b0 0 main/binary-amd64/Packages\n f61f 20 main/binary-amd64/Packages.gz\n"))
+        self.assertIsNone(self.lack(" f61f 32 main/binary-all/Packages.xz\n"))
+
+    def test_it_is_the_list_where_the_release_names_it(self):
+        self.assertEqual(self.lack(" e3b0 700 main/binary-amd64/Packages\n"), ["list", ""])
+
+    def test_it_is_the_component_or_the_architecture_that_the_release_does_not_have(self):
+        lines = " e3b0 700 extra/binary-amd64/Packages\n"
+        self.assertEqual(self.lack(lines), ["component", "Components: main extra"])
+        self.assertEqual(self.lack(lines, architecture="arm64"), ["architecture", "Architectures: amd64 riscv64"])
+        self.assertEqual(program.what_lacks("Origin: x\n", "main", "amd64"), ["component", ""])
+
+
 class LongWords(unittest.TestCase):
     def test_they_are_cut(self):
         self.assertEqual(program.shortened("x" * 4000), "x" * 4000)

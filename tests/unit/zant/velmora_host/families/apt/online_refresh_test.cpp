@@ -78,6 +78,10 @@ INSTANTIATE_TEST_SUITE_P(
                 "blocks repository.access_denied"},
         Example{"forbidden", "Err:1 http://r InRelease\n  403  Forbidden [IP: 1.2.3.4 80]\n",
                 "obscures repository.access_denied"},
+        Example{"fault",
+                "E: Failed to fetch http://r/InRelease  503  Service Unavailable [IP: 1.2.3.4 80]\nE: The "
+                "repository 'http://r x Release' no longer has a Release file.",
+                "obscures server.failing"},
         Example{"gone", "E: The repository 'http://r x Release' no longer has a Release file.",
                 "blocks repository.suite_missing"},
         Example{"no_longer_signed", "E: The repository 'http://r x InRelease' is no longer signed.",

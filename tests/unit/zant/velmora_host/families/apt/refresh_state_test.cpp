@@ -86,8 +86,10 @@ TEST_F(RefreshState, NamesAnAnswerOfLongAgoAndNone) {
 TEST_F(RefreshState, NamesARefreshThatFailed) {
   answered(question.now - hours(2));
   stamped(question.now - hours(2));
-  EXPECT_THAT(codes(find_refresh_state(question, INDEX, false, question.now - hours(1), {}).causes),
-              ElementsAre("obscures repository.refresh_failed"));
+  const auto causes = find_refresh_state(question, INDEX, false, question.now - hours(1), {}).causes;
+  ASSERT_THAT(codes(causes), ElementsAre("obscures repository.refresh_failed"));
+  EXPECT_EQ(causes[0].remedy,
+            "Run \"apt-get -o APT::Update::Error-Mode=any update\" and put right what it complains of");
 
   stamped(question.now);
   EXPECT_THAT(find_refresh_state(question, INDEX, false, question.now - hours(1), {}).causes, IsEmpty());

@@ -55,6 +55,7 @@ class UpgradeTrial : public Outlook_Example {
         {"priority", 500},
         {"is_held", false},
         {"is_foreign", false},
+        {"is_phased", false},
         {"not_automatic", false},
         {"pinned_by", Json::array()}}},
       {"days", {true, true, true, true, true, true, true, true, true}},
@@ -95,6 +96,8 @@ TEST_F(UpgradeTrial, NamesWhatApTPrefers) {
   answer["policy"]["not_automatic"] = true;
   EXPECT_THAT(codes(tried().causes), ElementsAre("blocks repository.not_automatic"));
   answer["Phased-Update-Percentage"] = "10";
+  EXPECT_THAT(codes(tried().causes), ElementsAre("blocks repository.not_automatic"));
+  answer["policy"]["is_phased"] = true;
   EXPECT_THAT(codes(tried().causes), ElementsAre("blocks package.phased"));
 }
 
@@ -142,7 +145,7 @@ TEST_F(UpgradeTrial, NamesWhatStopsUnattendedUpgrade) {
   answer["stop"] = "System is on metered connection, stopping";
   EXPECT_THAT(codes(tried().causes), ElementsAre("blocks network.metered"));
   answer["stop"] = "SIGNAL received, stopping";
-  EXPECT_THAT(codes(tried().causes), ElementsAre("obscures upgrades.stopped"));
+  EXPECT_THAT(codes(tried().causes), ElementsAre("obscures tools.failed"));
   answer["stop"] = "";
   answer["on_shutdown"] = true;
   answer["conffile_prompt"] = "/var/cache/apt/archives/zant-velmora_2.0_amd64.deb";
@@ -171,11 +174,25 @@ TEST_F(UpgradeTrial, NamesWhatUnattendedUpgradeEndsWith) {
   answer = {
       {"stage", "load"}, {"index", "/x"}, {"error", "ModuleNotFoundError: No module named 'distro_info'"}};
   EXPECT_THAT(codes(tried().causes), ElementsAre("blocks upgrades.broken"));
+  answer = {{"stage", "start"}, {"error", "ModuleNotFoundError: No module named 'apt'"}};
+  EXPECT_THAT(codes(tried().causes), ElementsAre("blocks upgrades.broken"));
 }
 
 TEST_F(UpgradeTrial, KnowsARepositoryThatAptDoesNotHave) {
   answer = {{"stage", "index"}};
   EXPECT_THAT(codes(tried().causes), ElementsAre("blocks repository.not_registered"));
+}
+
+TEST_F(UpgradeTrial, TellsWhyAptHasNoListOfThePackages) {
+  answer = {{"stage", "index"}, {"index", "/x"}, {"lack", {"architecture", "Architectures: riscv64"}}};
+  const auto causes = tried().causes;
+  ASSERT_THAT(codes(causes), ElementsAre("blocks repository.architecture_missing"));
+  EXPECT_EQ(causes[0].evidence, "APT has no list /x; the repository says \"Architectures: riscv64\"");
+
+  answer["lack"] = {"component", ""};
+  EXPECT_THAT(codes(tried().causes), ElementsAre("blocks repository.component_missing"));
+  answer["lack"] = {"list", ""};
+  EXPECT_THAT(codes(tried().causes), ElementsAre("obscures repository.not_refreshed"));
 }
 
 TEST_F(UpgradeTrial, TellsThatUnattendedUpgradesIsMissing) {
@@ -207,6 +224,11 @@ TEST_F(UpgradeTrial, GuessesNothingFromOtherWords) {
   }
   answers("/usr/bin/python3 -I -B *", 139, "");
   EXPECT_THAT(codes(run().causes), ElementsAre("obscures tools.failed"));
+}
+
+TEST_F(UpgradeTrial, TellsThatNoAnswerCame) {
+  answers("/usr/bin/python3 -I -B *", 124, "");
+  EXPECT_THAT(codes(run().causes), ElementsAre("obscures tools.time_limit"));
 }
 
 }  // namespace
