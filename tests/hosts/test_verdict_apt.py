@@ -16,6 +16,7 @@ from typing import Callable, Optional
 import documents
 import pytest
 from disposable_hosts.apt.repository import PACKAGE, Contents
+from disposable_hosts.web_server import FAULT_FILE
 from disposable_hosts.apt.site import APT_CONFIGURATION, CALENDAR_KEY, DELAY_KEY, KEYRING, SOURCE_LIST
 
 PREFERENCES = "/etc/apt/preferences.d"
@@ -36,6 +37,7 @@ class Story:
     contents: Contents = field(default_factory=Contents)  # of the new version
     verdict: str = "blocked"
     effect_is_seen: bool = True  # the services leave the old version in place
+    hangs: bool = False  # what the services wait for without end
 
 
 def file(path, text):
@@ -68,11 +70,54 @@ def republish(**fields):
     return act
 
 
+def offered_again(command, *packages):
+    """What is damaged can be had from the distribution."""
+
+    def act(site):
+        site.offer_distribution(*packages)
+        site.host.run(command)
+
+    return act
+
+
+def from_now_on(**fields):
+    """The vendor publishes like this."""
+
+    def act(site):
+        for name, value in fields.items():
+            assert hasattr(site.repository, name)
+            setattr(site.repository, name, value)
+        site.repository.publish_again()
+
+    return act
+
+
+def both(first, second):
+    def act_both(site):
+        act(site, first)
+        act(site, second)
+
+    return act_both
+
+
+def file_of_another_package(site):
+    site.install_file(site.repository.publish("1.0", "zant-aux", contents=Contents(files={"/usr/share/velmora": "theirs\n"})))
+
+
+def two_pins(site):
+    site.host.run(pin(f"Package: {PACKAGE}\nPin: version {site.installed_version()}\nPin-Priority: 400"))
+    site.host.run(pin("Package: *\nPin: release o=Quorvane*\nPin-Priority: 300", "more"))
+
+
+FOR_OTHERS = Contents(fields="Phased-Update-Percentage: 0\n")
+MODULES = "/usr/lib/python3/dist-packages"
+
 CONFIGURATION = [
     Story("a pin", "package.pinned", pin(f"Package: {PACKAGE}\nPin: version 1.*\nPin-Priority: 1001"), f"{PREFERENCES}/local:1: Package: {PACKAGE}; Pin: version 1.*", ahead=True),
     Story("a forbidding pin", "package.pinned", pin("# why\n\nPackage: zant*\nPin: origin repo.velmora.test\nPin-Priority: -1"), f"{PREFERENCES}/local:3: Package: zant*", ahead=True),
     Story("a pin of everything", "package.pinned", pin("Package: *\nPin: release o=Quorvane*\nPin-Priority: 50"), f"{PREFERENCES}/local:1: Package: *", ahead=True),
     Story("a pin in the main file", "package.pinned", file("/etc/apt/preferences", f"Package: {PACKAGE}\nPin: release *\nPin-Priority: -10"), "/etc/apt/preferences:1:", ahead=True),
+    Story("two pins that keep it back together", "package.not_preferred", two_pins, "its priority is 300", ahead=True),
     Story("a blacklist", "package.blacklisted", setting('Unattended-Upgrade::Package-Blacklist {\n  "bash";\n  "zant-";\n};'), f'{APT_CONFIGURATION}/99local:3: "zant-";', ahead=True),
     Story("a blacklist of all", "package.blacklisted", setting('Unattended-Upgrade::Package-Blacklist:: ".*";'), f"{APT_CONFIGURATION}/99local:1:", ahead=True),
     Story("a blacklist that is no pattern", "patterns.unreadable", setting('Unattended-Upgrade::Package-Blacklist:: "*zant";'), f"{APT_CONFIGURATION}/99local:1:", ahead=True),
@@ -100,8 +145,11 @@ BROKEN = [
     Story("another suite", "repository.not_registered", f"sed -i s/systemd-production/testing/ {SOURCE_LIST}", "indextargets", ahead=True),
     Story("another component", "repository.not_registered", f"sed -i 's/ main$/ contrib/' {SOURCE_LIST}", "indextargets", ahead=True),
     Story("another architecture", "repository.not_registered", f"sed -i 's/arch=[a-z0-9]*/arch=riscv64/' {SOURCE_LIST}", "indextargets", ahead=True),
-    Story("unattended-upgrade gone", "upgrades.not_installed", "mv /usr/bin/unattended-upgrade /usr/bin/unattended-upgrade.away", "command -v unattended-upgrade", lambda site: site.host.run("mv /usr/bin/unattended-upgrade.away /usr/bin/unattended-upgrade"), ahead=True),
-    Story("python-apt broken", "upgrades.broken", "mv /usr/lib/python3/dist-packages/distro_info.py /root/", "distro_info", lambda site: site.host.run("mv /root/distro_info.py /usr/lib/python3/dist-packages/"), ahead=True),
+    Story("unattended-upgrade gone", "upgrades.not_installed", offered_again("rm /usr/bin/unattended-upgrade"), "command -v unattended-upgrade", ahead=True),
+    Story("unattended-upgrade damaged", "upgrades.broken", offered_again("sed -i 's/^import apt_pkg$/& nonsense/' /usr/bin/unattended-upgrade"), "SyntaxError", ahead=True),
+    Story("a module of Python gone", "upgrades.broken", offered_again(f"rm {MODULES}/distro_info.py", "python3-distro-info"), "distro_info", ahead=True),
+    Story("python-apt broken", "upgrades.broken", offered_again(f"echo 'import nothing' > {MODULES}/apt/__init__.py", "python3-apt"), "No module named 'nothing'", ahead=True),
+    Story("Python broken", "tools.failed", "python3 -c 'import logging; print(logging.__file__)' > /root/module && mv $(cat /root/module) /root/logging.py", "logging", lambda site: site.host.run("mv /root/logging.py $(cat /root/module)"), ahead=True, verdict="cannot_be_told"),
     Story("dpkg interrupted", "dpkg.interrupted", "printf '' > /var/lib/dpkg/updates/0001", "/var/lib/dpkg/updates/0001", ahead=True),
     Story("no room for downloads", "disk.full", "mkdir -p /var/cache/apt/archives && mount -t tmpfs -o size=64k tmpfs /var/cache/apt/archives && mkdir /var/cache/apt/archives/partial && head -c 64k /dev/zero > /var/cache/apt/archives/full; true", "/var/cache/apt/archives", lambda site: site.host.run("umount /var/cache/apt/archives"), ahead=True),
     Story("/usr mounted read-only", "disk.read_only", "mount --bind /usr /usr && mount -o remount,bind,ro /usr", "/usr is mounted with the option ro", ahead=True),
@@ -110,6 +158,7 @@ BROKEN = [
 UNITS = [
     Story("the upgrade timer masked", "timer.masked", "systemctl mask --now apt-daily-upgrade.timer", "LoadState=masked", ahead=True, effect_is_seen=False),
     Story("the refresh timer stopped", "timer.stopped", "systemctl disable --now apt-daily.timer", "ActiveState=inactive", ahead=True, effect_is_seen=False),
+    Story("a schedule of a later century", "timer.far_ahead", drop_in("apt-daily.timer", "[Timer]\nOnCalendar=\nOnCalendar=2101-01-01") + " && systemctl restart apt-daily.timer", "2101-01-01", ahead=True, effect_is_seen=False),
     Story("a schedule in the past", "timer.elapsed", drop_in("apt-daily.timer", "[Timer]\nOnCalendar=\nOnCalendar=2020-01-01\nPersistent=false") + " && systemctl restart apt-daily.timer", "SubState=elapsed", ahead=True, effect_is_seen=False),
     Story("a timer that starts something else", "timer.elsewhere", drop_in("apt-daily.timer", "[Timer]\nUnit=systemd-tmpfiles-clean.service") + " && systemctl restart apt-daily.timer", "Unit=systemd-tmpfiles-clean.service", ahead=True, effect_is_seen=False),
     Story("a service masked", "service.masked", "systemctl mask apt-daily-upgrade.service", "LoadState=masked", ahead=True),
@@ -226,18 +275,20 @@ DPKG = [
     Story("the package removed", "package.not_installed", removed_package, "no packages found", lambda site: site.install_file(site.removed)),
     Story("a cache that is too small", "apt.check_failed", setting('APT::Cache-Start "1000";\nAPT::Cache-Limit "1000";'), "MMap", lambda site: site.host.run(f"rm {APT_CONFIGURATION}/99local"), ahead=True),
     Story("on battery", "power.on_battery", file("/usr/local/bin/on_ac_power", "#!/bin/sh\nexit 1") + " && chmod 0755 /usr/local/bin/on_ac_power", "System is on battery power, stopping", lambda site: site.host.run("rm /usr/local/bin/on_ac_power"), ahead=True),
+    Story("a battery that does not answer", "tools.time_limit", file("/usr/local/bin/on_ac_power", "#!/bin/sh\ntouch /root/hanging\nexec sleep 900") + " && chmod 0755 /usr/local/bin/on_ac_power", "python3", lambda site: site.host.run("rm /usr/local/bin/on_ac_power"), ahead=True, verdict="cannot_be_told", hangs=True),
     Story("a metered connection", "network.metered", METERED, "System is on metered connection, stopping", ahead=True),
     Story("unattended-upgrade not executable", "upgrades.broken", "chmod 0644 /usr/bin/unattended-upgrade", "-rw-r--r--", ahead=True),
     Story("another unattended-upgrade", "upgrades.replaced", file("/usr/local/bin/unattended-upgrade", "#!/bin/sh\nexit 0") + " && chmod 0755 /usr/local/bin/unattended-upgrade", "/usr/local/bin/unattended-upgrade", lambda site: site.host.run("rm /usr/local/bin/unattended-upgrade"), ahead=True, verdict="cannot_be_told"),
     Story("the daily script not executable", "service.program_missing", f"chmod 0644 {PROGRAM}", f"test -x {PROGRAM}", ahead=True),
     Story("a night that failed", "run.failed", f"chmod 0644 {PROGRAM}; systemctl start apt-daily-upgrade.service; chmod 0755 {PROGRAM}", "Result=exit-code", ahead=True, verdict="cannot_be_told", effect_is_seen=False),
+    Story("a file of another package", "package.install_failed", file_of_another_package, "trying to overwrite", lambda site: site.host.run("dpkg --purge zant-aux"), contents=Contents(files={"/usr/share/velmora": "ours\n"})),
     Story("a hook that fails", "upgrades.failed", setting('DPkg::Pre-Invoke {"exit 1";};'), "ERROR", lambda site: site.host.run(f"rm {APT_CONFIGURATION}/99local"), verdict="cannot_be_told"),
     Story("downloads to a directory that is not there", "archives.missing", setting('Dir::Cache::archives "/var/cache/apt/elsewhere/";'), "/var/cache/apt/elsewhere/partial", ahead=True, verdict="cannot_be_told", effect_is_seen=False),
     Story("a condition of the service's", "service.condition_unmet", drop_in("apt-daily-upgrade.service", "[Unit]\nConditionPathExists=/nowhere"), "ConditionPathExists=/nowhere", ahead=True),
     Story("a service that systemd cannot load", "service.invalid", drop_in("apt-daily-upgrade.service", "[Service]\nExecStart="), "LoadState=bad-setting", ahead=True),
     Story("a timer that systemd cannot load", "timer.invalid", drop_in("apt-daily.timer", "[Timer]\nOnCalendar=\nOnCalendar=nonsense") + "; systemctl restart apt-daily.timer; true", "LoadState=bad-setting", ahead=True, effect_is_seen=False),
-    Story("a timer that is gone", "timer.missing", "systemctl stop apt-daily.timer && mv /lib/systemd/system/apt-daily.timer /root/ && systemctl daemon-reload", "LoadState=not-found", lambda site: site.host.run("mv /root/apt-daily.timer /lib/systemd/system/ && systemctl daemon-reload && systemctl start apt-daily.timer"), ahead=True, effect_is_seen=False),
-    Story("a service that is gone", "service.missing", "mv /lib/systemd/system/apt-daily-upgrade.service /root/ && systemctl daemon-reload", "LoadState=not-found", lambda site: site.host.run("mv /root/apt-daily-upgrade.service /lib/systemd/system/ && systemctl daemon-reload"), ahead=True),
+    Story("a timer that is gone", "timer.missing", offered_again("systemctl stop apt-daily.timer && rm /lib/systemd/system/apt-daily.timer && systemctl daemon-reload", "apt"), "LoadState=not-found", ahead=True, effect_is_seen=False),
+    Story("a service that is gone", "service.missing", offered_again("rm /lib/systemd/system/apt-daily-upgrade.service && systemctl daemon-reload", "apt"), "LoadState=not-found", ahead=True),
     Story("a timer that does not start with the host", "timer.disabled", "systemctl disable apt-daily.timer", "UnitFileState=disabled", ahead=True, verdict="cannot_be_told", effect_is_seen=False),
 ]
 
@@ -248,9 +299,11 @@ VENDOR = [
     Story("an excluded package is needed newer", "dependency.excluded", other_package(setting('Unattended-Upgrade::Package-Blacklist {"zant-aux";};')), f"{APT_CONFIGURATION}/99local:1:", contents=NEEDS_AUX),
     Story("a package of another origin is needed", "dependency.origin_not_allowed", package_of_another_origin, "zant-other is not in an allowed origin", contents=Contents(fields="Depends: zant-other\n")),
     Story("the package's file missing on the server", "package.not_on_server", edition(f"rm pool/{PACKAGE}_*.deb"), "404", good_edition, online=True),
+    Story("the package's file not for this host", "package.not_fetched", lambda site: site.server.refuse(".deb"), "403  Forbidden", lambda site: site.server.refuse(""), online=True, verdict="cannot_be_told"),
     Story("the package's file damaged on the server", "package.hash_mismatch", edition(f"for file in pool/{PACKAGE}_*.deb; do printf xxxx | dd of=$file bs=1 seek=200 conv=notrunc status=none; done"), "Hash Sum mismatch", good_edition, online=True),
     Story("an index without signature", "repository.not_signed", in_suites("rm InRelease"), "signed", good_edition, online=True),
     Story("a suite that is gone", "repository.suite_missing", in_suites("rm InRelease Release"), "Release file", good_edition, online=True),
+    Story("a suite that was gone last night", "repository.refresh_failed", in_suites("rm InRelease Release"), "update-stamp is older than the last run", good_edition, verdict="cannot_be_told"),
     Story("files that do not fit together", "repository.inconsistent", in_suites("for file in main/*/Packages*; do echo >> $file; done"), "unexpected size", good_edition, online=True, verdict="cannot_be_told"),
     Story("a page to sign in", "repository.not_an_index", in_suites("echo '<html>Sign in</html>' > InRelease"), "NOSPLIT", good_edition, online=True, verdict="cannot_be_told"),
     Story("a changed index under an old signature", "repository.index_refused", in_suites("sed -i 's/^Components: main/Components: main more/' InRelease"), "", good_edition, verdict="cannot_be_told"),
@@ -261,8 +314,13 @@ VENDOR = [
 ]
 
 REPOSITORY = [
+    Story("a version for other hosts", "package.phased", setting('APT::Get::Phase-Policy "true";'), "Phased-Update-Percentage: 0", contents=FOR_OTHERS),
+    Story("another component than ours", "repository.component_missing", from_now_on(component="extra"), "Components: extra", from_now_on(component="main")),
+    Story("another architecture than the host's", "repository.architecture_missing", from_now_on(published_architecture="riscv64"), "Architectures: riscv64", lambda site: from_now_on(published_architecture=site.repository.architecture)(site)),
+    Story("the server has a fault", "server.failing", lambda site: (site.web_root / FAULT_FILE).touch(), "503  Service Unavailable", lambda site: (site.web_root / FAULT_FILE).unlink(), online=True, verdict="cannot_be_told"),
+    Story("the server says nothing", "server.silent", both(setting('Acquire::Retries "0";\nAcquire::http::Timeout "2";'), lambda site: site.server.fall_silent()), "apt-get update", lambda site: site.server.answer(), online=True, verdict="cannot_be_told"),
     Story("something that nobody has is needed", "solver.unmet", "true", "nobody-has-this", lambda site: site.publish_next(), contents=Contents(fields="Depends: nobody-has-this\n")),
-    Story("what conflicts is installed", "solver.removes", "true", "procps", lambda site: site.publish_next(), contents=Contents(fields="Conflicts: procps\n")),
+    Story("what conflicts is installed", "solver.removes", other_package("true"), "zant-aux", contents=Contents(fields="Conflicts: zant-aux\n")),
     Story("a script that fails", "package.script_failed", "true", "pre-installation script subprocess returned error", lambda site: site.publish_next(), contents=Contents(scripts={"preinst": "#!/bin/sh\nexit 3\n"})),
     Story("an expired index", "repository.expired", republish(**{"Valid-Until": "Sat, 01 Jan 2022 00:00:00 UTC"}), "is expired", republish(), online=True),
     Story("an index from the future", "repository.from_future", republish(Date="Sat, 01 Jan 2039 00:00:00 UTC"), "not valid yet", republish(), online=True),
@@ -323,6 +381,13 @@ def run_services(site):
         site.host.run(f"systemctl reset-failed {service}; systemctl start {service}", check=False)
 
 
+def run_services_until_they_hang(site):
+    """Ends them then, for they would not do it themselves."""
+    for service in ("apt-daily.service", "apt-daily-upgrade.service"):
+        site.host.run(f"rm -f /root/hanging && systemctl start --no-block {service} && until test -e /root/hanging; do sleep 0.05; done")
+        site.host.run(f"systemctl kill --signal=KILL {service}; while systemctl is-active {service} | grep -q activating; do sleep 0.05; done")
+
+
 def act(site, action):
     return site.host.run(action) if isinstance(action, str) else action(site)
 
@@ -333,7 +398,9 @@ def tell(site, story):
     if story.ahead:
         assert story.code in codes(why(site)), "it is told ahead"
     site.publish_next(story.contents)
-    if story.effect_is_seen:
+    if story.hangs:
+        run_services_until_they_hang(site)
+    elif story.effect_is_seen:
         run_services(site)
     else:
         site.host.run("apt-get --quiet update")
@@ -344,6 +411,8 @@ def tell(site, story):
     assert cause, answer
     assert story.evidence in cause["evidence"]
     assert answer["verdict"] == story.verdict or not story.verdict, answer
+    is_sentence = cause["remedy"][0].isupper()
+    assert is_sentence == bool(story.repair), cause["remedy"]
     if story.repair:
         story.repair(site)
     else:
@@ -363,7 +432,7 @@ def clean_up(site):
     if site.repository.release_fields:
         republish()(site)
         site.host.run("apt-get --quiet --allow-releaseinfo-change update")
-    site.host.run("rm -rf /etc/apt/sources.list.d/other.list /etc/velmora.conf /usr/lib/python3/dist-packages/gi")
+    site.host.run(": > /etc/apt/sources.list; rm -rf /etc/apt/sources.list.d/other.list /etc/velmora.conf /usr/lib/python3/dist-packages/gi")
     others = site.host.output_of("dpkg-query --show --showformat='${Package}\\n' 'zant-*' | grep -v velmora || true").split()
     if others:
         # The version of the story may need them.
@@ -432,6 +501,22 @@ def test_a_healthy_host_has_no_cause(open_site, image):
         run_services(site)
         assert_healthy(site)
         assert codes(why(site, "--online")) == ["server.unreachable"]
+
+
+@pytest.mark.parametrize("image, is_kept_back", [("bullseye", True), ("bookworm", False), ("trixie", False)])
+def test_a_version_for_other_hosts_is_told_where_apt_keeps_it_back(open_site, image, is_kept_back):
+    site = open_site(image)
+    site.minder.once()
+    site.repository.publish("2.0", contents=FOR_OTHERS)
+    site.host.run("apt-get --quiet update")
+    answer = why(site)
+    run_services(site)
+
+    assert (codes(answer), site.installed_version()) == ((["package.phased"], "1.0") if is_kept_back else ([], "2.0"))
+    if not is_kept_back:
+        # The share was this version's own, and says nothing of the next one.
+        site.host.run(setting('APT::Get::Phase-Policy "true";'))
+        assert_healthy(site, "--online")
 
 
 def test_the_verdict_is_found_without_any_network(teller):
@@ -503,6 +588,28 @@ def test_nothing_is_changed_by_asking(open_site):
     after = site.host.output_of(listing)
     changed = {line for line in set(before.splitlines()) ^ set(after.splitlines()) if "/var/log/journal" not in line and not line.startswith("/tmp ")}
     assert changed == set()
+
+
+def test_a_repository_without_the_list_is_asked_without_changing_what_apt_knows(open_site):
+    site = open_site()
+    site.minder.once()
+    from_now_on(component="extra")(site)
+    site.host.run("apt-get --quiet update")
+    contents = "cat /var/lib/apt/lists/*_InRelease"
+    before = site.host.output_of(contents)
+
+    site.host.run(f"rm {APT_CONFIGURATION}/20auto-upgrades")
+    check(site)
+    site.minder.once()
+    assert codes(why(site)) == ["repository.component_missing"]
+    assert site.host.output_of(contents) == before
+
+    # An empty list is no obstacle, and others are told ahead.
+    from_now_on(component="main", _packages=[])(site)
+    site.host.run("apt-get --quiet update")
+    assert_healthy(site, "--online")
+    site.host.run(f"apt-mark hold {PACKAGE}")
+    assert codes(why(site)) == ["hold.held"]
 
 
 def test_a_run_that_is_going_on_is_no_fault(open_site):

@@ -23,6 +23,8 @@ HTTP_PORT, HTTPS_PORT = 80, 443
 PASSWORD_FILE, CERTIFICATE_FILE = ".password", ".certificate"
 # It has a fault of its own while this file is there.
 FAULT_FILE = ".fault"
+# It holds the ending of the names of files that nobody gets.
+REFUSED_FILE = ".refused"
 # Nobody listens here.
 CLOSED_PORT = 9
 
@@ -60,6 +62,10 @@ class WebServer:
     def ask_for_password(self, user, password):
         """From now on it answers those alone who name this user and this password."""
         (Path(self._directory) / PASSWORD_FILE).write_text(f"{user}:{password}", encoding="utf-8")
+
+    def refuse(self, ending):
+        """From now on nobody gets the files whose names end so; an empty text allows all again."""
+        (Path(self._directory) / REFUSED_FILE).write_text(ending, encoding="utf-8")
 
     def ask_for_certificate(self):
         """From now on it answers those alone who come by https with a certificate of the authority."""
@@ -111,7 +117,7 @@ class _Handler(http.server.SimpleHTTPRequestHandler):
         if not self._has_password():
             self._refuse(401, "WWW-Authenticate", 'Basic realm="repository"')
             return None
-        if not self._has_certificate():
+        if not self._has_certificate() or self._is_refused():
             self._refuse(403)
             return None
         return super().send_head()
@@ -126,6 +132,11 @@ class _Handler(http.server.SimpleHTTPRequestHandler):
         if not (Path(self.directory) / CERTIFICATE_FILE).exists():
             return True
         return isinstance(self.connection, ssl.SSLSocket) and bool(self.connection.getpeercert())
+
+    def _is_refused(self):
+        refused = Path(self.directory) / REFUSED_FILE
+        ending = refused.read_text(encoding="utf-8") if refused.exists() else ""
+        return bool(ending) and self.path.endswith(ending)
 
     def _refuse(self, status, *header):
         self.send_response(status)

@@ -24,6 +24,7 @@ class Contents:
     fields: str = ""  # of its control file, "Depends: other\n"
     scripts: dict = field(default_factory=dict)  # of the maintainer: name and text
     conffiles: dict = field(default_factory=dict)  # path and text
+    files: dict = field(default_factory=dict)  # path and text
 
 
 def build_package(directory, name, version, architecture, contents=Contents()):
@@ -38,7 +39,7 @@ def build_package(directory, name, version, architecture, contents=Contents()):
         (tree / "DEBIAN" / script).write_text(text)
         (tree / "DEBIAN" / script).chmod(0o755)
     (tree / "DEBIAN" / "conffiles").write_text("".join(f"{path}\n" for path in contents.conffiles))
-    for path, text in contents.conffiles.items():
+    for path, text in {**contents.conffiles, **contents.files}.items():
         file = tree / path.lstrip("/")
         file.parent.mkdir(parents=True, exist_ok=True)
         file.write_text(text)
@@ -65,6 +66,8 @@ class AptRepository:
         self._editions = itertools.count(1)
         self._packages = []
         self.architecture = native_architecture()
+        self.component = "main"
+        self.published_architecture = self.architecture
         self.release_fields = {}  # further ones, or others than usual
         self.index_lines = ""  # for each package in the index, "Phased-Update-Percentage: 10\n"
         self._store = self.location.with_name(f".{self.location.name}")
@@ -98,13 +101,13 @@ class AptRepository:
         return edition
 
     def _write_suite(self, directory, suite, index):
-        binary = directory / "main" / f"binary-{self.architecture}"
+        binary = directory / self.component / f"binary-{self.published_architecture}"
         binary.mkdir(parents=True)
         (binary / "Packages").write_bytes(index)
         (binary / "Packages.gz").write_bytes(gzip.compress(index, mtime=0))
         fields = {
             "Origin": self._origin, "Label": self._label, "Suite": suite, "Codename": self._codename or suite,
-            "Components": "main", "Architectures": self.architecture,
+            "Components": self.component, "Architectures": self.published_architecture,
         }
         options = [f"-oAPT::FTPArchive::Release::{field}={value}" for field, value in fields.items()]
         # Release lies in the directory that it lists, so it is written only when the list is made.

@@ -1,6 +1,7 @@
 """An APT host with zant-velmora on it, the vendor's repository in reach, and package-minder ready to start."""
 
 import shlex
+import shutil
 
 from disposable_hosts.apt.repository import PACKAGE, AptRepository
 from disposable_hosts.package_minder import STAGING
@@ -32,9 +33,26 @@ RandomizedDelaySec=0
 AccuracySec=1s
 """
 
+# The fields that dpkg adds are none of a package's own; directories may be links on the host.
+MAKE_PACKAGE = """
+set -e
+rm -rf /root/again
+mkdir -p /root/again/DEBIAN
+cd /var/lib/dpkg/info
+dpkg-query --status {name} | sed '/^Status:/d; /^Conffiles:/,/^[^ ]/{{ /^Conffiles:/d; /^ /d }}' > /root/again/DEBIAN/control
+for part in preinst postinst prerm postrm triggers conffiles; do
+  ! test -e {name}.$part || cp {name}.$part /root/again/DEBIAN/$part
+done
+cd /
+dpkg-query --listfiles {name} | while read -r file; do test -d "$file" || ! test -e "$file" || echo "${{file#/}}"; done > /root/files
+tar --create --files-from=/root/files | tar --extract --directory=/root/again
+dpkg-deb --build /root/again /root/{name}.deb
+"""
+
 
 class AptSite(Site):
     timer = TIMER
+    _distribution = None
 
     def new_repository(self):
         return self.add_repository(REPOSITORY)
@@ -71,11 +89,25 @@ class AptSite(Site):
 
     def take_away_unattended_upgrades(self):
         """Makes a host that does not have it yet; its distribution, on this site's server, offers it."""
-        distribution = self.add_repository("distribution", suites=("stable",), origin="Debian", label="Debian")
-        for package in (self._image_root / "srv" / "packages").glob("unattended-upgrades_*.deb"):
-            distribution.publish_file(package)
-        self.host.write("/etc/apt/sources.list", f"deb [trusted=yes] {self.url('distribution')} stable main\n")
+        self.offer_distribution()
         self.host.run("dpkg --purge unattended-upgrades")
+
+    def offer_distribution(self, *installed):
+        """From now on the host has its distribution, which offers unattended-upgrades and these installed packages."""
+        if not self._distribution:
+            self._distribution = self.add_repository("distribution", suites=("stable",), origin="Debian", label="Debian")
+            for package in (self._image_root / "srv" / "packages").glob("unattended-upgrades_*.deb"):
+                self._distribution.publish_file(package)
+        for name in installed:
+            self._distribution.publish_file(self._made_of_installed(name))
+        self.host.write("/etc/apt/sources.list", f"deb [trusted=yes] {self.url('distribution')} stable main\n")
+
+    def _made_of_installed(self, name):
+        """A package of the files that an installed one has on the host."""
+        self.host.run(MAKE_PACKAGE.format(name=name))
+        package = self.web_root / f"{name}.deb"
+        shutil.copy(self.host.root / "root" / package.name, package)
+        return package
 
     def refresh_lists_often(self):
         self.host.write(REFRESH_DROP_IN, REFRESH_EVERY_FEW_SECONDS)
