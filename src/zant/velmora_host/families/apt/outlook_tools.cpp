@@ -87,6 +87,10 @@ std::string preferring_package() {
       velmora::Package_Constants::PACKAGE_NAME);
 }
 
+std::string clearing(const std::string& item) {
+  return fmt::format("echo '#clear {};' > /etc/apt/apt.conf.d/zzz-zant-velmora", item);
+}
+
 void append(Causes& causes, Causes more) {
   std::move(more.begin(), more.end(), std::back_inserter(causes));
 }

@@ -42,6 +42,9 @@ std::optional<std::chrono::system_clock::time_point> parse_epoch(const std::stri
 /// A command that has APT take the package's highest version, whatever repository it comes from.
 std::string preferring_package();
 
+/// A command that has APT forget a list of its settings.
+std::string clearing(const std::string& item);
+
 void append(Causes& causes, Causes more);
 
 }  // namespace zant::velmora_host::apt_outlook
