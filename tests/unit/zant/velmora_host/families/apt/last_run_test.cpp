@@ -47,12 +47,14 @@ TEST_F(LastRun, NamesAScriptOfThePackage) {
 }
 
 TEST_F(LastRun, NamesWhatElseDpkgFailsAt) {
-  EXPECT_THAT(codes(found(TRIED,
-                          "Log started: 2026-01-01  03:00:01\n"
-                          "Unpacking zant-velmora (2.0) over (1.0) ...\n"
-                          "dpkg: error processing archive zant-velmora_2.0_amd64.deb (--unpack):\n"
-                          " unable to create './usr/share/zant-velmora/version.dpkg-new'\n")),
-              ElementsAre("blocks package.install_failed"));
+  const auto causes = found(TRIED,
+                            "Log started: 2026-01-01  03:00:01\n"
+                            "Unpacking zant-velmora (2.0) over (1.0) ...\n"
+                            "dpkg: error processing archive zant-velmora_2.0_amd64.deb (--unpack):\n"
+                            " unable to create './usr/share/zant-velmora/version.dpkg-new'\n");
+
+  ASSERT_THAT(codes(causes), ElementsAre("blocks package.install_failed"));
+  EXPECT_THAT(causes[0].evidence, HasSubstr("unable to create './usr/share/zant-velmora/version.dpkg-new'"));
 }
 
 TEST_F(LastRun, DoesNotTakeTheFailureOfAnotherVersionForThisOne) {
