@@ -11,6 +11,8 @@ import random
 import shlex
 from dataclasses import dataclass, field
 
+from disposable_hosts.host import CommandFailed
+
 NEWEST = "2.0"
 PROMISES = ("up_to_date", "waiting")
 BLOCKED = "blocked"
@@ -85,6 +87,14 @@ def _choose(family, rng):
     return rng.sample(family.disturbances, count)
 
 
+def _apply(disturbance, site, rng, publish):
+    try:
+        return disturbance.apply(site, rng, publish)
+    except CommandFailed as failure:
+        # What was disturbed before it may have made the host one that this cannot be done to.
+        return f"could not be done: {failure.args[0].splitlines()[0]}"
+
+
 def play(family, seed):
     """The outcome of the situation with this number."""
     rng = random.Random(f"{family.name} {seed}")
@@ -95,7 +105,7 @@ def play(family, seed):
         publish = stack.enter_context(contextlib.ExitStack())
         # Disturbances of the repository change what publish() does, so they come first.
         for disturbance in chosen:
-            outcome.steps.append(f"{disturbance.name}: {disturbance.apply(site, rng, publish)}")
+            outcome.steps.append(f"{disturbance.name}: {_apply(disturbance, site, rng, publish)}")
         shows_in_a_run = any(disturbance.shows_in_a_run for disturbance in chosen)
         outcome.ahead &= not any(disturbance.shows_in_a_run or disturbance.comes_with_newest for disturbance in chosen)
         if not outcome.ahead:

@@ -49,10 +49,10 @@ constexpr std::array<Words_And_Meaning, 36> MEANINGS = {{
      "Put the password for the server into a file of /etc/apt/auth.conf.d, or ask the vendor for one"},
     {"403  Forbidden", Cause_Effect::OBSCURES, "repository.access_denied",
      "the repository's server refuses this host", "Ask the vendor why the server refuses this host"},
-    {"500  ", Cause_Effect::OBSCURES, "server.failing", FAULT, TELL_VENDOR},
-    {"502  ", Cause_Effect::OBSCURES, "server.failing", FAULT, TELL_VENDOR},
-    {"503  ", Cause_Effect::OBSCURES, "server.failing", FAULT, TELL_VENDOR},
-    {"504  ", Cause_Effect::OBSCURES, "server.failing", FAULT, TELL_VENDOR},
+    {"  500  ", Cause_Effect::OBSCURES, "server.failing", FAULT, TELL_VENDOR},
+    {"  502  ", Cause_Effect::OBSCURES, "server.failing", FAULT, TELL_VENDOR},
+    {"  503  ", Cause_Effect::OBSCURES, "server.failing", FAULT, TELL_VENDOR},
+    {"  504  ", Cause_Effect::OBSCURES, "server.failing", FAULT, TELL_VENDOR},
     {"changed its ", Cause_Effect::BLOCKS, "repository.changed",
      "the repository says another thing of itself than before, and APT wants that accepted by hand",
      "apt-get --allow-releaseinfo-change update"},
@@ -276,7 +276,7 @@ Causes find_missing_package(const Outlook_Question& question, const path& config
   }
   const std::string evidence =
       told(fmt::format("apt-get download {}={}", PACKAGE_NAME, version), answer.words);
-  if (answer.words.find("404") != std::string::npos ||
+  if (answer.words.find("  404  ") != std::string::npos ||
       answer.words.find("File not found") != std::string::npos) {
     return {blocks("package.not_on_server",
                    fmt::format("the file of version {} is not on the server", version), evidence,

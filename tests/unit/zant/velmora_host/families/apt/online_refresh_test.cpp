@@ -148,5 +148,10 @@ TEST_F(MissingPackage, IsToldWithWhatIsWrong) {
   EXPECT_THAT(found(100, "E: Something else\n"), ElementsAre("obscures package.not_fetched"));
 }
 
+TEST_F(MissingPackage, TakesNoPartOfAHashForAnAnswerOfTheServer) {
+  EXPECT_THAT(found(100, "E: Failed to fetch http://r/x.deb  Hash Sum mismatch\n    - SHA256:f404a1\n"),
+              ElementsAre("blocks package.hash_mismatch"));
+}
+
 }  // namespace
 }  // namespace zant::velmora_host::apt_outlook
