@@ -283,6 +283,8 @@ DPKG = [
     Story("a night that failed", "run.failed", f"chmod 0644 {PROGRAM}; systemctl start apt-daily-upgrade.service; chmod 0755 {PROGRAM}", "Result=exit-code", ahead=True, verdict="cannot_be_told", effect_is_seen=False),
     Story("a file of another package", "package.install_failed", file_of_another_package, "trying to overwrite", lambda site: site.host.run("dpkg --purge zant-aux"), contents=Contents(files={"/usr/share/velmora": "ours\n"})),
     Story("a hook that fails", "upgrades.failed", setting('DPkg::Pre-Invoke {"exit 1";};'), "ERROR", lambda site: site.host.run(f"rm {APT_CONFIGURATION}/99local"), verdict="cannot_be_told"),
+    Story("the directory of APT's state removed", "apt.state_missing", "rm --recursive /var/lib/apt", "test -d '/var/lib/apt'", ahead=True),
+    Story("a full file system for the log", "disk.full", "mount -t tmpfs -o size=4k tmpfs /var/log/unattended-upgrades", "/var/log/unattended-upgrades", lambda site: site.host.run("umount /var/log/unattended-upgrades"), ahead=True),
     Story("downloads to a directory that is not there", "archives.missing", setting('Dir::Cache::archives "/var/cache/apt/elsewhere/";'), "/var/cache/apt/elsewhere/partial", ahead=True, verdict="cannot_be_told", effect_is_seen=False),
     Story("a condition of the service's", "service.condition_unmet", drop_in("apt-daily-upgrade.service", "[Unit]\nConditionPathExists=/nowhere"), "ConditionPathExists=/nowhere", ahead=True),
     Story("a service that systemd cannot load", "service.invalid", drop_in("apt-daily-upgrade.service", "[Service]\nExecStart="), "LoadState=bad-setting", ahead=True),

@@ -94,6 +94,13 @@ bool is_explained_by_run(const Cause& cause) {
          cause.code == "tools.time_limit" || cause.code == "solver.unmet";
 }
 
+// APT's own default has no "/" in front.
+std::string state_directory_of(const APT_Settings& settings) {
+  const path directory = path("/") / settings.value("Dir::State").value_or("var/lib/apt");
+  return directory.filename().empty() || directory.filename() == "." ? directory.parent_path().string()
+                                                                     : directory.string();
+}
+
 class Search {
  public:
   explicit Search(const Outlook_Question& question)
@@ -135,6 +142,7 @@ class Search {
   void look_closer_(const APT_Settings& settings, const Installed_Package& installed,
                     const Upgrade_Units& units) {
     append(outlook_.causes, find_periodic_switches(settings));
+    append(outlook_.causes, find_missing_state(question_, state_directory_of(settings)));
     const auto online =
         question_.online ? refresh_online(question_, configuration_, settings) : Online_Refresh{};
     if (online.lists) {

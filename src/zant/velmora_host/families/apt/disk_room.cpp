@@ -97,10 +97,13 @@ Causes find_missing_archives(const Outlook_Question& question, const std::string
 }
 
 Causes find_low_rooms(const Outlook_Question& question, const Needed_Room& needed) {
-  const std::vector<Room> rooms = {
-      {"/usr", needed.installed + MEGABYTE}, {needed.archives, needed.download + MEGABYTE / 4},
-      {"/var/lib/dpkg", MEGABYTE},           {"/var/lib/apt/lists", MEGABYTE / 4},
-      {"/var/log", MEGABYTE / 16},           {"/tmp", MEGABYTE / 16}};
+  const std::vector<Room> rooms = {{"/usr", needed.installed + MEGABYTE},
+                                   {needed.archives, needed.download + MEGABYTE / 4},
+                                   {"/var/lib/dpkg", MEGABYTE},
+                                   {"/var/lib/apt/lists", MEGABYTE / 4},
+                                   {"/var/log", MEGABYTE / 16},
+                                   {"/var/log/unattended-upgrades", MEGABYTE / 128},
+                                   {"/tmp", MEGABYTE / 16}};
   const auto mounts = question.services.filesystem->read_file(MOUNTS, velmora::Read_Flag::WHOLE_TEXT);
   std::set<std::string> told_mounts;
   Causes causes;
@@ -126,6 +129,18 @@ Causes find_full_disks(const Outlook_Question& question, const Needed_Room& need
   Causes causes = find_low_rooms(question, needed);
   append(causes, find_missing_archives(question, needed.archives));
   return causes;
+}
+
+Causes find_missing_state(const Outlook_Question& question, const std::string& state_directory) {
+  const std::string query = fmt::format("test -d {}", quoted(state_directory));
+  if (ask(question, query).exit_code != 1) {
+    return {};
+  }
+  return {
+      blocks("apt.state_missing",
+             fmt::format("the directory of APT's state, {}, is not there, and its daily jobs cannot begin",
+                         state_directory),
+             query, fmt::format("mkdir -p {0}/lists/partial {0}/periodic", quoted(state_directory)))};
 }
 
 }  // namespace zant::velmora_host::apt_outlook

@@ -17,4 +17,8 @@ struct Needed_Room {
 /// File systems that are full or cannot be written, of those that a refresh and an upgrade write to.
 Causes find_full_disks(const Outlook_Question& question, const Needed_Room& needed);
 
+/// A missing directory of APT's state, in which its daily jobs take their lock. Other commands of APT's make
+/// it anew.
+Causes find_missing_state(const Outlook_Question& question, const std::string& state_directory);
+
 }  // namespace zant::velmora_host::apt_outlook

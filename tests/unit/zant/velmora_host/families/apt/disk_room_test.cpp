@@ -99,6 +99,24 @@ TEST_F(DiskRoom, CannotBeToldFromOtherWords) {
   }
 }
 
+TEST_F(DiskRoom, MustHoldTheLogOfUnattendedUpgrades) {
+  has_room("/var/log/unattended-upgrades", room("9000", "8191", "/var/log/unattended-upgrades"));
+  EXPECT_THAT(codes(found()), ElementsAre("blocks disk.full"));
+
+  has_room("/var/log/unattended-upgrades", room("9000", "8192", "/var/log/unattended-upgrades"));
+  EXPECT_THAT(found(), IsEmpty());
+}
+
+TEST_F(DiskRoom, IsOfNoUseWithoutTheDirectoryOfAPTsState) {
+  answers("test -d '/var/lib/apt'", 1);
+  const auto causes = find_missing_state(question, "/var/lib/apt");
+  ASSERT_THAT(codes(causes), ElementsAre("blocks apt.state_missing"));
+  EXPECT_EQ(causes[0].remedy, "mkdir -p '/var/lib/apt'/lists/partial '/var/lib/apt'/periodic");
+
+  answers("test -d '/var/lib/apt'", 0);
+  EXPECT_THAT(find_missing_state(question, "/var/lib/apt"), IsEmpty());
+}
+
 TEST_F(DiskRoom, IsNotThereWhereTheDirectoryIsNot) {
   needed.archives = "/srv/debs/";
   answers("test -d '/srv/debs/partial'", 1);
