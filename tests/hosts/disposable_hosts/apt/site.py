@@ -44,8 +44,8 @@ for part in preinst postinst prerm postrm triggers conffiles; do
   ! test -e {name}.$part || cp {name}.$part /root/again/DEBIAN/$part
 done
 cd /
-dpkg-query --listfiles {name} | while read -r file; do test -d "$file" || ! test -e "$file" || echo "${{file#/}}"; done > /root/files
-tar --create --files-from=/root/files | tar --extract --directory=/root/again
+dpkg-query --listfiles {name} | while read -r file; do ! test -e "$file" || {{ test -L "$file" && test -d "$file"; }} || echo "${{file#/}}"; done > /root/files
+tar --create --no-recursion --files-from=/root/files | tar --extract --directory=/root/again
 dpkg-deb --build /root/again /root/{name}.deb
 """
 
