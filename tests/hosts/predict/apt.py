@@ -341,7 +341,7 @@ def dependencies(site, rng, _):
     fields = rng.choice((
         "Depends: not-there\n", "Depends: bash (>= 99)\n", "Conflicts: procps\n", "Breaks: unattended-upgrades\n", "Depends: bash\n", "Pre-Depends: not-there\n",
         "Recommends: not-there\n", "Essential: yes\n", "Protected: yes\n", "Multi-Arch: same\n", "Multi-Arch: foreign\n", "Conflicts: zant-velmora\n", "Depends: bash:s390x\n",
-        "Breaks: procps (<< 99)\n", "Depends: openssl (<< 1)\n", "Installed-Size: 99999999\n", "Section: metapackages\n", "Priority: required\n", "Conflicts: dpkg\n", "Replaces: bash\n", "Depends: not-there | bash\n", "Provides: bash-completion\n",
+        "Breaks: procps (<< 99)\n", "Depends: openssl (<< 1)\n", "Section: metapackages\n", "Priority: required\n", "Conflicts: dpkg\n", "Replaces: bash\n", "Depends: not-there | bash\n", "Provides: bash-completion\n",
     ))
     _contents_of_newest(site, Contents(fields=fields))
     return f"the newest version says {fields.strip()}"
