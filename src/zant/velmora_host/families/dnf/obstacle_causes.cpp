@@ -373,6 +373,13 @@ Cause never_expires(const Obstacle& obstacle) {
                 obstacle.place(), with_value(obstacle, "3600", set_vendor_option("metadata_expire", "3600")));
 }
 
+// DNF asks at once when the file with the option is newer than what it knows, and after that rarely.
+Cause expires_late(const Obstacle& obstacle) {
+  Cause cause = never_expires(obstacle);
+  cause.effect = Cause_Effect::OBSCURES;
+  return cause;
+}
+
 Cause never_refreshed(const Obstacle& /*obstacle*/) {
   return obscures("repository.never_refreshed", "DNF knows nothing of the repository yet",
                   fmt::format("/var/cache/dnf/{}-*: no repomd.xml", DNF_Constants::DNF_REPO_ID),
@@ -420,6 +427,7 @@ const std::map<std::string, std::function<Cause(const Obstacle&)>>& causes_by_ki
       {"not_applied", not_applied},
       {"cache_only", cache_only},
       {"never_expires", never_expires},
+      {"expires_late", expires_late},
       {"never_refreshed", never_refreshed},
       {"unreachable", unreachable},
       {"not_downloaded", unreachable},

@@ -104,7 +104,7 @@ class Look:
             return
         expiry = vendor.metadata_expire
         if expiry < 0 or expiry > LONGEST_EXPIRY:
-            self.found("never_expires", place_of_option(self.automatic.main_places() + places_of(vendor), ("metadata_expire",)), words=expiry)
+            self.found("never_expires" if expiry < 0 else "expires_late", place_of_option(self.automatic.main_places() + places_of(vendor), ("metadata_expire",)), words=expiry)
         if self.request["online"]:
             refresh(self, base, vendor)
         link_caches(self.automatic.real.cachedir, base.conf.cachedir, None)

@@ -79,6 +79,7 @@ TEST(DnfObstacleCauses, HaveACodeEach) {
       {"not_applied", "upgrades.not_applied"},
       {"cache_only", "repository.cache_only"},
       {"never_expires", "repository.never_expires"},
+      {"expires_late", "repository.never_expires"},
       {"never_refreshed", "repository.never_refreshed"},
       {"unreachable", "server.unreachable"},
       {"something new", "tools.failed"},
@@ -86,6 +87,11 @@ TEST(DnfObstacleCauses, HaveACodeEach) {
   for (const auto& [kind, code] : codes) {
     EXPECT_EQ(cause({{"kind", kind}}).code, code) << kind;
   }
+}
+
+TEST(DnfObstacleCauses, BlockWhenDNFNeverAsksAndNotWhenItAsksRarely) {
+  EXPECT_EQ(cause({{"kind", "never_expires"}}).effect, Cause_Effect::BLOCKS);
+  EXPECT_EQ(cause({{"kind", "expires_late"}}).effect, Cause_Effect::OBSCURES);
 }
 
 TEST(DnfObstacleCauses, NameAnotherPackageWhoseSignatureEndsTheRun) {
