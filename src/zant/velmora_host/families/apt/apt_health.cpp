@@ -2,6 +2,7 @@
 
 #include <zant/velmora_host/families/apt/apt_settings.hpp>
 #include <zant/velmora_host/families/apt/outlook_tools.hpp>
+#include <zant/velmora_host/services/command_service.hpp>
 
 #include <fmt/format.h>
 
@@ -60,7 +61,7 @@ Cause judge_check(const std::string& command, const Answer& answer) {
                   fmt::format("APT cannot read {}, and does nothing until it can", file), evidence,
                   remedy_for(file));
   }
-  if (answer.exit_code == 124) {
+  if (answer.exit_code == Exit_Code::TIME_LIMIT) {
     return tool_failed(command, answer);
   }
   if (has(words, "/var/lib/dpkg/status")) {

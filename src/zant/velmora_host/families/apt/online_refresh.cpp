@@ -3,6 +3,7 @@
 #include <zant/velmora_host/families/apt/outlook_tools.hpp>
 #include <zant/velmora_host/families/apt/planned_configuration.hpp>
 #include <zant/velmora_host/families/apt/refresh_state.hpp>
+#include <zant/velmora_host/services/command_service.hpp>
 
 #include <zant/velmora/apt/apt_constants.hpp>
 #include <zant/velmora/package_minder/package_constants.hpp>
@@ -25,7 +26,6 @@ namespace APT_Constants = velmora::APT_Constants;
 
 constexpr std::chrono::seconds REFRESH_LIMIT(12);
 constexpr std::chrono::seconds DOWNLOAD_LIMIT(5);
-constexpr int TIME_LIMIT = 124;
 
 constexpr const char* UNPROVEN = "See what stands between this host and the repository's server";
 constexpr const char* FAULT = "the repository's server has a fault of its own";
@@ -192,7 +192,7 @@ Cause meaning_of(const Outlook_Question& question, const Answer& answer, const A
   if (auto proxy = find_dead_proxy(settings, answer.words, evidence)) {
     return *proxy;
   }
-  if (answer.exit_code == TIME_LIMIT) {
+  if (answer.exit_code == Exit_Code::TIME_LIMIT) {
     return obscures("server.silent", "the repository did not answer in time", evidence, UNPROVEN);
   }
   for (const auto& meaning : MEANINGS) {
@@ -271,7 +271,7 @@ Causes find_missing_package(const Outlook_Question& question, const path& config
                                      quoted(fmt::format("{}={}", PACKAGE_NAME, version)),
                                      with_planned_configuration(question)))),
       DOWNLOAD_LIMIT);
-  if (answer.succeeded() || answer.exit_code == TIME_LIMIT) {
+  if (answer.succeeded() || answer.exit_code == Exit_Code::TIME_LIMIT) {
     return {};
   }
   const std::string evidence =

@@ -1,5 +1,7 @@
 #include <zant/velmora_host/families/apt/outlook_tools.hpp>
 
+#include <zant/velmora_host/services/command_service.hpp>
+
 #include <zant/velmora/package_minder/package_constants.hpp>
 
 #include <fmt/format.h>
@@ -15,8 +17,6 @@ namespace zant::velmora_host::apt_outlook {
 namespace {
 
 constexpr std::size_t LONGEST_WORDS = 1500;
-// As coreutils' timeout ends.
-constexpr int TIME_LIMIT = 124;
 
 std::string without_middle(const std::string& words) {
   if (words.size() <= LONGEST_WORDS) {
@@ -62,7 +62,7 @@ Cause obscures(std::string code, std::string message, std::string evidence, std:
 }
 
 Cause tool_failed(const std::string& command, const Answer& answer) {
-  if (answer.exit_code == TIME_LIMIT) {
+  if (answer.exit_code == Exit_Code::TIME_LIMIT) {
     return obscures("tools.time_limit", "a command that should tell about the upgrades did not end in time",
                     told(command, answer.words), "Run the command by hand and see what it waits for");
   }

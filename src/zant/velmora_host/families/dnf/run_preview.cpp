@@ -2,6 +2,7 @@
 
 #include <zant/velmora_host/base/printable.hpp>
 #include <zant/velmora_host/families/dnf/obstacle_causes.hpp>
+#include <zant/velmora_host/services/command_service.hpp>
 #include <zant/velmora_host/settings/build_config.hpp>
 
 #include <zant/velmora/dnf/dnf_constants.hpp>
@@ -28,8 +29,7 @@ constexpr const char* PREVIEW_COMMAND =
 constexpr int OFFLINE_SECONDS = 8;
 constexpr int ONLINE_SECONDS = 24;
 constexpr std::size_t LONGEST_EVIDENCE = 2000;
-// Of timeout, for a command that ends when it is told to and for one that does not.
-constexpr int TIME_IS_OVER = 124;
+// Of timeout, for a command that does not end when it is told to.
 constexpr int KILLED = 137;
 
 std::string evidence_of(const std::string& words) {
@@ -91,7 +91,7 @@ Run_Preview preview_run(const Outlook_Question& question, const std::vector<std:
       fmt::format(PREVIEW_COMMAND, seconds, Build_Config::DNF_QUESTIONS_DIRECTORY,
                   question.private_directory.string()),
       velmora::Run_Flag::WAIT_AND_CAPTURE);
-  if (answer.exit_code == TIME_IS_OVER || answer.exit_code == KILLED) {
+  if (answer.exit_code == Exit_Code::TIME_LIMIT || answer.exit_code == KILLED) {
     return silent(answer.exit_code, seconds);
   }
   if (answer.exit_code != 0) {
