@@ -253,6 +253,11 @@ Cause configuration_broken(const Obstacle& obstacle) {
                 "Correct the file that DNF names");
 }
 
+Cause options_refused(const Obstacle& obstacle) {
+  return blocks("dnf.configuration_broken", "DNF refuses the options of the repository", obstacle.words,
+                fmt::format("rm {} && package-minder once", DNF_Constants::REPO_FILE_PATH));
+}
+
 Cause no_address(const Obstacle& obstacle) {
   return blocks("dnf.configuration_broken", "The repository has no address",
                 fmt::format("{}: no baseurl, metalink or mirrorlist in [{}]", obstacle.file,
@@ -410,6 +415,7 @@ const std::map<std::string, std::function<Cause(const Obstacle&)>>& causes_by_ki
       {"unreadable", unreadable},
       {"configuration_broken", configuration_broken},
       {"no_address", no_address},
+      {"options_refused", options_refused},
       {"no_key", no_key},
       {"signature_refused", signature_refused},
       {"other_refused", other_refused},

@@ -15,7 +15,7 @@ from next_repository import NEXT_REPOSITORY, add_next_repository, make_next_repo
 from option_places import place_of_option, places_of
 from package_files import look_at_keys, look_at_log, look_at_other_signatures, look_at_signature
 from passed_over import name_what_installs_beside, name_what_passes_over
-from repository_state import look_for_broken_file, prepare, refresh
+from repository_state import look_for_broken_file, look_for_refused_options, prepare, refresh
 
 LONGEST_WORDS = 2000
 # A cache that is not asked anew for longer than DNF's own default hides what is new.
@@ -102,6 +102,7 @@ class Look:
         if not (vendor.baseurl or vendor.metalink or vendor.mirrorlist):
             self.found("no_address", {"file": vendor.repofile or "", "line": 0, "text": ""})
             return
+        look_for_refused_options(self, vendor)
         expiry = vendor.metadata_expire
         if expiry < 0 or expiry > LONGEST_EXPIRY:
             self.found("never_expires" if expiry < 0 else "expires_late", place_of_option(self.automatic.main_places() + places_of(vendor), ("metadata_expire",)), words=expiry)

@@ -30,6 +30,16 @@ def look_for_broken_file(look, base):
     look.found("not_registered")
 
 
+def look_for_refused_options(look, vendor):
+    """DNF sees only when it opens a connection that options exclude each other; a file of ours is enough for one."""
+    request = os.path.join(look.directory, "request")
+    with open(os.path.join(look.directory, "request-again"), "w+b") as copy:
+        try:
+            vendor._repo.downloadUrl("file://" + request, copy.fileno())
+        except Exception as problem:
+            look.found("options_refused", words="%s: %s" % (vendor.repofile, problem))
+
+
 def refresh(look, base, vendor):
     link_caches(look.automatic.real.cachedir, base.conf.cachedir, vendor.id)
     own = os.path.join(look.automatic.real.cachedir, os.path.basename(vendor._repo.getCachedir()), "pubring")

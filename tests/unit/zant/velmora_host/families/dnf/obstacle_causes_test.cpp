@@ -64,6 +64,7 @@ TEST(DnfObstacleCauses, HaveACodeEach) {
       {"installed_beside", "package.installed_beside"},
       {"unreadable", "repository.unreadable"},
       {"no_address", "dnf.configuration_broken"},
+      {"options_refused", "dnf.configuration_broken"},
       {"no_key", "repository.key_not_imported"},
       {"signature_refused", "repository.signature_refused"},
       {"refused_by_rpm", "package.refused_by_rpm"},
