@@ -45,12 +45,10 @@ Cause judge_default_release(const Outlook_Question& question, const std::string&
   const std::string item = "APT::Default-Release";
   const APT_Settings settings(dump, *question.services.filesystem);
   const std::string value = settings.value(item).value_or("");
-  return blocks(
-      "apt.configuration_broken",
-      fmt::format("APT does nothing while {} is \"{}\", which no repository has", item, value),
-      settings.evidence(item, value) + "; " + evidence,
-      settings.without(settings.place_of(item, value),
-                       fmt::format("echo '#clear {};' > /etc/apt/apt.conf.d/zzz-zant-velmora", item)));
+  return blocks("apt.configuration_broken",
+                fmt::format("APT does nothing while {} is \"{}\", which no repository has", item, value),
+                settings.evidence(item, value) + "; " + evidence,
+                settings.without(settings.place_of(item, value), clearing(item)));
 }
 
 Cause judge_check(const std::string& command, const Answer& answer) {

@@ -159,7 +159,7 @@ std::string remedy_for_change(const std::string& words) {
     return accept;
   }
   const std::string line = fmt::format("Unattended-Upgrade::Origins-Pattern {{\"o={}\";}};", match[1].str());
-  return fmt::format("{} && echo {} > /etc/apt/apt.conf.d/zzz-zant-velmora", accept, quoted(line));
+  return accept + " && " + configuring(line);
 }
 
 std::string remedy_for(const Words_And_Meaning& meaning, const Outlook_Question& question,

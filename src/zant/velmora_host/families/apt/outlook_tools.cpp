@@ -87,8 +87,17 @@ std::string preferring_package() {
       velmora::Package_Constants::PACKAGE_NAME);
 }
 
+std::string configuring(const std::string& line) {
+  return fmt::format("echo {} > /etc/apt/apt.conf.d/zzz-{}", quoted(line),
+                     velmora::Package_Constants::PACKAGE_NAME);
+}
+
+std::string configuring(const std::string& item, const std::string& value) {
+  return configuring(fmt::format("{} \"{}\";", item, value));
+}
+
 std::string clearing(const std::string& item) {
-  return fmt::format("echo '#clear {};' > /etc/apt/apt.conf.d/zzz-zant-velmora", item);
+  return configuring(fmt::format("#clear {};", item));
 }
 
 void append(Causes& causes, Causes more) {

@@ -42,6 +42,12 @@ std::optional<std::chrono::system_clock::time_point> parse_epoch(const std::stri
 /// A command that has APT take the package's highest version, whatever repository it comes from.
 std::string preferring_package();
 
+/// A command that adds a line to APT's configuration, after all other files.
+std::string configuring(const std::string& line);
+
+/// The same for one value.
+std::string configuring(const std::string& item, const std::string& value);
+
 /// A command that has APT forget a list of its settings.
 std::string clearing(const std::string& item);
 

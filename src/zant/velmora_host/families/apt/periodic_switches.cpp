@@ -29,11 +29,6 @@ constexpr Work REFRESH = {"APT::Periodic::Update-Package-Lists", "periodic.refre
 constexpr Work UPGRADE = {"APT::Periodic::Unattended-Upgrade", "periodic.upgrades_off",
                           "nothing is upgraded unattended", "/var/lib/apt/periodic/upgrade-stamp"};
 
-// One that wins over all others in the directory; the name sorts after those of other files.
-std::string override_of(const std::string& item, const std::string& value) {
-  return fmt::format("echo '{} \"{}\";' > /etc/apt/apt.conf.d/zzz-zant-velmora", item, value);
-}
-
 bool is_zero(const std::string& value) {
   return !value.empty() && value.find_first_not_of('0') == std::string::npos;
 }
@@ -50,7 +45,7 @@ Causes find_switch(const APT_Settings& settings, const Work& work) {
   }
   return {blocks(work.code, fmt::format("{}: {} is \"0\"", work.what, work.item),
                  settings.evidence(work.item, *value),
-                 settings.without(settings.place_of(work.item, *value), override_of(work.item, "always")))};
+                 settings.without(settings.place_of(work.item, *value), configuring(work.item, "always")))};
 }
 
 // "7", "7d", "36h", "90m", "5s"; nothing for a value that is always due. The script of APT's counts whole
@@ -103,7 +98,7 @@ Causes find_delay(const Outlook_Question& question, const APT_Settings& settings
                  fmt::format("{} in the next run: {} is \"{}\", and it was last done at {}", work.what,
                              work.item, value, to_iso_time(*stamp)),
                  settings.evidence(work.item, value),
-                 settings.without(settings.place_of(work.item, value), override_of(work.item, "always")))};
+                 settings.without(settings.place_of(work.item, value), configuring(work.item, "always")))};
 }
 
 // A value that the shell cannot calculate with ends APT's script, whatever else it was to do.
@@ -118,7 +113,7 @@ Causes find_unreadable(const APT_Settings& settings, const Work& work) {
   }
   return {obscures("periodic.unreadable", fmt::format("{} is \"{}\", which is no interval", work.item, value),
                    settings.evidence(work.item, value),
-                   settings.without(settings.place_of(work.item, value), override_of(work.item, "always")))};
+                   settings.without(settings.place_of(work.item, value), configuring(work.item, "always")))};
 }
 
 }  // namespace
@@ -130,7 +125,7 @@ Causes find_periodic_switches(const APT_Settings& settings) {
     causes.push_back(blocks("periodic.off",
                             fmt::format("APT's periodic work is switched off: {} is \"{}\"", enable, *value),
                             settings.evidence(enable, *value),
-                            settings.without(settings.place_of(enable, *value), override_of(enable, "1"))));
+                            settings.without(settings.place_of(enable, *value), configuring(enable, "1"))));
   }
   for (const auto& work : {REFRESH, UPGRADE}) {
     append(causes, find_switch(settings, work));

@@ -33,12 +33,11 @@ Cause pinned(const Outlook_Question& question, const std::string& file, const st
 
 Cause phased(const Json& answer, const std::string& judged, const std::string& priority) {
   const std::string share = answer.value("Phased-Update-Percentage", "");
-  return blocks(
-      "package.phased",
-      fmt::format("version {} is given to {} percent of all hosts so far, and not to this one", judged,
-                  share),
-      fmt::format("Phased-Update-Percentage: {}; {}", share, priority),
-      "echo 'APT::Get::Always-Include-Phased-Updates \"true\";' > /etc/apt/apt.conf.d/zzz-zant-velmora");
+  return blocks("package.phased",
+                fmt::format("version {} is given to {} percent of all hosts so far, and not to this one",
+                            judged, share),
+                fmt::format("Phased-Update-Percentage: {}; {}", share, priority),
+                configuring("APT::Get::Always-Include-Phased-Updates", "true"));
 }
 
 Cause explain(const Outlook_Question& question, const APT_Settings& settings, const Json& answer,

@@ -1,6 +1,7 @@
 #include <zant/velmora_host/families/apt/refused_upgrade.hpp>
 
 #include <zant/velmora_host/families/apt/outlook_tools.hpp>
+#include <zant/velmora_host/families/apt/upgrade_exclusions.hpp>
 
 #include <zant/velmora/package_minder/package_constants.hpp>
 
@@ -17,8 +18,6 @@ namespace {
 using boost::filesystem::path;
 using Json = nlohmann::json;
 using velmora::Package_Constants::PACKAGE_NAME;
-
-constexpr const char* BLACKLIST = "Unattended-Upgrade::Package-Blacklist";
 
 bool has(const std::string& words, const char* text) {
   return words.find(text) != std::string::npos;
@@ -104,8 +103,7 @@ std::optional<Cause> find_refused_upgrade(const Outlook_Question& question, cons
   if (has(words, "requires app-restart")) {
     return blocks("package.needs_restart",
                   fmt::format("version {} is not installed while its programs run", judged), words,
-                  "echo 'Unattended-Upgrade::IgnoreAppsRequireRestart \"true\";' > "
-                  "/etc/apt/apt.conf.d/zzz-zant-velmora");
+                  configuring("Unattended-Upgrade::IgnoreAppsRequireRestart", "true"));
   }
   if (has(words, "is not from a trusted origin")) {
     return blocks("repository.not_trusted", "the repository's signature is not trusted", words,

@@ -23,7 +23,6 @@ using Json = nlohmann::json;
 using velmora::Package_Constants::PACKAGE_NAME;
 namespace APT_Constants = velmora::APT_Constants;
 
-constexpr const char* BLACKLIST = "Unattended-Upgrade::Package-Blacklist";
 constexpr const char* WHITELIST = "Unattended-Upgrade::Package-Whitelist";
 constexpr const char* ORIGINS = "Unattended-Upgrade::Origins-Pattern";
 
@@ -68,7 +67,7 @@ std::string remedy_for_origin(const Outlook_Question& question, const APT_Settin
   const std::string first = described.empty() ? "" : described.front();
   const std::string origin = first.substr(0, first.find(','));
   const std::string line = fmt::format("{} {{\"{}\";}};", ORIGINS, origin);
-  return fmt::format("echo {} > /etc/apt/apt.conf.d/zzz-zant-velmora", quoted(line));
+  return configuring(line);
 }
 
 void judge_origins(const Outlook_Question& question, const APT_Settings& settings, const Json& origins,
@@ -102,8 +101,7 @@ void judge_lists(const APT_Settings& settings, const Json& lists, Causes& causes
         "package.not_whitelisted",
         fmt::format("only listed packages are upgraded unattended, and {} is none of them", PACKAGE_NAME),
         settings.evidence(WHITELIST, first),
-        fmt::format("echo '{} {{\"^{}$\";}};' > /etc/apt/apt.conf.d/zzz-zant-velmora", WHITELIST,
-                    PACKAGE_NAME)));
+        configuring(fmt::format("{} {{\"^{}$\";}};", WHITELIST, PACKAGE_NAME))));
   }
 }
 

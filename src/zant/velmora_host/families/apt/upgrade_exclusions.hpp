@@ -9,6 +9,9 @@
 
 namespace zant::velmora_host::apt_outlook {
 
+/// The setting that names packages which unattended-upgrade leaves alone.
+constexpr const char* BLACKLIST = "Unattended-Upgrade::Package-Blacklist";
+
 /// Origins and lists of packages that keep unattended-upgrade from the package.
 /// @param answer of the program that asks it, with its "origins" and "lists"
 Causes find_exclusions(const Outlook_Question& question, const APT_Settings& settings,

@@ -44,19 +44,17 @@ void judge_stops(const APT_Settings& settings, const Json& answer, Causes& cause
   } else if (stop.find("metered") != std::string::npos) {
     causes.push_back(blocks("network.metered",
                             "unattended-upgrade stops while the host's connection is metered", stop,
-                            "echo 'Unattended-Upgrade::Skip-Updates-On-Metered-Connections \"false\";' > "
-                            "/etc/apt/apt.conf.d/zzz-zant-velmora"));
+                            configuring("Unattended-Upgrade::Skip-Updates-On-Metered-Connections", "false")));
   } else if (!stop.empty()) {
     causes.push_back(failed_program("ask", stop));
   }
   if (answer.value("on_shutdown", false)) {
     const std::string item = "Unattended-Upgrade::InstallOnShutdown";
     const std::string value = settings.value(item).value_or("");
-    causes.push_back(blocks(
-        "upgrades.on_shutdown_only", "upgrades are only installed when the host shuts down",
-        settings.evidence(item, value),
-        settings.without(settings.place_of(item, value),
-                         fmt::format("echo '{} \"false\";' > /etc/apt/apt.conf.d/zzz-zant-velmora", item))));
+    causes.push_back(blocks("upgrades.on_shutdown_only",
+                            "upgrades are only installed when the host shuts down",
+                            settings.evidence(item, value),
+                            settings.without(settings.place_of(item, value), configuring(item, "false"))));
   }
 }
 
