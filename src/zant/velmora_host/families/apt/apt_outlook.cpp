@@ -2,6 +2,7 @@
 
 #include <zant/velmora_host/families/apt/apt_health.hpp>
 #include <zant/velmora_host/families/apt/apt_settings.hpp>
+#include <zant/velmora_host/families/apt/daily_job.hpp>
 #include <zant/velmora_host/families/apt/disk_room.hpp>
 #include <zant/velmora_host/families/apt/dpkg_state.hpp>
 #include <zant/velmora_host/families/apt/held_locks.hpp>
@@ -11,6 +12,7 @@
 #include <zant/velmora_host/families/apt/periodic_switches.hpp>
 #include <zant/velmora_host/families/apt/planned_configuration.hpp>
 #include <zant/velmora_host/families/apt/refresh_state.hpp>
+#include <zant/velmora_host/families/apt/upgrade_log.hpp>
 #include <zant/velmora_host/families/apt/upgrade_trial.hpp>
 #include <zant/velmora_host/families/apt/upgrade_units.hpp>
 #include <zant/velmora_host/families/configured_causes.hpp>
@@ -94,13 +96,6 @@ bool is_explained_by_run(const Cause& cause) {
          cause.code == "tools.time_limit" || cause.code == "solver.unmet";
 }
 
-// APT's own default has no "/" in front.
-std::string state_directory_of(const APT_Settings& settings) {
-  const path directory = path("/") / settings.value("Dir::State").value_or("var/lib/apt");
-  return directory.filename().empty() || directory.filename() == "." ? directory.parent_path().string()
-                                                                     : directory.string();
-}
-
 class Search {
  public:
   explicit Search(const Outlook_Question& question)
@@ -122,7 +117,7 @@ class Search {
     if (health.can_work && !installed.version.empty()) {
       look_closer_(APT_Settings(dump_(health), *question_.services.filesystem), installed, units);
     } else {
-      append(outlook_.causes, find_full_disks(question_, {}));
+      append(outlook_.causes, find_full_disks(question_, {}, Upgrade_Log().directory));
     }
     forget_what_a_run_explains_(units);
     mark_configured(outlook_.causes, CONFIGURED);
@@ -142,12 +137,14 @@ class Search {
   void look_closer_(const APT_Settings& settings, const Installed_Package& installed,
                     const Upgrade_Units& units) {
     append(outlook_.causes, find_periodic_switches(settings));
-    append(outlook_.causes, find_missing_state(question_, state_directory_of(settings)));
+    append(outlook_.causes, find_daily_job_faults(question_, settings));
+    append(outlook_.causes, find_unusable_log(question_, settings));
     const auto online =
         question_.online ? refresh_online(question_, configuration_, settings) : Online_Refresh{};
     if (online.lists) {
       use_lists_(*online.lists);
     }
+    const auto log = upgrade_log_of(settings);
     const path archives = question_.private_directory / "archives";
     auto trial = try_upgrade(question_, configuration_, settings, installed, units, archives);
     outlook_.offered = trial.offered;
@@ -157,9 +154,9 @@ class Search {
     }
     append(outlook_.causes, std::move(trial.causes));
     append(outlook_.causes, find_periodic_delays(question_, settings, units));
-    append(outlook_.causes, find_full_disks(question_, trial.room));
+    append(outlook_.causes, find_full_disks(question_, trial.room, log.directory));
     if (trial.newer_is_offered) {
-      append(outlook_.causes, find_failed_upgrade(question_, trial.offered, trial.is_downloaded));
+      append(outlook_.causes, find_failed_upgrade(question_, log, trial.offered, trial.is_downloaded));
     }
     judge_refresh_(online, trial, archives, units, settings);
   }
@@ -241,7 +238,7 @@ std::vector<path> inputs() {
           "/var/lib/apt/periodic",
           "/var/lib/dpkg/status",
           "/var/lib/dpkg/updates",
-          "/var/log/unattended-upgrades/unattended-upgrades.log",
+          Upgrade_Log().file,
           "/usr/bin/unattended-upgrade"};
 }
 

@@ -143,6 +143,14 @@ std::string APT_Settings::without(const std::optional<Place>& place, const std::
              : otherwise;
 }
 
+path directory_named(const std::string& value) {
+  path directory = value;
+  if (!directory.is_absolute()) {
+    directory = path("/") / directory;
+  }
+  return directory.filename() == "." ? directory.parent_path() : directory;
+}
+
 bool is_kept_by_library(const path& file) {
   const auto& names = APT_Constants::UNATTENDED_UPGRADE_SERVICE_FILENAMES;
   return file == Repository_Pin::FILE || file == APT_Constants::SOURCE_LIST_PATH ||

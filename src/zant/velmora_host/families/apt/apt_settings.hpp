@@ -59,6 +59,10 @@ class APT_Settings {
   std::vector<File> files_;
 };
 
+/// The directory that a setting names, without a "/" at its end. APT's own defaults have none in front
+/// either.
+boost::filesystem::path directory_named(const std::string& value);
+
 /// Whether the library keeps a file: an edit of it is undone by its next cycle.
 bool is_kept_by_library(const boost::filesystem::path& file);
 

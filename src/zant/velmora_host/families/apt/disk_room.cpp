@@ -96,13 +96,14 @@ Causes find_missing_archives(const Outlook_Question& question, const std::string
                    fmt::format("mkdir -p {0} && chown _apt {0}", quoted(partial)))};
 }
 
-Causes find_low_rooms(const Outlook_Question& question, const Needed_Room& needed) {
+Causes find_low_rooms(const Outlook_Question& question, const Needed_Room& needed,
+                      const boost::filesystem::path& log) {
   const std::vector<Room> rooms = {{"/usr", needed.installed + MEGABYTE},
                                    {needed.archives, needed.download + MEGABYTE / 4},
                                    {"/var/lib/dpkg", MEGABYTE},
                                    {"/var/lib/apt/lists", MEGABYTE / 4},
                                    {"/var/log", MEGABYTE / 16},
-                                   {"/var/log/unattended-upgrades", MEGABYTE / 128},
+                                   {log.string(), MEGABYTE / 128},
                                    {"/tmp", MEGABYTE / 16}};
   const auto mounts = question.services.filesystem->read_file(MOUNTS, velmora::Read_Flag::WHOLE_TEXT);
   std::set<std::string> told_mounts;
@@ -125,22 +126,11 @@ Causes find_low_rooms(const Outlook_Question& question, const Needed_Room& neede
 
 }  // namespace
 
-Causes find_full_disks(const Outlook_Question& question, const Needed_Room& needed) {
-  Causes causes = find_low_rooms(question, needed);
+Causes find_full_disks(const Outlook_Question& question, const Needed_Room& needed,
+                       const boost::filesystem::path& log) {
+  Causes causes = find_low_rooms(question, needed, log);
   append(causes, find_missing_archives(question, needed.archives));
   return causes;
-}
-
-Causes find_missing_state(const Outlook_Question& question, const std::string& state_directory) {
-  const std::string query = fmt::format("test -d {}", quoted(state_directory));
-  if (ask(question, query).exit_code != 1) {
-    return {};
-  }
-  return {
-      blocks("apt.state_missing",
-             fmt::format("the directory of APT's state, {}, is not there, and its daily jobs cannot begin",
-                         state_directory),
-             query, fmt::format("mkdir -p {0}/lists/partial {0}/periodic", quoted(state_directory)))};
 }
 
 }  // namespace zant::velmora_host::apt_outlook

@@ -2,6 +2,8 @@
 
 #include <zant/velmora_host/families/upgrade_outlook.hpp>
 
+#include <boost/filesystem/path.hpp>
+
 #include <cstdint>
 #include <string>
 
@@ -15,10 +17,9 @@ struct Needed_Room {
 };
 
 /// File systems that are full or cannot be written, of those that a refresh and an upgrade write to.
-Causes find_full_disks(const Outlook_Question& question, const Needed_Room& needed);
-
-/// A missing directory of APT's state, in which its daily jobs take their lock. Other commands of APT's make
-/// it anew.
-Causes find_missing_state(const Outlook_Question& question, const std::string& state_directory);
+///
+/// @param log the directory of unattended-upgrade's log.
+Causes find_full_disks(const Outlook_Question& question, const Needed_Room& needed,
+                       const boost::filesystem::path& log);
 
 }  // namespace zant::velmora_host::apt_outlook

@@ -15,14 +15,12 @@ namespace zant::velmora_host::apt_outlook {
 namespace {
 
 using boost::algorithm::contains;
+using boost::filesystem::path;
 using velmora::Package_Constants::PACKAGE_NAME;
 
-constexpr const char* LOG = "/var/log/unattended-upgrades/unattended-upgrades.log";
-constexpr const char* DPKG_LOG = "/var/log/unattended-upgrades/unattended-upgrades-dpkg.log";
-
 // The lines since the last one that has the mark.
-std::vector<std::string> last_part(const Outlook_Question& question, const char* log, const char* mark) {
-  const auto answer = ask(question, fmt::format("tail --bytes=65536 {}", log));
+std::vector<std::string> last_part(const Outlook_Question& question, const path& log, const char* mark) {
+  const auto answer = ask(question, fmt::format("tail --bytes=65536 {}", quoted(log.string())));
   if (!answer.succeeded()) {
     return {};
   }
@@ -33,8 +31,8 @@ std::vector<std::string> last_part(const Outlook_Question& question, const char*
                                : std::vector(std::prev(begin.base()), lines.end());
 }
 
-std::string joined(const char* log, const std::vector<std::string>& lines) {
-  return told(log, boost::algorithm::join(lines, "\n"));
+std::string joined(const path& log, const std::vector<std::string>& lines) {
+  return told(log.string(), boost::algorithm::join(lines, "\n"));
 }
 
 bool names_version(const std::vector<std::string>& lines, const std::string& version) {
@@ -58,8 +56,8 @@ std::vector<std::string> errors_of(const std::vector<std::string>& lines) {
   return errors;
 }
 
-Causes find_failed_package(const Outlook_Question& question, const std::string& offered) {
-  const auto lines = last_part(question, DPKG_LOG, "Log started:");
+Causes find_failed_package(const Outlook_Question& question, const path& log, const std::string& offered) {
+  const auto lines = last_part(question, log, "Log started:");
   const auto errors = errors_of(lines);
   const bool is_ours = std::any_of(errors.begin(), errors.end(), [](const std::string& line) {
     return contains(line, "error processing") && contains(line, PACKAGE_NAME);
@@ -76,16 +74,16 @@ Causes find_failed_package(const Outlook_Question& question, const std::string& 
                fmt::format("a script of {} {} itself failed when it was last installed, and will again until "
                            "its reason is gone",
                            PACKAGE_NAME, offered),
-               joined(DPKG_LOG, errors),
+               joined(log, errors),
                "Put right what the script complains of, or ask the vendor for a version that installs")};
   }
   return {blocks("package.install_failed",
                  fmt::format("dpkg could not install {} {} in the last run", PACKAGE_NAME, offered),
-                 joined(DPKG_LOG, errors), "Put right what dpkg complains of")};
+                 joined(log, errors), "Put right what dpkg complains of")};
 }
 
-Causes find_prompt(const Outlook_Question& question) {
-  const auto lines = last_part(question, LOG, "Starting unattended upgrades script");
+Causes find_prompt(const Outlook_Question& question, const path& log) {
+  const auto lines = last_part(question, log, "Starting unattended upgrades script");
   const auto found = std::find_if(lines.begin(), lines.end(), [](const std::string& line) {
     return contains(line, fmt::format("Package {} has conffile prompt", PACKAGE_NAME));
   });
@@ -97,15 +95,15 @@ Causes find_prompt(const Outlook_Question& question) {
              fmt::format("the next version of {} changes a file of configuration that was changed here too, "
                          "and nobody is there to answer the question",
                          PACKAGE_NAME),
-             told(LOG, *found),
+             told(log.string(), *found),
              fmt::format("apt-get install --assume-yes -o DPkg::Options::=--force-confdef "
                          "-o DPkg::Options::=--force-confold {}",
                          PACKAGE_NAME))};
 }
 
 // It tried, and something else than the package failed: a hook, or dpkg as a whole.
-Causes find_errors(const Outlook_Question& question) {
-  const auto lines = last_part(question, LOG, "Starting unattended upgrades script");
+Causes find_errors(const Outlook_Question& question, const path& log) {
+  const auto lines = last_part(question, log, "Starting unattended upgrades script");
   const auto tried = std::find_if(lines.begin(), lines.end(), [](const std::string& line) {
     return contains(line, "Packages that will be upgraded:") && contains(line, PACKAGE_NAME);
   });
@@ -118,15 +116,16 @@ Causes find_errors(const Outlook_Question& question) {
   return {obscures(
       "upgrades.failed",
       fmt::format("unattended-upgrade tried to upgrade {} in its last run, and failed", PACKAGE_NAME),
-      joined(LOG, errors), "Put right what unattended-upgrade complains of")};
+      joined(log, errors), "Put right what unattended-upgrade complains of")};
 }
 
 }  // namespace
 
-Causes find_failed_upgrade(const Outlook_Question& question, const std::string& offered, bool is_downloaded) {
-  Causes causes = is_downloaded ? Causes{} : find_prompt(question);
-  append(causes, find_failed_package(question, offered));
-  return causes.empty() ? find_errors(question) : causes;
+Causes find_failed_upgrade(const Outlook_Question& question, const Upgrade_Log& log,
+                           const std::string& offered, bool is_downloaded) {
+  Causes causes = is_downloaded ? Causes{} : find_prompt(question, log.file);
+  append(causes, find_failed_package(question, log.dpkg_file, offered));
+  return causes.empty() ? find_errors(question, log.file) : causes;
 }
 
 }  // namespace zant::velmora_host::apt_outlook

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <zant/velmora_host/families/apt/upgrade_log.hpp>
 #include <zant/velmora_host/families/upgrade_outlook.hpp>
 
 #include <string>
@@ -11,6 +12,7 @@ namespace zant::velmora_host::apt_outlook {
 /// @param offered       a version newer than the installed one.
 /// @param is_downloaded whether its package lies on the host: what it asks is then known better than from a
 /// log.
-Causes find_failed_upgrade(const Outlook_Question& question, const std::string& offered, bool is_downloaded);
+Causes find_failed_upgrade(const Outlook_Question& question, const Upgrade_Log& log,
+                           const std::string& offered, bool is_downloaded);
 
 }  // namespace zant::velmora_host::apt_outlook

@@ -27,9 +27,10 @@ class DiskRoom : public Outlook_Example {
     answers("df --block-size=1 --output=itotal,iavail,avail,target '" + directory + "'", exit_code, words);
   }
 
-  Causes found() { return find_full_disks(question, needed); }
+  Causes found() { return find_full_disks(question, needed, log); }
 
   Needed_Room needed;
+  boost::filesystem::path log = "/var/log/unattended-upgrades";
 };
 
 TEST_F(DiskRoom, IsEnoughOnAHealthyHost) {
@@ -105,16 +106,11 @@ TEST_F(DiskRoom, MustHoldTheLogOfUnattendedUpgrades) {
 
   has_room("/var/log/unattended-upgrades", room("9000", "8192", "/var/log/unattended-upgrades"));
   EXPECT_THAT(found(), IsEmpty());
-}
 
-TEST_F(DiskRoom, IsOfNoUseWithoutTheDirectoryOfAPTsState) {
-  answers("test -d '/var/lib/apt'", 1);
-  const auto causes = find_missing_state(question, "/var/lib/apt");
-  ASSERT_THAT(codes(causes), ElementsAre("blocks apt.state_missing"));
-  EXPECT_EQ(causes[0].remedy, "mkdir -p '/var/lib/apt'/lists/partial '/var/lib/apt'/periodic");
-
-  answers("test -d '/var/lib/apt'", 0);
-  EXPECT_THAT(find_missing_state(question, "/var/lib/apt"), IsEmpty());
+  has_room("/srv/log", room("9000", "8191", "/srv/log"));
+  EXPECT_THAT(found(), IsEmpty());
+  log = "/srv/log";
+  EXPECT_THAT(codes(found()), ElementsAre("blocks disk.full"));
 }
 
 TEST_F(DiskRoom, IsNotThereWhereTheDirectoryIsNot) {

@@ -20,9 +20,9 @@ constexpr const char* TRIED =
 class LastRun : public Outlook_Example {
  protected:
   Causes found(const std::string& log, const std::string& dpkg_log, bool is_downloaded = false) {
-    answers("tail --bytes=65536 /var/log/unattended-upgrades/unattended-upgrades.log", 0, log);
-    answers("tail --bytes=65536 /var/log/unattended-upgrades/unattended-upgrades-dpkg.log", 0, dpkg_log);
-    return find_failed_upgrade(question, "2.0", is_downloaded);
+    answers("tail --bytes=65536 '/var/log/unattended-upgrades/unattended-upgrades.log'", 0, log);
+    answers("tail --bytes=65536 '/var/log/unattended-upgrades/unattended-upgrades-dpkg.log'", 0, dpkg_log);
+    return find_failed_upgrade(question, Upgrade_Log(), "2.0", is_downloaded);
   }
 };
 
