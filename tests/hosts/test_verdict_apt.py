@@ -266,6 +266,7 @@ NEEDS_AUX = Contents(fields="Depends: zant-aux (>= 2)\n")
 
 DPKG = [
     Story("a file of dpkg's configuration that it cannot read", "dpkg.fails", file("/etc/dpkg/dpkg.cfg.d/local", "nonsense"), "/etc/dpkg/dpkg.cfg.d/local:1: unknown option", ahead=True),
+    Story("a dpkg that only tells what it would do", "dpkg.fails", file("/etc/dpkg/dpkg.cfg.d/local", "# ours\nno-act"), "/etc/dpkg/dpkg.cfg.d/local:2: no-act", ahead=True),
     Story("an owner of files that is gone", "dpkg.fails", file("/var/lib/dpkg/statoverride", "gone root 0755 /usr/bin/gone"), "unknown system user 'gone'", ahead=True),
     Story("the package unpacked only", "package.half_installed", status_of(PACKAGE, "install ok unpacked"), "|unpacked", ahead=True, effect_is_seen=False),
     Story("another package half installed", "dpkg.half_installed", other_package(status_of("zant-aux", "install reinstreq half-installed")), "zant-aux needs to be reinstalled", lambda site: site.install_package("3.0", "zant-aux"), ahead=True),
@@ -286,6 +287,7 @@ DPKG = [
     Story("a night that failed", "run.failed", f"chmod 0644 {PROGRAM}; systemctl start apt-daily-upgrade.service; chmod 0755 {PROGRAM}", "Result=exit-code", ahead=True, verdict="cannot_be_told", effect_is_seen=False),
     Story("a file of another package", "package.install_failed", file_of_another_package, "trying to overwrite", lambda site: site.host.run("dpkg --purge zant-aux"), contents=Contents(files={"/usr/share/velmora": "ours\n"})),
     Story("a hook that fails", "upgrades.failed", setting('DPkg::Pre-Invoke {"exit 1";};'), "ERROR", lambda site: site.host.run(f"rm {APT_CONFIGURATION}/99local"), verdict="cannot_be_told"),
+    Story("a /tmp that only root may use", "apt.temporary_directory_closed", "chmod 0700 /tmp", "drwx------", ahead=True),
     Story("the directory of APT's state removed", "apt.state_missing", "rm --recursive /var/lib/apt", "test -d '/var/lib/apt'", ahead=True),
     Story("a full file system for the log", "disk.full", "mount -t tmpfs -o size=4k tmpfs /var/log/unattended-upgrades", "/var/log/unattended-upgrades", lambda site: site.host.run("umount /var/log/unattended-upgrades"), ahead=True),
     Story("downloads to a directory that is not there", "archives.missing", setting('Dir::Cache::archives "/var/cache/apt/elsewhere/";'), "/var/cache/apt/elsewhere/partial", ahead=True, verdict="cannot_be_told", effect_is_seen=False),
@@ -338,6 +340,12 @@ REPOSITORY = [
 ]
 
 STORIES = [*CONFIGURATION, *BROKEN, *UNITS, *DPKG, *REPOSITORY, *VENDOR]
+
+
+# Older releases have every command of APT's fail.
+SINCE_TRIXIE = [
+    Story("the repository in another list, with another key", "repository.listed_with_another_key", file("/etc/apt/sources.list.d/aaa.list", "deb [signed-by=/nonexistent.gpg] http://repo.velmora.test/velmora-apt-repo/ systemd-production main"), "/etc/apt/sources.list.d/aaa.list: deb [signed-by=/nonexistent.gpg]", lambda site: site.host.run("rm /etc/apt/sources.list.d/aaa.list"), online=True),
+]
 
 
 class StoryTeller:
@@ -475,6 +483,16 @@ def teller_with_https(open_shared_site):
 @pytest.mark.parametrize("story", SECURE, ids=lambda story: story.name.replace(" ", "-"))
 def test_why_it_does_not_upgrade_over_https_and_what_helps(teller_with_https, story):
     tell_and_clean_up(teller_with_https, story)
+
+
+@pytest.fixture(scope="module")
+def teller_on_trixie(open_shared_site):
+    return StoryTeller(open_shared_site, "trixie")
+
+
+@pytest.mark.parametrize("story", SINCE_TRIXIE, ids=lambda story: story.name.replace(" ", "-"))
+def test_why_it_does_not_upgrade_since_trixie_and_what_helps(teller_on_trixie, story):
+    tell_and_clean_up(teller_on_trixie, story)
 
 
 def assert_healthy(site, *options):

@@ -110,6 +110,7 @@ class Search {
     append(outlook_.causes, installed.causes);
     append(outlook_.causes, find_interrupted_work(question_));
     append(outlook_.causes, find_dpkg_faults(question_));
+    append(outlook_.causes, find_simulating_dpkg(question_));
     append(outlook_.causes, find_held_locks(question_));
     append(outlook_.causes, units.causes);
     const auto health = find_apt_health(question_, configuration_);
@@ -139,6 +140,8 @@ class Search {
     append(outlook_.causes, find_periodic_switches(settings));
     append(outlook_.causes, find_daily_job_faults(question_, settings));
     append(outlook_.causes, find_unusable_log(question_, settings));
+    append(outlook_.causes,
+           find_closed_temporary_directory(question_, settings.value("APT::Sandbox::User").value_or("_apt")));
     const auto online =
         question_.online ? refresh_online(question_, configuration_, settings) : Online_Refresh{};
     if (online.lists) {

@@ -14,6 +14,8 @@ namespace {
 
 constexpr auto MEGABYTE = std::uint64_t{1024} * 1024;
 constexpr std::uint64_t LEAST_INODES = 20;
+constexpr std::uint64_t INODES_OF_LOG = 2;
+constexpr int NOT_ALLOWED = 3;
 constexpr const char* USUAL_PARTIAL = "/var/cache/apt/archives/partial";
 
 // As the host's first process sees them: what this one sees may be a view of its own.
@@ -22,6 +24,7 @@ constexpr const char* MOUNTS = "/proc/1/mounts";
 struct Room {
   std::string directory;
   std::uint64_t bytes;
+  std::uint64_t inodes = LEAST_INODES;
 };
 
 struct Free {
@@ -76,7 +79,7 @@ Causes judge(const Room& room, const Free& free, const std::string& mounts, cons
                                free.bytes / 1024, room.bytes / 1024),
                    evidence, fmt::format("Make room on the file system of {}", free.mount))};
   }
-  if (free.inodes_in_all > 0 && free.inodes < LEAST_INODES) {
+  if (free.inodes_in_all > 0 && free.inodes < room.inodes) {
     return {blocks("disk.full",
                    fmt::format("the file system of {} has no room for more files", room.directory), evidence,
                    fmt::format("Remove files from the file system of {}", free.mount))};
@@ -103,7 +106,7 @@ Causes find_low_rooms(const Outlook_Question& question, const Needed_Room& neede
                                    {"/var/lib/dpkg", MEGABYTE},
                                    {"/var/lib/apt/lists", MEGABYTE / 4},
                                    {"/var/log", MEGABYTE / 16},
-                                   {log.string(), MEGABYTE / 128},
+                                   {log.string(), MEGABYTE / 128, INODES_OF_LOG},
                                    {"/tmp", MEGABYTE / 16}};
   const auto mounts = question.services.filesystem->read_file(MOUNTS, velmora::Read_Flag::WHOLE_TEXT);
   std::set<std::string> told_mounts;
@@ -131,6 +134,18 @@ Causes find_full_disks(const Outlook_Question& question, const Needed_Room& need
   Causes causes = find_low_rooms(question, needed, log);
   append(causes, find_missing_archives(question, needed.archives));
   return causes;
+}
+
+Causes find_closed_temporary_directory(const Outlook_Question& question, const std::string& user) {
+  const std::string query = fmt::format(
+      "setpriv --reuid={} --regid=nogroup --clear-groups sh -c 'test -w /tmp && test -x /tmp || exit {}'",
+      quoted(user), NOT_ALLOWED);
+  if (ask(question, query).exit_code != NOT_ALLOWED) {
+    return {};
+  }
+  return {blocks("apt.temporary_directory_closed",
+                 fmt::format("APT's own user, {}, may not write into /tmp, and can check no signature", user),
+                 told("ls -ld /tmp", ask(question, "ls -ld /tmp").words), "chmod 1777 /tmp")};
 }
 
 }  // namespace zant::velmora_host::apt_outlook

@@ -22,4 +22,9 @@ struct Needed_Room {
 Causes find_full_disks(const Outlook_Question& question, const Needed_Room& needed,
                        const boost::filesystem::path& log);
 
+/// A /tmp that APT's own user cannot write into, which checks signatures there.
+///
+/// @param user as APT's settings have it.
+Causes find_closed_temporary_directory(const Outlook_Question& question, const std::string& user);
+
 }  // namespace zant::velmora_host::apt_outlook

@@ -1,5 +1,6 @@
 #include <zant/velmora_host/families/apt/dpkg_state.hpp>
 
+#include <zant/velmora_host/families/apt/apt_settings.hpp>
 #include <zant/velmora_host/families/apt/outlook_tools.hpp>
 
 #include <zant/velmora/package_minder/package_constants.hpp>
@@ -40,6 +41,23 @@ std::string remedy_for_fault(const std::string& words) {
                        match[2].str());
   }
   return "Put right what dpkg complains of";
+}
+
+// Line by line, without the hyphens that the options have elsewhere.
+std::optional<Place> find_simulation_option(Host_Filesystem& filesystem) {
+  static const std::regex OPTION("\\s*(no-act|dry-run|simulate)\\s*");
+  auto files = filesystem.list_files("/etc/dpkg/dpkg.cfg.d", "");
+  std::sort(files.begin(), files.end());
+  files.insert(files.begin(), "/etc/dpkg/dpkg.cfg");
+  for (const auto& file : files) {
+    const auto lines = lines_of(filesystem.read_file(file, velmora::Read_Flag::WHOLE_TEXT));
+    const auto found = std::find_if(lines.begin(), lines.end(),
+                                    [](const std::string& line) { return std::regex_match(line, OPTION); });
+    if (found != lines.end()) {
+      return Place{file, static_cast<std::size_t>(found - lines.begin()) + 1, *found};
+    }
+  }
+  return std::nullopt;
 }
 
 bool is_number(const std::string& text) {
@@ -90,6 +108,26 @@ Causes find_dpkg_faults(const Outlook_Question& question) {
   }
   return {blocks("dpkg.fails", "dpkg cannot begin to install anything",
                  told("dpkg --no-act --unpack", answer.words), remedy_for_fault(answer.words))};
+}
+
+Causes find_simulating_dpkg(const Outlook_Question& question) {
+  const std::string directory = (question.private_directory / "dpkg").string();
+  const std::string script = fmt::format(
+      "mkdir -p {0}/updates {0}/info && : > {0}/status && : > {0}/available && "
+      "printf 'Package: question\\nVersion: 1\\nArchitecture: all\\nMaintainer: nobody\\nDescription: "
+      "none\\n' > "
+      "{0}/question && dpkg --admindir={0} --log=/dev/null --update-avail {0}/question && test ! -s "
+      "{0}/available",
+      quoted(directory));
+  const auto answer = ask(question, fmt::format("sh -c {}", quoted(script)));
+  if (!answer.succeeded()) {
+    return {};
+  }
+  const auto place = find_simulation_option(*question.services.filesystem);
+  return {blocks("dpkg.fails", "dpkg only tells what it would do, and installs nothing",
+                 place ? place->evidence() : told("dpkg --update-avail", "nothing was written"),
+                 place ? fmt::format("sed -i {}d {}", place->line, quoted(place->file.string()))
+                       : "Take the option no-act out of dpkg's configuration")};
 }
 
 Causes find_interrupted_work(const Outlook_Question& question) {

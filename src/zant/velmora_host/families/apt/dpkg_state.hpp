@@ -18,6 +18,10 @@ Installed_Package find_installed_package(const Outlook_Question& question);
 /// Why dpkg cannot begin to install anything; it is asked to unpack an empty file without acting.
 Causes find_dpkg_faults(const Outlook_Question& question);
 
+/// A dpkg whose configuration has it act on nothing, which neither it nor APT says. It is asked to write into
+/// a database of its own.
+Causes find_simulating_dpkg(const Outlook_Question& question);
+
 /// What an interrupted dpkg has left, and packages that it has not finished.
 Causes find_interrupted_work(const Outlook_Question& question);
 

@@ -3,18 +3,25 @@
 #include <zant/velmora_host/families/apt/outlook_tools.hpp>
 #include <zant/velmora_host/families/apt/planned_configuration.hpp>
 #include <zant/velmora_host/families/apt/refresh_state.hpp>
+#include <zant/velmora_host/families/apt/source_lists.hpp>
 #include <zant/velmora_host/services/command_service.hpp>
 
 #include <zant/velmora/apt/apt_constants.hpp>
+#include <zant/velmora/apt/apt_repo_config.hpp>
 #include <zant/velmora/package_minder/package_constants.hpp>
 
 #include <Poco/Exception.h>
 #include <Poco/URI.h>
 #include <fmt/format.h>
+#include <boost/algorithm/string/trim.hpp>
 
+#include <algorithm>
 #include <array>
+#include <map>
 #include <regex>
+#include <set>
 #include <string_view>
+#include <tuple>
 #include <vector>
 
 namespace zant::velmora_host::apt_outlook {
@@ -231,6 +238,56 @@ std::string site_in(const std::string& list) {
   return is_plain ? site : "";
 }
 
+std::vector<Other_Entry> other_entries_of(const Outlook_Question& question) {
+  const auto& [settings, services] = std::tie(question.settings, question.services);
+  const velmora::APT_Repo_Config repo(services.system, settings.configuration(), settings.staging_directory(),
+                                      question.init);
+  return find_other_entries(*services.filesystem, repo.source_list.url, repo.source_list.channel);
+}
+
+// What the host's own refreshes read of this repository. With entries of other lists APT makes one of them
+// all, in the order of their files.
+std::string sources_of(const Outlook_Question& question, const path& source,
+                       const std::vector<Other_Entry>& others) {
+  if (others.empty()) {
+    return fmt::format("-o Dir::Etc::sourcelist={} -o Dir::Etc::sourceparts=/dev/null",
+                       quoted(source.string()));
+  }
+  auto& filesystem = *question.services.filesystem;
+  const path directory = question.private_directory / "sources";
+  std::map<path, std::string> files = {{directory / path(APT_Constants::SOURCE_LIST_PATH).filename(),
+                                        filesystem.read_file(source, velmora::Read_Flag::WHOLE_TEXT)}};
+  for (const auto& entry : others) {
+    const bool is_first = entry.file == "/etc/apt/sources.list";
+    files[directory / (is_first ? path("0.list") : entry.file.filename())] += entry.text + "\n";
+  }
+  filesystem.create_directories(directory);
+  for (const auto& [file, text] : files) {
+    filesystem.write_file(file, text, velmora::Write_Flag::REPLACE);
+  }
+  return fmt::format("-o Dir::Etc::sourcelist=/dev/null -o Dir::Etc::sourceparts={}/",
+                     quoted(directory.string()));
+}
+
+// APT checks the repository with the key of another list then.
+std::optional<Cause> find_another_key(const std::vector<Other_Entry>& others, const Cause& cause) {
+  static const std::set<std::string> of_signature = {"repository.signature_refused", "repository.not_signed",
+                                                     "repository.refresh_failed"};
+  const auto entry = std::find_if(others.begin(), others.end(),
+                                  [](const Other_Entry& other) { return other.has_key_of_its_own; });
+  if (entry == others.end() || !of_signature.contains(cause.code)) {
+    return std::nullopt;
+  }
+  return blocks(
+      "repository.listed_with_another_key",
+      fmt::format("{} lists the repository too, with a key of its own (signed-by), and APT does not "
+                  "accept the repository's signature",
+                  entry->file.string()),
+      fmt::format("{}: {}\n{}", entry->file.string(), boost::algorithm::trim_copy(entry->text),
+                  cause.evidence),
+      fmt::format("Remove the repository from {}: package-minder registers it", entry->file.string()));
+}
+
 }  // namespace
 
 Online_Refresh refresh_online(const Outlook_Question& question, const path& configuration,
@@ -242,15 +299,15 @@ Online_Refresh refresh_online(const Outlook_Question& question, const path& conf
   if (site.empty() || !prepare_lists(question, lists, site)) {
     return {};
   }
+  const auto others = other_entries_of(question);
   const auto answer =
       ask(question,
           fmt::format(
-              "{}apt-get -c {} -o Dir::State::lists={}/ -o Dir::Etc::sourcelist={} -o "
-              "Dir::Etc::sourceparts=/dev/null "
-              "-o APT::Get::List-Cleanup=false -o APT::Update::Error-Mode=any -o Acquire::Languages=none "
+              "{}apt-get -c {} -o Dir::State::lists={}/ {} -o APT::Get::List-Cleanup=false -o "
+              "APT::Update::Error-Mode=any -o Acquire::Languages=none "
               "-o Acquire::Retries=0 -o Acquire::http::Timeout=8 -o Acquire::https::Timeout=8 --quiet update",
               with_planned_configuration(question), quoted(configuration.string()), quoted(lists.string()),
-              quoted(source.string())),
+              sources_of(question, source, others)),
           REFRESH_LIMIT);
   // These are warnings to APT, which then goes on with what it knew before.
   const bool lacks = answer.words.find("Skipping acquire of configured file") != std::string::npos ||
@@ -258,7 +315,8 @@ Online_Refresh refresh_online(const Outlook_Question& question, const path& conf
   if (answer.succeeded() && !lacks) {
     return {lists, {}};
   }
-  return {std::nullopt, {meaning_of(question, answer, settings)}};
+  const auto cause = meaning_of(question, answer, settings);
+  return {std::nullopt, {find_another_key(others, cause).value_or(cause)}};
 }
 
 Causes find_missing_package(const Outlook_Question& question, const path& configuration,

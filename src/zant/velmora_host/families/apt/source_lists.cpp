@@ -15,6 +15,7 @@
 #include <array>
 #include <map>
 #include <sstream>
+#include <utility>
 #include <vector>
 
 namespace zant::velmora_host {
@@ -27,6 +28,7 @@ struct Listing {
   std::vector<std::string> urls;
   std::vector<std::string> suites;
   bool has_key_of_its_own = false;
+  std::string text = {};
 };
 
 std::vector<std::string> words_of(const std::string& text) {
@@ -55,7 +57,7 @@ std::vector<Listing> listings_of_one_line_format(const std::string& text) {
     if (rest.size() >= 2) {
       const bool has_key =
           has_options && boost::algorithm::icontains(line.substr(0, options_end), "signed-by=");
-      listings.push_back({{rest[0]}, {rest[1]}, has_key});
+      listings.push_back({{rest[0]}, {rest[1]}, has_key, line + "\n"});
     }
   }
   return listings;
@@ -85,6 +87,7 @@ Listing listing_of(const Stanza& stanza) {
 std::vector<Listing> listings_of_stanza_format(const std::string& text) {
   std::vector<Listing> listings;
   Stanza stanza;
+  std::string stanza_text;
   std::string last_field;
   auto lines = lines_of(text);
   lines.emplace_back();
@@ -92,10 +95,15 @@ std::vector<Listing> listings_of_stanza_format(const std::string& text) {
     const std::size_t separator = line.find(':');
     if (boost::algorithm::trim_copy(line).empty()) {
       listings.push_back(listing_of(stanza));
+      listings.back().text = std::exchange(stanza_text, "");
       stanza.clear();
-    } else if (line.front() == '#') {
       continue;
-    } else if (line.front() == ' ' || line.front() == '\t') {
+    }
+    stanza_text += line + "\n";
+    if (line.front() == '#') {
+      continue;
+    }
+    if (line.front() == ' ' || line.front() == '\t') {
       stanza[last_field] += line;
     } else if (separator != std::string::npos) {
       last_field = boost::algorithm::to_lower_copy(line.substr(0, separator));
@@ -124,9 +132,10 @@ std::vector<Listing> listings_of(velmora::Filesystem& filesystem, const path& fi
 Finding other_apt_listing(const path& file, bool has_key_of_its_own) {
   const char* const remedy = "remove the repository from that file: package-minder registers it";
   if (has_key_of_its_own) {
-    return {file.string(),
-            "lists the same repository with a key of its own (signed-by): every APT command fails", remedy,
-            "repository.listed_with_another_key"};
+    return {
+        file.string(),
+        "lists the same repository with a key of its own (signed-by): APT fails, or checks it with that key",
+        remedy, "repository.listed_with_another_key"};
   }
   return {file.string(), "lists the same repository a second time", remedy, "repository.listed_twice"};
 }
@@ -138,16 +147,25 @@ bool holds_url(const std::vector<std::string>& urls, const std::string& url) {
                      [&url](const std::string& candidate) { return is_same_address(candidate, url); });
 }
 
-Findings find_other_source_lists(velmora::Filesystem& filesystem, const std::string& url,
-                                 const std::string& suite) {
-  Findings findings;
+std::vector<Other_Entry> find_other_entries(velmora::Filesystem& filesystem, const std::string& url,
+                                            const std::string& suite) {
+  std::vector<Other_Entry> entries;
   for (const auto& file : other_source_lists(filesystem)) {
     for (const auto& listing : listings_of(filesystem, file)) {
       const auto& suites = listing.suites;
       if (holds_url(listing.urls, url) && std::find(suites.begin(), suites.end(), suite) != suites.end()) {
-        findings.push_back(other_apt_listing(file, listing.has_key_of_its_own));
+        entries.push_back({file, listing.text, listing.has_key_of_its_own});
       }
     }
+  }
+  return entries;
+}
+
+Findings find_other_source_lists(velmora::Filesystem& filesystem, const std::string& url,
+                                 const std::string& suite) {
+  Findings findings;
+  for (const auto& entry : find_other_entries(filesystem, url, suite)) {
+    findings.push_back(other_apt_listing(entry.file, entry.has_key_of_its_own));
   }
   return findings;
 }

@@ -12,6 +12,18 @@
 
 namespace zant::velmora_host {
 
+/// What another source list of the host says of this repository.
+struct Other_Entry {
+  boost::filesystem::path file;
+  std::string text;  ///< as it stands in the file
+  bool has_key_of_its_own = false;
+};
+
+/// Every entry of other source lists of the host that lists this repository too, in the order in which APT
+/// reads them. Entries that are switched off do not count.
+std::vector<Other_Entry> find_other_entries(velmora::Filesystem& filesystem, const std::string& url,
+                                            const std::string& suite);
+
 /// Other source lists of the host that list this repository too: with another key than ours every APT command
 /// fails, else APT warns. Entries that are switched off do not count.
 Findings find_other_source_lists(velmora::Filesystem& filesystem, const std::string& url,

@@ -107,6 +107,12 @@ TEST_F(DiskRoom, MustHoldTheLogOfUnattendedUpgrades) {
   has_room("/var/log/unattended-upgrades", room("9000", "8192", "/var/log/unattended-upgrades"));
   EXPECT_THAT(found(), IsEmpty());
 
+  has_room("/var/log/unattended-upgrades", room("2", "8192", "/var/log/unattended-upgrades"));
+  EXPECT_THAT(found(), IsEmpty()) << "it has two files";
+  has_room("/var/log/unattended-upgrades", room("1", "8192", "/var/log/unattended-upgrades"));
+  EXPECT_THAT(codes(found()), ElementsAre("blocks disk.full"));
+  has_room("/var/log/unattended-upgrades", room("2", "8192", "/var/log/unattended-upgrades"));
+
   has_room("/srv/log", room("9000", "8191", "/srv/log"));
   EXPECT_THAT(found(), IsEmpty());
   log = "/srv/log";
@@ -126,6 +132,24 @@ TEST_F(DiskRoom, IsNotThereWhereTheDirectoryIsNot) {
   needed.archives = "/var/cache/apt/archives/";
   answers("test -d *", 1);
   EXPECT_THAT(found(), IsEmpty()) << "APT makes its usual one";
+}
+
+TEST_F(DiskRoom, IsClosedToAPTsOwnUser) {
+  const std::string as_user =
+      "setpriv --reuid='_apt' --regid=nogroup --clear-groups sh -c 'test -w /tmp && "
+      "test -x /tmp || exit 3'";
+  for (const int exit_code : {0, 1, 127}) {
+    answers(as_user, exit_code);
+    EXPECT_THAT(find_closed_temporary_directory(question, "_apt"), IsEmpty()) << exit_code;
+  }
+
+  answers(as_user, 3);
+  answers("ls -ld /tmp", 0, "drwx------ 2 root root 40 /tmp\n");
+  const auto causes = find_closed_temporary_directory(question, "_apt");
+  ASSERT_THAT(codes(causes), ElementsAre("blocks apt.temporary_directory_closed"));
+  EXPECT_EQ(causes[0].message, "APT's own user, _apt, may not write into /tmp, and can check no signature");
+  EXPECT_EQ(causes[0].evidence, "ls -ld /tmp: drwx------ 2 root root 40 /tmp");
+  EXPECT_EQ(causes[0].remedy, "chmod 1777 /tmp");
 }
 
 }  // namespace

@@ -92,5 +92,23 @@ TEST_F(DpkgState, IsAskedWhetherItCanBegin) {
       "sed -i '/^[^ ]* x /d' /var/lib/dpkg/statoverride");
 }
 
+TEST_F(DpkgState, NamesTheOptionThatHasItActOnNothing) {
+  answers("sh -c *", 1);
+  EXPECT_THAT(find_simulating_dpkg(question), IsEmpty());
+
+  answers("sh -c *", 0);
+  const auto unknown = find_simulating_dpkg(question);
+  ASSERT_THAT(codes(unknown), ElementsAre("blocks dpkg.fails"));
+  EXPECT_EQ(unknown[0].message, "dpkg only tells what it would do, and installs nothing");
+  EXPECT_EQ(unknown[0].remedy, "Take the option no-act out of dpkg's configuration");
+
+  host.write("/etc/dpkg/dpkg.cfg", "# dry-run\nlog /var/log/dpkg.log\n");
+  host.write("/etc/dpkg/dpkg.cfg.d/local", "force-confold\n  simulate\n");
+  const auto known = find_simulating_dpkg(question);
+  ASSERT_THAT(codes(known), ElementsAre("blocks dpkg.fails"));
+  EXPECT_EQ(known[0].evidence, "/etc/dpkg/dpkg.cfg.d/local:2:   simulate");
+  EXPECT_EQ(known[0].remedy, "sed -i 2d '/etc/dpkg/dpkg.cfg.d/local'");
+}
+
 }  // namespace
 }  // namespace zant::velmora_host::apt_outlook

@@ -10,6 +10,7 @@ namespace zant::velmora_host::apt_outlook {
 namespace {
 
 using ::testing::ElementsAre;
+using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 
 struct Example {
@@ -50,6 +51,48 @@ TEST_F(OnlineRefresh, DoesNotTakeForAnAnswerWhatAptPassesOverWithAWarning) {
 
   EXPECT_FALSE(refresh.lists);
   EXPECT_THAT(codes(refresh.causes), ElementsAre("blocks repository.index_refused"));
+}
+
+TEST_F(OnlineRefresh, ReadsWhatOtherListsSayOfTheRepository) {
+  host.set("package.apt.repo.url", "http://repo.velmora.test/velmora-apt-repo/");
+  settings = host.settings();
+  host.write("/etc/apt/sources.list",
+             "deb http://deb.example/debian stable main\n"
+             "deb http://repo.velmora.test/velmora-apt-repo systemd-production main\n"
+             "deb http://repo.velmora.test/velmora-apt-repo another-suite main\n");
+  host.write("/etc/apt/sources.list.d/other.sources",
+             "Types: deb\nURIs: http://repo.velmora.test/velmora-apt-repo\nSuites: systemd-production\n"
+             "Components: main\nSigned-By: /nonexistent.gpg\n\nTypes: deb\nURIs: http://other.example/\n"
+             "Suites: stable\nComponents: main\n");
+
+  const auto refresh = refreshed(100, "E: The repository 'http://r x InRelease' is not signed.");
+
+  const auto sources = question.private_directory / "sources";
+  const auto text = [&](const char* name) {
+    return host.services.filesystem->read_file(sources / name, velmora::Read_Flag::WHOLE_TEXT);
+  };
+  EXPECT_EQ(text("0.list"), "deb http://repo.velmora.test/velmora-apt-repo systemd-production main\n\n");
+  EXPECT_EQ(text("zant-velmora.list"),
+            "deb [arch=amd64] http://repo.velmora.test/velmora-apt-repo/ systemd-production main\n");
+  EXPECT_EQ(text("other.sources"),
+            "Types: deb\nURIs: http://repo.velmora.test/velmora-apt-repo\nSuites: systemd-production\n"
+            "Components: main\nSigned-By: /nonexistent.gpg\n\n");
+  EXPECT_THAT(
+      host.system->commands().back(),
+      HasSubstr("-o Dir::Etc::sourcelist=/dev/null -o Dir::Etc::sourceparts='" + sources.string() + "'/ "));
+  ASSERT_THAT(codes(refresh.causes), ElementsAre("blocks repository.listed_with_another_key"));
+  EXPECT_EQ(refresh.causes[0].remedy,
+            "Remove the repository from /etc/apt/sources.list.d/other.sources: package-minder registers it");
+}
+
+TEST_F(OnlineRefresh, DoesNotBlameAnotherListForWhatIsNotOfItsKey) {
+  host.set("package.apt.repo.url", "http://repo.velmora.test/velmora-apt-repo/");
+  settings = host.settings();
+  host.write("/etc/apt/sources.list.d/other.list",
+             "deb [signed-by=/x.gpg] http://repo.velmora.test/velmora-apt-repo systemd-production main\n");
+
+  EXPECT_THAT(codes(refreshed(100, "E: Release file for http://r/ is expired (invalid since 1d 2h).").causes),
+              ElementsAre("blocks repository.expired"));
 }
 
 TEST_P(OnlineRefresh, KnowsWhatAptSays) {
