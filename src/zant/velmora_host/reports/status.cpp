@@ -172,17 +172,9 @@ std::vector<Status::Reason> find_reasons(const Status& status, const Plan& plan,
   return reasons;
 }
 
-// The verdict knows more of the age of a refresh: a host may have been switched off meanwhile.
-bool is_for_verdict_to_tell(const Finding& weakness, const Verdict& verdict) {
-  return weakness.code == "repository.not_refreshed" && verdict.outlook.refreshed;
-}
-
-void add_weaknesses(const Findings& weaknesses, const Verdict& verdict,
-                    std::vector<Status::Reason>& reasons) {
+void add_weaknesses(const Findings& weaknesses, std::vector<Status::Reason>& reasons) {
   for (const auto& weakness : weaknesses) {
-    if (!is_for_verdict_to_tell(weakness, verdict)) {
-      reasons.push_back({weakness.code, to_string(weakness)});
-    }
+    reasons.push_back({weakness.code, to_string(weakness)});
   }
 }
 
@@ -276,7 +268,7 @@ Status make_status(const Settings& settings, const Report_Services& report, cons
              "The host's tools did not answer in time, so not everything is known: \"{}\" did not end",
              *cut)});
   } else {
-    add_weaknesses(weaknesses, status.verdict, status.reasons);
+    add_weaknesses(weaknesses, status.reasons);
   }
   add_causes(status.verdict.outlook.causes, status.reasons);
   return status;

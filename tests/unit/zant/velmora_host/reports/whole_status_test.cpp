@@ -231,14 +231,6 @@ TEST_F(WholeStatusOfEl, NamesWhatWeakensTheHostAndFailedUpgrades) {
       "ask the vendor which key signs the packages");
 }
 
-TEST_F(WholeStatusOfEl, LeavesTheAgeOfARefreshToTheVerdictThatKnowsIt) {
-  host_.answer_about_upgrades(1, "", "1700000000\n");
-  EXPECT_THAT(reasons(), ElementsAre("repository.not_refreshed"));
-
-  outlook_->refreshed = std::chrono::system_clock::from_time_t(1700000000);
-  EXPECT_THAT(reasons(), IsEmpty()) << "the host was switched off, for example";
-}
-
 TEST_F(WholeStatusOfEl, NamesUpgradesThatFailedForAnotherReason) {
   host_.answer_about_upgrades(0, "Error: no space\n", "");
 
