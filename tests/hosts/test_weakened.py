@@ -100,11 +100,10 @@ def test_metadata_of_long_ago_is_named(dnf_site):
 
 def test_a_refused_package_is_named(dnf_site, tmp_path):
     dnf_site.minder.once()
-    dnf_site.ask_the_repository_often()
     with SigningKey(tmp_path / "foreign", owner="Somebody Else <else@velmora.test>", algorithm="rsa2048") as foreign:
         dnf_site.repository._key = foreign
         dnf_site.repository.publish("6.6")
-        dnf_site.host.run("systemctl start dnf-automatic-install.service", check=False)
+        dnf_site.host.run(dnf.UPGRADE, check=False)
 
     assert dnf_site.installed_version() == "1.0"
     assert codes(dnf_site) == ["repository.signature_refused"]
