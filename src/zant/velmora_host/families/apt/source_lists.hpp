@@ -19,8 +19,8 @@ struct Other_Entry {
   bool has_key_of_its_own = false;
 };
 
-/// Every entry of other source lists of the host that lists this repository too, in the order in which APT
-/// reads them. Entries that are switched off do not count.
+/// Every entry of other source lists of the host that lists this repository too. Entries that are switched
+/// off do not count.
 std::vector<Other_Entry> find_other_entries(velmora::Filesystem& filesystem, const std::string& url,
                                             const std::string& suite);
 
