@@ -215,6 +215,7 @@ STORIES = (
     Story("repository-broken", f"echo nonsense >> {dnf.REPO_FILE}", "dnf.configuration_broken", dnf.REPO_FILE),
     Story("repository-without-address", f"sed -i /^baseurl/d {dnf.REPO_FILE}", "dnf.configuration_broken", "no baseurl"),
     Story("options-that-exclude-each-other", f"sed -i '/^\\[quorvane\\]/a minrate=10M' {dnf.REPO_FILE}", "dnf.configuration_broken", "Maximum download speed"),
+    Story("options-of-all-that-exclude-those-of-one", f"sed -i '/^\\[main\\]/a minrate=10M' {MAIN}", "dnf.configuration_broken", f"{MAIN}:2: minrate=10M"),
     Story("configuration-broken", f"echo nonsense >> {MAIN}", "dnf.configuration_broken", "Missing '='"),
     Story("automatic-broken", f"echo nonsense >> {AUTOMATIC}", "dnf.configuration_broken", AUTOMATIC),
     Story("other-repository-broken", "printf '[other]\\nname=other\\nbaseurl=file:///nowhere\\n' > /etc/yum.repos.d/other.repo",

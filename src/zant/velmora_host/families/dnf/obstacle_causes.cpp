@@ -254,8 +254,12 @@ Cause configuration_broken(const Obstacle& obstacle) {
 }
 
 Cause options_refused(const Obstacle& obstacle) {
-  return blocks("dnf.configuration_broken", "DNF refuses the options of the repository", obstacle.words,
-                fmt::format("rm {} && package-minder once", DNF_Constants::REPO_FILE_PATH));
+  const std::string renewed = fmt::format("rm {} && package-minder once", DNF_Constants::REPO_FILE_PATH);
+  const bool is_of_all_repositories = obstacle.has_place() && obstacle.file != DNF_Constants::REPO_FILE_PATH;
+  return blocks(
+      "dnf.configuration_broken", "DNF refuses the options of the repository",
+      obstacle.has_place() ? fmt::format("{}\n{}", obstacle.place(), obstacle.words) : obstacle.words,
+      is_of_all_repositories ? edit(obstacle, "d", renewed) : renewed);
 }
 
 Cause no_address(const Obstacle& obstacle) {

@@ -9,6 +9,7 @@ import dnf.exceptions
 import dnf.repo
 import libdnf.conf
 from automatic_setup import is_known, is_local, link_caches
+from option_places import place_of_option, places_of
 
 LONGEST_PROBES = 12
 # How many addresses of a repository are tried.
@@ -37,7 +38,8 @@ def look_for_refused_options(look, vendor):
         try:
             vendor._repo.downloadUrl("file://" + request, copy.fileno())
         except Exception as problem:
-            look.found("options_refused", words="%s: %s" % (vendor.repofile, problem))
+            place = place_of_option(look.automatic.main_places() + places_of(vendor), ("minrate",))
+            look.found("options_refused", place, words="%s: %s" % (vendor.repofile, problem))
 
 
 def refresh(look, base, vendor):

@@ -152,6 +152,28 @@ TEST(DnfObstacleCauses, NameTheBrokenFileAndItsLine) {
             "Correct the file that DNF names");
 }
 
+TEST(DnfObstacleCauses, TakeARefusedOptionOutOfTheFileThatHasIt) {
+  const char* const words = "Maximum download speed is lower than minimum";
+  const Cause of_all = cause({{"kind", "options_refused"},
+                              {"file", "/etc/dnf/dnf.conf"},
+                              {"line", 3},
+                              {"text", "minrate=10M"},
+                              {"words", words}});
+  EXPECT_EQ(of_all.evidence,
+            "/etc/dnf/dnf.conf:3: minrate=10M\nMaximum download speed is lower than minimum");
+  EXPECT_EQ(of_all.remedy, "sed -i -E '3d' '/etc/dnf/dnf.conf'");
+
+  const char* const renewed = "rm /etc/yum.repos.d/quorvane.repo && package-minder once";
+  EXPECT_EQ(cause({{"kind", "options_refused"},
+                   {"file", "/etc/yum.repos.d/quorvane.repo"},
+                   {"line", 3},
+                   {"text", "minrate=10M"},
+                   {"words", words}})
+                .remedy,
+            renewed);
+  EXPECT_EQ(cause({{"kind", "options_refused"}, {"words", words}}).remedy, renewed);
+}
+
 TEST(DnfObstacleCauses, RefuseWhatIsNoObstacle) {
   EXPECT_THROW(causes_from({Json(1)}), Json::exception);
   EXPECT_THROW(causes_from({Json{{"kind", 1}}}), Json::exception);
