@@ -15,15 +15,23 @@
 namespace zant::velmora_host::apt_outlook {
 namespace {
 
+// As APT takes them. The usual way to match takes forever on nested repetitions, and a stack for nested
+// brackets.
+const auto KIND_OF_PATTERN =
+    std::regex_constants::extended | std::regex_constants::icase | std::regex_constants::__polynomial;
+constexpr std::size_t LONGEST_PATTERN = 1000;
+
 struct Record : Pin_Record {
   std::string packages;
 };
 
 bool matches(const std::string& pattern, const std::string& package) {
   if (pattern.size() > 2 && pattern.front() == '/' && pattern.back() == '/') {
+    if (pattern.size() > LONGEST_PATTERN) {
+      return false;
+    }
     try {
-      return std::regex_search(package,
-                               std::regex(pattern.substr(1, pattern.size() - 2), std::regex::extended));
+      return std::regex_search(package, std::regex(pattern.substr(1, pattern.size() - 2), KIND_OF_PATTERN));
     } catch (const std::regex_error&) {
       return false;
     }

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <string>
+
 namespace zant::velmora_host::apt_outlook {
 namespace {
 
@@ -20,6 +22,13 @@ TEST(PackagePins, AreFoundByNamePatternAndExpression) {
             "1-3 Package: /^zant/; Pin: release *; Pin-Priority: 1");
   EXPECT_EQ(found("Package: src:zant-velmora\nPin: release *\n"),
             "1-2 Package: src:zant-velmora; Pin: release *");
+}
+
+TEST(PackagePins, AreMatchedAsAptDoesAndInTime) {
+  EXPECT_EQ(found("Package: /^ZANT/\nPin: release *\n"), "1-2 Package: /^ZANT/; Pin: release *");
+  EXPECT_EQ(found("Package: /((((.*)*)*)*)*x/\nPin: release *\n"), "none");
+  EXPECT_EQ(found("Package: /((.{500}){500}){500}/\nPin: release *\n"), "none");
+  EXPECT_EQ(found("Package: /" + std::string(1000000, '(') + "/\nPin: release *\n"), "none");
 }
 
 TEST(PackagePins, OfAllPackagesComeAfterThoseOfTheName) {
