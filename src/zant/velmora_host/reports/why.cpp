@@ -39,7 +39,7 @@ std::string indented(const char* name, const std::string& text) {
 }
 
 std::string describe(const Cause& cause) {
-  return fmt::format("{} [{}]\n", printable(cause.message), cause.code) +
+  return fmt::format("{} [{}]\n", printable(cause.message), printable(cause.code)) +
          indented("Evidence", cause.evidence) +
          indented(is_command(cause.remedy) ? "Remedy, to type" : "Remedy", cause.remedy);
 }

@@ -23,6 +23,13 @@ constexpr std::size_t LONGEST_SENTENCE = 500;
 constexpr std::size_t LONGEST_EVIDENCE = 2000;
 constexpr std::size_t MOST_CAUSES = 50;
 
+// Names of files and what repositories say may have line ends in them, of which a terminal makes commands.
+std::string typeable(const Cause& cause) {
+  return is_plain_text(cause.remedy) || !is_command(cause.remedy)
+             ? printable_lines(cause.remedy, " ")
+             : "Put right what the evidence names; its name cannot be typed";
+}
+
 void bound(Causes& causes) {
   if (causes.size() > MOST_CAUSES) {
     causes.resize(MOST_CAUSES);
@@ -30,8 +37,17 @@ void bound(Causes& causes) {
   for (auto& cause : causes) {
     cause.message = shortened(cause.message, LONGEST_SENTENCE);
     cause.evidence = shortened(cause.evidence, LONGEST_EVIDENCE);
-    cause.remedy = shortened(cause.remedy, LONGEST_EVIDENCE);
+    cause.remedy = shortened(typeable(cause), LONGEST_EVIDENCE);
   }
+}
+
+void bound(Upgrade_Outlook& outlook) {
+  outlook.installed = shortened(outlook.installed, LONGEST_SENTENCE);
+  outlook.offered = shortened(outlook.offered, LONGEST_SENTENCE);
+  if (outlook.last_run) {
+    outlook.last_run->result = shortened(outlook.last_run->result, LONGEST_SENTENCE);
+  }
+  bound(outlook.causes);
 }
 
 void remove_repeated(Causes& causes) {
@@ -90,7 +106,7 @@ Verdict find_verdict(const Minded_Host& host, const Upgrade_History& history, bo
                                       "command of the evidence to see what it waits for"});
   }
   remove_repeated(verdict.outlook.causes);
-  bound(verdict.outlook.causes);
+  bound(verdict.outlook);
   verdict.history = remembered(history, verdict.outlook, now);
   verdict.kind = judge(verdict.outlook, verdict.history, host.settings.overdue_after(), now);
   return verdict;

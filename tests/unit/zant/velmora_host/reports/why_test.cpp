@@ -63,6 +63,13 @@ TEST(WhyTest, IsAPageForAPerson) {
             "    Remedy: Ask the vendor\n");
 }
 
+TEST(WhyTest, IsHarmlessWhateverTheCodes) {
+  Verdict verdict = blocked();
+  verdict.outlook.causes[0].code = "a\x1b[2J";
+
+  EXPECT_THAT(to_text(verdict), ::testing::HasSubstr("[a\\x1b[2J]"));
+}
+
 TEST(WhyTest, SaysWhatItDoesNotKnow) {
   EXPECT_EQ(to_text(Verdict{}),
             "Verdict             cannot be told: the host's tools do not tell which version is installed\n"

@@ -116,6 +116,39 @@ TEST_F(FindVerdict, ShortensWhatToolsPrint) {
   EXPECT_EQ(cause.message, std::string(500, 'x') + "[...]");
 }
 
+TEST_F(FindVerdict, ShortensTheVersionsToo) {
+  family_.outlook = [](const Outlook_Question&) {
+    Upgrade_Outlook outlook;
+    outlook.installed = std::string(1000, '1');
+    outlook.offered = std::string(1000, '2');
+    outlook.last_run = Upgrade_Run{std::chrono::system_clock::now(), false, std::string(1000, 'x')};
+    return outlook;
+  };
+  const Verdict verdict = find();
+
+  EXPECT_EQ(verdict.outlook.installed, std::string(500, '1') + "[...]");
+  EXPECT_EQ(verdict.outlook.offered, std::string(500, '2') + "[...]");
+  EXPECT_EQ(verdict.outlook.last_run->result, std::string(500, 'x') + "[...]");
+}
+
+TEST_F(FindVerdict, GivesNoRemedyThatCannotBeTyped) {
+  family_.outlook = [](const Outlook_Question&) {
+    Upgrade_Outlook outlook;
+    outlook.causes = {{Cause_Effect::BLOCKS, "a", "A", "1", "rm '/etc/x\nreboot'"},
+                      {Cause_Effect::BLOCKS, "b", "B", "2", "Correct /etc/x\nthat is all"},
+                      {Cause_Effect::BLOCKS, "c", "C", "3", "rm '/etc/\x1b[2J'"},
+                      {Cause_Effect::BLOCKS, "d", "D", "4", "rm '/etc/\xff'"}};
+    return outlook;
+  };
+  const auto causes = find().outlook.causes;
+
+  ASSERT_THAT(causes, SizeIs(4));
+  EXPECT_EQ(causes[0].remedy, "Put right what the evidence names; its name cannot be typed");
+  EXPECT_EQ(causes[1].remedy, "Correct /etc/x that is all");
+  EXPECT_EQ(causes[2].remedy, causes[0].remedy);
+  EXPECT_EQ(causes[3].remedy, causes[0].remedy);
+}
+
 TEST_F(FindVerdict, NamesACauseOnce) {
   family_.outlook = [](const Outlook_Question& question) {
     auto outlook = Parcel_Family::glued(question);
