@@ -6,8 +6,6 @@
 #include <fmt/chrono.h>
 #include <fmt/format.h>
 
-#include <cstdlib>
-
 namespace zant::velmora_host {
 
 using std::chrono::system_clock;
@@ -16,14 +14,22 @@ std::string to_iso_time(std::chrono::system_clock::time_point time) {
   return fmt::format("{:%Y-%m-%dT%H:%M:%SZ}", fmt::gmtime(std::chrono::system_clock::to_time_t(time)));
 }
 
+std::optional<system_clock::time_point> time_since_epoch(long long seconds) {
+  // Schedules are reckoned days and weeks ahead.
+  constexpr auto LATEST = std::chrono::duration_cast<std::chrono::seconds>(system_clock::duration::max()) -
+                          std::chrono::hours(24 * 365);
+  return seconds >= 0 && seconds <= LATEST.count() ? std::optional(system_clock::from_time_t(seconds))
+                                                   : std::nullopt;
+}
+
 system_clock::time_point parse_iso_time(const std::string& text) {
   int zone = 0;
   const auto time = Poco::DateTimeParser::parse("%Y-%m-%dT%H:%M:%SZ", text, zone).timestamp().epochTime();
-  constexpr auto LATEST = std::chrono::duration_cast<std::chrono::seconds>(system_clock::duration::max());
-  if (std::abs(time) > LATEST.count()) {
+  const auto found = time_since_epoch(time);
+  if (!found) {
     throw Poco::RangeException(text);
   }
-  return system_clock::from_time_t(time);
+  return *found;
 }
 
 }  // namespace zant::velmora_host

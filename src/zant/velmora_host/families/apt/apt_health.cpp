@@ -6,8 +6,8 @@
 
 #include <fmt/format.h>
 
-#include <regex>
 #include <string>
+#include <string_view>
 
 namespace zant::velmora_host::apt_outlook {
 namespace {
@@ -18,12 +18,13 @@ constexpr const char* DUMP = "apt-config dump";
 
 // The first file below /etc/apt that an error names.
 std::string file_in(const std::string& words) {
-  static const std::regex FILE("/etc/apt/[^\\s:'\"]+");
-  std::smatch match;
+  constexpr std::string_view DIRECTORY = "/etc/apt/";
   for (const auto& line : lines_of(words)) {
-    const bool is_error = line.starts_with("E:");
-    if (is_error && std::regex_search(line, match, FILE)) {
-      return match[0];
+    const auto begin = line.starts_with("E:") ? line.find(DIRECTORY) : std::string::npos;
+    const auto end = begin == std::string::npos ? begin : line.find_first_of(" \t\v\f\r:'\"", begin);
+    const std::string file = begin == std::string::npos ? "" : line.substr(begin, end - begin);
+    if (file.size() > DIRECTORY.size()) {
+      return file;
     }
   }
   return "";

@@ -1,5 +1,6 @@
 #include <zant/velmora_host/families/apt/apt_weaknesses.hpp>
 
+#include <zant/velmora_host/base/iso_time.hpp>
 #include <zant/velmora_host/base/printable.hpp>
 #include <zant/velmora_host/families/apt/apt_configuration.hpp>
 #include <zant/velmora_host/families/refresh_age.hpp>
@@ -117,7 +118,7 @@ std::optional<system_clock::time_point> refresh_time(velmora::System& system, co
       !std::all_of(text.begin(), text.end(), [](unsigned char c) { return c >= '0' && c <= '9'; })) {
     return std::nullopt;
   }
-  return system_clock::from_time_t(std::stoll(text));
+  return time_since_epoch(std::stoll(text));
 }
 
 std::string describe_signers(const std::vector<std::string>& signers, const std::vector<Signing_Key>& keys) {

@@ -33,10 +33,11 @@ std::string remedy_for_fault(const std::string& words) {
   static const std::regex FILE("configuration error: (/etc/dpkg/dpkg\\.cfg\\.d/[\\w-]+):");
   static const std::regex OWNER("unknown system (user|group) '([\\w-]+)' in statoverride file");
   std::smatch match;
-  if (std::regex_search(words, match, FILE)) {
+  const std::string told_words = searchable(words);
+  if (std::regex_search(told_words, match, FILE)) {
     return fmt::format("mv {0} {0}.disabled", match[1].str());
   }
-  if (std::regex_search(words, match, OWNER)) {
+  if (std::regex_search(told_words, match, OWNER)) {
     return fmt::format("sed -i '/^{}{} /d' /var/lib/dpkg/statoverride", match[1] == "user" ? "" : "[^ ]* ",
                        match[2].str());
   }

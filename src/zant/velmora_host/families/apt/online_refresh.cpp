@@ -162,11 +162,13 @@ std::string remedy_for_change(const std::string& words) {
   if (words.find("changed its default priority") != std::string::npos) {
     return accept + " && " + preferring_package();
   }
-  if (!std::regex_search(words, match, CHANGE)) {
+  const auto change = words.find("'Origin' value from");
+  const std::string told_change = change == std::string::npos ? "" : searchable(words.substr(change));
+  if (!std::regex_search(told_change, match, CHANGE)) {
     return accept;
   }
-  const std::string line = fmt::format("Unattended-Upgrade::Origins-Pattern {{\"o={}\";}};", match[1].str());
-  return accept + " && " + configuring(line);
+  const auto allow = configuring_origin("o=" + match[1].str());
+  return allow ? accept + " && " + *allow : accept;
 }
 
 std::string remedy_for(const Words_And_Meaning& meaning, const Outlook_Question& question,

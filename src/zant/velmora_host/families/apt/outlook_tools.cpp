@@ -1,5 +1,7 @@
 #include <zant/velmora_host/families/apt/outlook_tools.hpp>
 
+#include <zant/velmora_host/base/iso_time.hpp>
+#include <zant/velmora_host/base/printable.hpp>
 #include <zant/velmora_host/services/command_service.hpp>
 
 #include <zant/velmora/package_minder/package_constants.hpp>
@@ -36,6 +38,10 @@ Answer ask(const Outlook_Question& question, const std::string& command, std::ch
 
 std::string quoted(const std::string& text) {
   return "'" + boost::algorithm::replace_all_copy(text, "'", "'\\''") + "'";
+}
+
+std::string searchable(const std::string& words) {
+  return std::string(whole_beginning(words, LONGEST_WORDS));
 }
 
 std::string told(const std::string& command, const std::string& words) {
@@ -78,7 +84,7 @@ std::optional<std::chrono::system_clock::time_point> parse_epoch(const std::stri
   if (number.empty() || number.size() > 12 || !std::all_of(number.begin(), number.end(), is_digit)) {
     return std::nullopt;
   }
-  return std::chrono::system_clock::from_time_t(std::stoll(number));
+  return time_since_epoch(std::stoll(number));
 }
 
 std::string preferring_package() {
@@ -94,6 +100,13 @@ std::string configuring(const std::string& line) {
 
 std::string configuring(const std::string& item, const std::string& value) {
   return configuring(fmt::format("{} \"{}\";", item, value));
+}
+
+std::optional<std::string> configuring_origin(const std::string& origin) {
+  if (!is_plain_text(origin) || origin.find('"') != std::string::npos) {
+    return std::nullopt;
+  }
+  return configuring(fmt::format("Unattended-Upgrade::Origins-Pattern {{\"{}\";}};", origin));
 }
 
 std::string clearing(const std::string& item) {

@@ -25,6 +25,9 @@ Answer ask(const Outlook_Question& question, const std::string& command,
 /// A text as one word for the shell.
 std::string quoted(const std::string& text);
 
+/// The beginning of a text, for a regular expression: the standard library's take a part of the stack for
+/// each character.
+std::string searchable(const std::string& words);
 /// "COMMAND: its words", with long words cut in the middle.
 std::string told(const std::string& command, const std::string& words);
 
@@ -48,6 +51,9 @@ std::string configuring(const std::string& line);
 /// The same for one value.
 std::string configuring(const std::string& item, const std::string& value);
 
+/// The same for an origin that upgrades may come from, in the words of a repository; nothing where APT would
+/// read anything else in them.
+std::optional<std::string> configuring_origin(const std::string& origin);
 /// A command that has APT forget a list of its settings.
 std::string clearing(const std::string& item);
 

@@ -79,7 +79,7 @@ bool is_due(system_clock::time_point stamp, seconds interval, system_clock::time
   const auto day = midnight_of(time);
   const auto stamped = midnight_of(stamp);
   // A stamp from the future is thrown away by APT's script.
-  return stamped > day + hours(24) || day - stamped >= interval;
+  return stamped > day + hours(24) || std::chrono::duration_cast<seconds>(day - stamped) >= interval;
 }
 
 Causes find_delay(const Outlook_Question& question, const APT_Settings& settings, const Work& work,

@@ -66,8 +66,8 @@ std::string remedy_for_origin(const Outlook_Question& question, const APT_Settin
   }
   const std::string first = described.empty() ? "" : described.front();
   const std::string origin = first.substr(0, first.find(','));
-  const std::string line = fmt::format("{} {{\"{}\";}};", ORIGINS, origin);
-  return configuring(line);
+  return configuring_origin(origin).value_or(
+      fmt::format("Allow the repository's origin in {} of APT's configuration", ORIGINS));
 }
 
 void judge_origins(const Outlook_Question& question, const APT_Settings& settings, const Json& origins,

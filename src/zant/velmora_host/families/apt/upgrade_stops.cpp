@@ -63,7 +63,9 @@ void judge_stops(const APT_Settings& settings, const Json& answer, Causes& cause
 Upgrade_Stops find_upgrade_stops(const APT_Settings& settings, const Upgrade_Units& units,
                                  const Json& answer) {
   Upgrade_Stops found;
-  judge_days(settings, units, answer.at("days").get<std::vector<bool>>(), found);
+  const Json& days = answer.at("days");
+  static_cast<void>(days.at(1));  // an answer without it is refused as others that lack something
+  judge_days(settings, units, days.get<std::vector<bool>>(), found);
   judge_stops(settings, answer, found.causes);
   return found;
 }

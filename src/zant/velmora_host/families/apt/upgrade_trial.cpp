@@ -137,7 +137,7 @@ class Trial {
       return;
     }
     if (json.contains("lack")) {
-      trial_.causes.push_back(list_is_missing_(json.at("lack").get<std::vector<std::string>>(), repo));
+      trial_.causes.push_back(list_is_missing_(json.at("lack"), repo));
       return;
     }
     trial_.offered = json.value("newest", "");
@@ -186,16 +186,17 @@ class Trial {
   }
 
   // APT takes it for no failure that a repository does not have what the sources name.
-  Cause list_is_missing_(const std::vector<std::string>& lack, const velmora::APT_Repo_Config& repo) const {
-    const std::string evidence =
-        "APT has no list " + trial_.index +
-        (lack.at(1).empty() ? "" : fmt::format("; the repository says \"{}\"", lack.at(1)));
-    if (lack.at(0) == "architecture") {
+  Cause list_is_missing_(const Json& lack, const velmora::APT_Repo_Config& repo) const {
+    const auto what = lack.at(0).get<std::string>();
+    const auto words = lack.at(1).get<std::string>();
+    const std::string evidence = "APT has no list " + trial_.index +
+                                 (words.empty() ? "" : fmt::format("; the repository says \"{}\"", words));
+    if (what == "architecture") {
       return blocks("repository.architecture_missing",
                     fmt::format("the repository has nothing for {}", repo.source_list.architecture), evidence,
                     "Ask the vendor for packages for this architecture");
     }
-    if (lack.at(0) == "component") {
+    if (what == "component") {
       return blocks("repository.component_missing", "the repository has no such component", evidence,
                     "Ask the vendor for the component that the repository's source list names");
     }
@@ -239,7 +240,8 @@ Causes find_conffile_prompt(const Outlook_Question& question, const path& config
                         {"configuration", configuration.string()},
                         {"debs", Json::array({archives.string()})}};
   const Json json = last_object_of(ask(question, asking(question, request)));
-  const std::string file = json.is_object() ? json.value("conffile_prompt", "") : "";
+  const auto prompt = json.is_object() ? json.value("conffile_prompt", Json()) : Json();
+  const std::string file = prompt.is_string() ? prompt.get<std::string>() : "";
   return file.empty() ? Causes{} : Causes{conffile_prompt(version, file)};
 }
 

@@ -1,5 +1,6 @@
 #include <zant/velmora_host/families/apt/upgrade_units.hpp>
 
+#include <zant/velmora_host/base/iso_time.hpp>
 #include <zant/velmora_host/families/apt/outlook_tools.hpp>
 #include <zant/velmora_host/families/far_run.hpp>
 
@@ -68,7 +69,7 @@ std::optional<system_clock::time_point> parse_time(const std::string& text) {
       strptime(text.c_str() + begin + 1, "%Y-%m-%d %H:%M:%S", &time) == nullptr) {
     return std::nullopt;
   }
-  return system_clock::from_time_t(timegm(&time));
+  return time_since_epoch(timegm(&time));
 }
 
 std::string shown(const Properties& unit, const std::string& name) {

@@ -1,5 +1,6 @@
 #include <zant/velmora_host/families/dnf/dnf_family.hpp>
 
+#include <zant/velmora_host/base/iso_time.hpp>
 #include <zant/velmora_host/base/printable.hpp>
 #include <zant/velmora_host/families/dnf/dnf_outlook.hpp>
 #include <zant/velmora_host/families/dnf/included_packages.hpp>
@@ -140,10 +141,12 @@ std::optional<Finding> find_old_metadata(velmora::System& system) {
   if (error != std::errc() || end != text.data() + text.size()) {
     return std::nullopt;
   }
-  using std::chrono::system_clock;
-  return find_old_refresh(DNF_Constants::DNF_REPO_ID, system_clock::from_time_t(seconds), system_clock::now(),
-                          fmt::format("run \"dnf --refresh --repo {} makecache\" and see what it says",
-                                      DNF_Constants::DNF_REPO_ID));
+  const auto refreshed = time_since_epoch(seconds);
+  return refreshed
+             ? find_old_refresh(DNF_Constants::DNF_REPO_ID, *refreshed, std::chrono::system_clock::now(),
+                                fmt::format("run \"dnf --refresh --repo {} makecache\" and see what it says",
+                                            DNF_Constants::DNF_REPO_ID))
+             : std::nullopt;
 }
 
 Findings find_failed_upgrade(velmora::System& system) {

@@ -1,5 +1,6 @@
 #include <zant/velmora_host/families/dnf/dnf_outlook.hpp>
 
+#include <zant/velmora_host/base/iso_time.hpp>
 #include <zant/velmora_host/families/configured_causes.hpp>
 #include <zant/velmora_host/families/dnf/obstacle_causes.hpp>
 #include <zant/velmora_host/families/dnf/run_preview.hpp>
@@ -19,7 +20,6 @@
 
 #include <algorithm>
 #include <optional>
-#include <regex>
 #include <set>
 #include <sstream>
 #include <string>
@@ -78,8 +78,16 @@ std::string installed_version(velmora::System& system) {
 
 // DNF's words, and the lines of its files, may hold the password of an address.
 std::string without_credentials(const std::string& text) {
-  static const std::regex credentials("://[^/[:space:]@]*@");
-  return std::regex_replace(text, credentials, "://***@");
+  std::string result;
+  std::size_t begin = 0;
+  for (auto mark = text.find("://"); mark != std::string::npos; mark = text.find("://", mark + 1)) {
+    const auto end = text.find_first_of("/@ \t\n\v\f\r", mark + 3);
+    if (mark >= begin && end != std::string::npos && text[end] == '@') {
+      result += text.substr(begin, mark - begin) + "://***";
+      begin = end;
+    }
+  }
+  return result + text.substr(begin);
 }
 
 void append(Causes& causes, Causes more) {
@@ -179,7 +187,8 @@ Upgrade_Outlook find(const Outlook_Question& question) {
     std::istringstream uptime(
         question.services.filesystem->read_file("/proc/uptime", velmora::Read_Flag::WHOLE_TEXT));
     long long seconds = 0;
-    units->uptime = uptime >> seconds ? std::chrono::seconds(seconds) : std::chrono::seconds(0);
+    const bool is_known = uptime >> seconds && time_since_epoch(seconds);
+    units->uptime = std::chrono::seconds(is_known ? seconds : 0);
   }
   const auto arguments = units ? words_of_automatic(*units) : std::nullopt;
   const Run_Preview preview = preview_run(question, arguments.value_or(USUAL_WORDS));

@@ -1,5 +1,6 @@
 #include <zant/velmora_host/families/dnf/obstacle_causes.hpp>
 
+#include <zant/velmora_host/base/printable.hpp>
 #include <zant/velmora_host/families/dnf/repository_answer.hpp>
 
 #include <zant/velmora/dnf/dnf_constants.hpp>
@@ -25,6 +26,8 @@ namespace {
 
 using velmora::Package_Constants::PACKAGE_NAME;
 namespace DNF_Constants = velmora::DNF_Constants;
+
+constexpr std::size_t LONGEST_SEARCHED = 1500;
 
 // As the preview has it; what a kind of obstacle does not have is empty.
 struct Obstacle {
@@ -241,7 +244,9 @@ Cause unreadable(const Obstacle& obstacle) {
 Cause configuration_broken(const Obstacle& obstacle) {
   static const std::regex place("[Pp]arsing file ['\"]([^'\"]+)['\"] failed: [A-Za-z]+: .* at line ([0-9]+)");
   std::smatch found;
-  if (std::regex_search(obstacle.words, found, place)) {
+  // The standard library takes a part of the stack for each character.
+  const std::string words(whole_beginning(obstacle.words, LONGEST_SEARCHED));
+  if (std::regex_search(words, found, place)) {
     const std::string file = found[1];
     const std::string remedy = file == DNF_Constants::REPO_FILE_PATH
                                    ? fmt::format("rm {} && package-minder once", file)

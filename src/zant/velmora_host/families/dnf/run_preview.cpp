@@ -1,5 +1,6 @@
 #include <zant/velmora_host/families/dnf/run_preview.hpp>
 
+#include <zant/velmora_host/base/iso_time.hpp>
 #include <zant/velmora_host/base/printable.hpp>
 #include <zant/velmora_host/families/dnf/obstacle_causes.hpp>
 #include <zant/velmora_host/services/command_service.hpp>
@@ -17,7 +18,6 @@
 namespace zant::velmora_host::dnf_outlook {
 namespace {
 
-using std::chrono::system_clock;
 using Json = nlohmann::json;
 
 // The interpreter of the host's DNF has its modules, and a host may have others. The last words of standard
@@ -60,7 +60,7 @@ Run_Preview preview_from(const Json& json) {
   json.at("offered").get_to(preview.offered);
   json.at("newer").get_to(preview.newer_is_offered);
   if (const auto& refreshed = json.at("refreshed"); !refreshed.is_null()) {
-    preview.refreshed = system_clock::from_time_t(refreshed.get<std::time_t>());
+    preview.refreshed = time_since_epoch(refreshed.get<long long>());
   }
   preview.address = json.value("address", "");
   if (json.contains("locks")) {

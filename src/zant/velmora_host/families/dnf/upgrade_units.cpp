@@ -14,6 +14,7 @@
 #include <boost/algorithm/string/trim.hpp>
 
 #include <algorithm>
+#include <cmath>
 #include <set>
 #include <sstream>
 #include <string_view>
@@ -35,6 +36,7 @@ constexpr const char* UNITS_QUERY =
 constexpr const char* SERVICE = "dnf-automatic-install.service";
 constexpr const char* PROGRAM = "dnf-automatic";
 constexpr std::size_t LONGEST_WORDS = 1000;
+constexpr double LONGEST_SPAN = 1e11;  // seconds; some thousand years
 
 std::string timer_name() {
   return velmora::DNF_Constants::DNF_AUTOMATIC_TIMER;
@@ -92,6 +94,9 @@ std::optional<std::chrono::seconds> span_from(const std::string& text) {
       return std::nullopt;
     }
     seconds += number * found->second;
+    if (!(std::abs(seconds) <= LONGEST_SPAN)) {
+      return std::nullopt;
+    }
     span = std::chrono::seconds(static_cast<long long>(seconds));
   }
   return span;
@@ -105,8 +110,9 @@ std::optional<system_clock::time_point> next_time_of(const Upgrade_Units& units,
   if (!since_boot || units.uptime.count() == 0) {
     return calendar;
   }
-  const auto other = now + (*since_boot - units.uptime);
-  return calendar ? std::min(*calendar, other) : other;
+  const auto other =
+      time_since_epoch(system_clock::to_time_t(now) + since_boot->count() - units.uptime.count());
+  return calendar && other ? std::min(calendar, other) : calendar ? calendar : other;
 }
 
 Cause blocking(const char* code, std::string message, std::string evidence, std::string remedy) {

@@ -47,6 +47,12 @@ TEST_F(AptHealth, NamesTheFileThatAptCannotRead) {
             "mv '/etc/apt/sources.list.d/broken.list' '/etc/apt/sources.list.d/broken.list.disabled'");
 }
 
+TEST_F(AptHealth, SurvivesANameWithoutEnd) {
+  EXPECT_THAT(codes(told("E: /etc/apt/" + std::string(1000000, 'x')).causes),
+              ElementsAre("blocks apt.configuration_broken"));
+  EXPECT_THAT(codes(told("E: /etc/apt/\n").causes), ElementsAre("blocks apt.check_failed"));
+}
+
 TEST_F(AptHealth, TellsWhatElseStopsApt) {
   EXPECT_THAT(codes(told("E: Unable to parse package file /var/lib/dpkg/status (1)\n").causes),
               ElementsAre("blocks dpkg.status_broken"));

@@ -102,6 +102,21 @@ TEST_P(OnlineRefresh, KnowsWhatAptSays) {
   EXPECT_THAT(codes(refresh.causes), ElementsAre(GetParam().code));
 }
 
+TEST_F(OnlineRefresh, AllowsAChangedOriginAndNothingElse) {
+  const auto remedy_for = [this](const std::string& origin) {
+    return refreshed(100, "E: Repository 'r' changed its 'Origin' value from 'a' to '" + origin + "'")
+        .causes.at(0)
+        .remedy;
+  };
+
+  EXPECT_EQ(remedy_for("b"),
+            "apt-get --allow-releaseinfo-change update && echo 'Unattended-Upgrade::Origins-Pattern "
+            "{\"o=b\";};' > /etc/apt/apt.conf.d/zzz-zant-velmora");
+  EXPECT_EQ(remedy_for("b\";}; APT::Get::AllowUnauthenticated \"true"),
+            "apt-get --allow-releaseinfo-change update");
+  EXPECT_EQ(remedy_for(std::string(1000000, 'x')), "apt-get --allow-releaseinfo-change update");
+}
+
 INSTANTIATE_TEST_SUITE_P(
     Words, OnlineRefresh,
     ::testing::Values(

@@ -49,6 +49,13 @@ TEST_F(PeriodicSwitches, AreNamedWhenTheyAreOff) {
   EXPECT_THAT(codes(found("")), ElementsAre("blocks periodic.refresh_off", "blocks periodic.upgrades_off"));
 }
 
+TEST_F(PeriodicSwitches, AreNotDueForAsManyDaysAsTheySay) {
+  EXPECT_THAT(codes(delayed("200000", 3 * DAY)),
+              ElementsAre("blocks periodic.not_due", "blocks periodic.not_due"));
+  EXPECT_THAT(codes(delayed("99999999d", 3 * DAY)),
+              ElementsAre("blocks periodic.not_due", "blocks periodic.not_due"));
+}
+
 TEST_F(PeriodicSwitches, AreNamedWithTheirPlaceAndTurnedThere) {
   host.write("/etc/apt/apt.conf.d/99local", "// why\nAPT::Periodic::Unattended-Upgrade \"0\";\n");
   const auto causes = found(dump("always", "0"));

@@ -226,6 +226,37 @@ TEST_F(UpgradeTrial, GuessesNothingFromOtherWords) {
   EXPECT_THAT(codes(run().causes), ElementsAre("obscures tools.failed"));
 }
 
+TEST_F(UpgradeTrial, GuessesNothingFromAnAnswerThatLacksSomething) {
+  for (const Json& days : {Json::array(), Json{true}, Json{true, 1}, Json(1)}) {
+    answer["days"] = days;
+    EXPECT_THAT(codes(tried().causes), ElementsAre("obscures tools.failed")) << days;
+  }
+  for (const Json& lack : {Json::array(), Json{"list"}, Json{"list", 1}, Json(1)}) {
+    answer["lack"] = lack;
+    EXPECT_THAT(codes(tried().causes), ElementsAre("obscures tools.failed")) << lack;
+  }
+}
+
+TEST_F(UpgradeTrial, FindsNoQuestionInWhatIsNoFile) {
+  for (const char* const words : {"{\"conffile_prompt\": 1}\n", "{\"conffile_prompt\": null}\n", "{}\n"}) {
+    answers("/usr/bin/python3 -I -B *", 0, words);
+    EXPECT_THAT(find_conffile_prompt(question, "/private/conf", "2.0", "/private/archives"), IsEmpty())
+        << words;
+  }
+}
+
+TEST_F(UpgradeTrial, LetsNoRepositoryWriteAptsConfiguration) {
+  answer["origins"]["is_allowed"] = false;
+  answer["origins"]["allowed"] = {"o=Quorvane Velmora Core VMS Repo"};
+  answer["origins"]["origins"] = {"o=x\";}; APT::Get::AllowUnauthenticated \"true,a=b"};
+  answer["upgrade"]["upgrades"] = false;
+  const auto causes = tried().causes;
+
+  ASSERT_THAT(codes(causes), ElementsAre("blocks origin.not_allowed"));
+  EXPECT_EQ(causes[0].remedy,
+            "Allow the repository's origin in Unattended-Upgrade::Origins-Pattern of APT's configuration");
+}
+
 TEST_F(UpgradeTrial, TellsThatNoAnswerCame) {
   answers("/usr/bin/python3 -I -B *", 124, "");
   EXPECT_THAT(codes(run().causes), ElementsAre("obscures tools.time_limit"));

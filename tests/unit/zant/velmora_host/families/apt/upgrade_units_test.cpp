@@ -85,6 +85,13 @@ TEST_F(UpgradeUnits, AreNamedWhenTheyCannotDoTheirWork) {
                           "blocks service.invalid"));
 }
 
+TEST_F(UpgradeUnits, HaveNoTimeThatTheClockCannotHold) {
+  const auto units = found_with("Mon 2026-11-23", "Fri 9999-12-31");
+
+  EXPECT_THAT(units.causes, IsEmpty());
+  EXPECT_FALSE(units.next_run);
+}
+
 TEST_F(UpgradeUnits, MayBeChangedInHarmlessWaysOnly) {
   const std::string drop_in = "/etc/systemd/system/apt-daily.service.d/a.conf";
   host.write(drop_in, "[Service]\nNice=19\n# text\n");

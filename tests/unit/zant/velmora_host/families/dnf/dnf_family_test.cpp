@@ -240,6 +240,16 @@ TEST_F(DnfFamily, FindsADnfThatCannotReleaseHolds) {
   EXPECT_EQ(report.findings[0].code, "host.dnf5");
 }
 
+TEST_F(DnfFamily, TakesNoTimeThatTheClockCannotHoldForARefresh) {
+  host_.set_up();
+  host_.answer_about_upgrades(1, "", "99999999999999\n");
+
+  for (const auto& finding :
+       DNF_Family().find_weaknesses(host_.settings(), host_.services, velmora::Init::systemd)) {
+    EXPECT_NE(finding.code, "repository.not_refreshed");
+  }
+}
+
 TEST_F(DnfFamily, FindsOtherFilesOfTheRepository) {
   host_.pass_checks();
   host_.write("/etc/yum.repos.d/other.repo",

@@ -108,6 +108,22 @@ TEST_F(DnfOutlook, IsNotGuessedWhenTheToolsFail) {
   EXPECT_EQ(outlook().installed, "1.0-1") << "rpm says it without DNF";
 }
 
+TEST_F(DnfOutlook, HasNoTimeThatTheClockCannotHold) {
+  answer_preview(R"({"installed": "1", "offered": "1", "newer": false, "refreshed": 99999999999999,
+                     "obstacles": []})");
+  EXPECT_FALSE(outlook().refreshed);
+  EXPECT_THAT(codes(), IsEmpty());
+}
+
+TEST_F(DnfOutlook, SurvivesWordsWithoutEnd) {
+  const std::string words = "http://" + std::string(1000000, 'x');
+  answer_preview(R"({"installed": "1", "offered": "2", "newer": true, "refreshed": null,
+                     "obstacles": [{"kind": "unreadable", "words": ")" +
+                 words + R"("}]})");
+
+  EXPECT_EQ(outlook().causes.at(0).evidence, words);
+}
+
 TEST_F(DnfOutlook, TellsAPreviewThatFailedFromOneThatTookTooLong) {
   answer_preview("", 124);
   EXPECT_THAT(codes(), ElementsAre("tools.time_limit"));

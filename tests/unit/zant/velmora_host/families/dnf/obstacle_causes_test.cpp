@@ -174,6 +174,13 @@ TEST(DnfObstacleCauses, TakeARefusedOptionOutOfTheFileThatHasIt) {
   EXPECT_EQ(cause({{"kind", "options_refused"}, {"words", words}}).remedy, renewed);
 }
 
+TEST(DnfObstacleCauses, SurviveWordsWithoutEnd) {
+  const std::string name(1000000, 'x');
+
+  EXPECT_EQ(cause({{"kind", "configuration_broken"}, {"words", "Parsing file '" + name}}).remedy,
+            "Correct the file that DNF names");
+}
+
 TEST(DnfObstacleCauses, RefuseWhatIsNoObstacle) {
   EXPECT_THROW(causes_from({Json(1)}), Json::exception);
   EXPECT_THROW(causes_from({Json{{"kind", 1}}}), Json::exception);

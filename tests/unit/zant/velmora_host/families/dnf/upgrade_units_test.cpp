@@ -172,6 +172,14 @@ TEST_F(DnfUpgradeUnits, KnowATimeSinceTheBoot) {
   EXPECT_FALSE(next_run_of(units(), NOW));
 }
 
+TEST_F(DnfUpgradeUnits, HaveNoTimeThatTheClockCannotHold) {
+  timer_["NextElapseUSecRealtime"] = "Fri 9999-12-31 00:00:00 UTC";
+  for (const char* const span : {"1e300y", "-1e300y", "nan s", "9999999999 y", "3e11 s", "200000 w"}) {
+    timer_["NextElapseUSecMonotonic"] = span;
+    EXPECT_FALSE(next_run_of(units(), NOW)) << span;
+  }
+}
+
 TEST_F(DnfUpgradeUnits, NameATimerOfSomethingElse) {
   timer_["Unit"] = "backup.service";
 
