@@ -1,21 +1,16 @@
 #pragma once
 
+#include <fuzz/require.hpp>
+
 #include <boost/log/core.hpp>
 
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 #include <string>
 
 /// What a fuzzer defines: takes one input, and ends the process, by `require` or by an exception that gets
 /// out, when what must hold does not.
 void try_input(const std::string& input);
-
-inline void require(bool holds) {
-  if (!holds) {
-    std::abort();
-  }
-}
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   boost::log::core::get()->set_logging_enabled(false);

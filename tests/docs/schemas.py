@@ -73,9 +73,10 @@ class Documents(unittest.TestCase):
         self.assertEqual(sorted(seen), NAMES)
 
     def test_those_of_the_fuzzer_seeds_follow_their_schemas(self):
-        for seed in (CHECKOUT / "fuzz" / "seeds" / "last_cycle").iterdir():
-            with self.subTest(seed=seed.name):
-                documents.parse(seed.read_text(encoding="utf-8"))
+        for record in ("last_cycle", "verdict"):
+            for seed in (CHECKOUT / "fuzz" / "seeds" / record).iterdir():
+                with self.subTest(seed=seed.name):
+                    documents.parse(seed.read_text(encoding="utf-8"))
 
     def test_those_of_the_guides_follow_their_schemas(self):
         examples = re.findall(r"```json\n(.*?)```", (CHECKOUT / "docs" / "status.md").read_text(encoding="utf-8"), re.DOTALL)

@@ -119,6 +119,20 @@ class Places(unittest.TestCase):
                     self.assertTrue((guide.parent / target).exists(), f"{guide}: {target}")
 
 
+class Fuzzers(unittest.TestCase):
+    def test_each_is_listed_with_seeds_and_with_sources_that_are_there(self):
+        listed = [line.split("|") for line in (CHECKOUT / "fuzz" / "fuzzers.txt").read_text(encoding="utf-8").splitlines()
+                  if line and not line.startswith("#")]
+
+        self.assertEqual([name.strip() for name, _, _ in listed],
+                         sorted(path.name.removesuffix("_fuzzer.cpp") for path in (CHECKOUT / "fuzz").glob("*_fuzzer.cpp")))
+        for name, _, sources in listed:
+            self.assertTrue(any((CHECKOUT / "fuzz" / "seeds" / name.strip()).iterdir()), name)
+            for source in sources.split():
+                folder = CHECKOUT if source.startswith("program/") else HOST_LIBRARY
+                self.assertTrue((folder / source).is_file(), source)
+
+
 class CommandLines(unittest.TestCase):
     def test_each_command_exists(self):
         for line in command_lines():
