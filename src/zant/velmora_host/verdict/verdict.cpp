@@ -132,9 +132,13 @@ Verdict_Kind judge(const Upgrade_Outlook& outlook, const Upgrade_History& histor
 }
 
 std::chrono::seconds offered_for(const Verdict& verdict) {
-  return verdict.history.offered ? std::chrono::duration_cast<std::chrono::seconds>(
-                                       verdict.found - verdict.history.offered->since)
-                                 : std::chrono::seconds(0);
+  using std::chrono::seconds;
+  if (!verdict.history.offered) {
+    return seconds(0);
+  }
+  // A record that is read may say anything.
+  return std::max(seconds(0),
+                  std::chrono::duration_cast<seconds>(verdict.found - verdict.history.offered->since));
 }
 
 bool is_command(const std::string& remedy) {

@@ -20,28 +20,37 @@ namespace APT_Constants = velmora::APT_Constants;
 
 constexpr const char* MAIN_FILE = "/etc/apt/apt.conf";
 
-bool is_balanced(const std::string& line) {
-  return std::count(line.begin(), line.end(), '{') == std::count(line.begin(), line.end(), '}') &&
-         std::count(line.begin(), line.end(), '"') % 2 == 0 && line.find(';') != std::string::npos;
+// The names that a statement would have after the text, in the block that is open there and in those around
+// it; empty when it would be no statement of its own.
+std::vector<std::string> names_after(const std::string& text, std::size_t blocks) {
+  std::string probes;
+  for (std::size_t i = 0; i < blocks; ++i) {
+    probes += "\nprobe \"1\";}";
+  }
+  const auto items = parse_apt_configuration(text + probes);
+  std::vector<std::string> names;
+  for (auto item = items.rbegin(); item != items.rend() && names.size() < blocks; ++item) {
+    if (!boost::algorithm::ends_with(item->name, "probe") || item->value != "1") {
+      return {};
+    }
+    names.push_back(item->name);
+  }
+  return names.size() < blocks ? std::vector<std::string>() : names;
 }
 
-// Whether nothing is left open, so that another statement can follow.
-bool is_between_statements(const std::string& text) {
-  const auto items = parse_apt_configuration(text + "\nprobe \"1\";");
-  return !items.empty() && boost::algorithm::ends_with(items.back().name, "probe") &&
-         items.back().value == "1";
-}
-
-// Whether the line can be taken out and leaves a file that APT can read.
+// Whether the line can be taken out and leaves a file that APT can read: a directive, or whole statements.
 bool is_of_its_own(const std::string& text, std::size_t number) {
+  const auto blocks = static_cast<std::size_t>(std::count(text.begin(), text.end(), '{')) + 1;
   std::string before;
   std::size_t count = 0;
   for (const auto& line : lines_of(text)) {
-    ++count;
-    if (count == number) {
-      return is_balanced(line) && is_between_statements(before) && is_between_statements(before + line);
+    if (++count < number) {
+      before += line + "\n";
+      continue;
     }
-    before += line + "\n";
+    const auto names = names_after(before, blocks);
+    const bool is_directive = boost::algorithm::trim_copy(line).starts_with('#');
+    return !names.empty() && (is_directive || names_after(before + line, blocks) == names);
   }
   return false;
 }
@@ -135,10 +144,9 @@ std::string APT_Settings::without(const std::optional<Place>& place, const std::
   if (is_kept_by_library(place->file)) {
     return "package-minder once";
   }
-  const bool is_directive = boost::algorithm::starts_with(place->text, "#");
   const auto file = std::find_if(files_.begin(), files_.end(),
                                  [&place](const auto& candidate) { return candidate.path == place->file; });
-  return is_directive || (file != files_.end() && is_of_its_own(file->text, place->line))
+  return file != files_.end() && is_of_its_own(file->text, place->line)
              ? fmt::format("sed -i '{}s|^|//|' {}", place->line, quoted(place->file.string()))
              : otherwise;
 }

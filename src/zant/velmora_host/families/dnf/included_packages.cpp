@@ -22,8 +22,8 @@ namespace DNF_Constants = velmora::DNF_Constants;
 constexpr const char* OPTION = "includepkgs";
 constexpr const char* MARK = "# The setting minder.repository_packages of package-minder:";
 
-bool is_section_head(const std::string& line) {
-  return line.starts_with('[');
+bool is_section_head(const std::string& trimmed) {
+  return trimmed.starts_with('[') && trimmed.ends_with(']');
 }
 
 bool sets_option(const std::string& line) {
@@ -34,17 +34,33 @@ bool continues_a_value(const std::string& line) {
   return line.starts_with(' ') || line.starts_with('\t');
 }
 
+// Such a line ends no value of several lines.
+bool says_nothing(const std::string& line, const std::string& trimmed) {
+  return trimmed.empty() || trimmed.front() == '#' || trimmed.front() == ';' ||
+         (!is_section_head(trimmed) && !continues_a_value(line) && trimmed.find('=') == std::string::npos);
+}
+
 // The vendor's own value gives way to the administrator's.
 std::string with_option(const std::string& text, const std::string& value) {
   std::string result;
   bool is_dropping = false;
+  bool is_first =
+      false;  // after the head of a section: a blank before it must not make it a part of our value
   std::istringstream lines(text);
   for (std::string line; std::getline(lines, line);) {
-    is_dropping = sets_option(line) || (is_dropping && continues_a_value(line));
-    if (!is_dropping && line != MARK) {
-      result += line + "\n";
+    const std::string trimmed = boost::algorithm::trim_copy(line);
+    if (says_nothing(line, trimmed)) {
+      result += trimmed == MARK ? "" : line + "\n";
+      continue;
     }
-    if (is_section_head(line)) {
+    const bool is_head = is_section_head(trimmed);
+    is_dropping = !is_head && (sets_option(line) || (is_dropping && continues_a_value(line)));
+    if (is_dropping) {
+      continue;
+    }
+    result += (is_first ? boost::algorithm::trim_left_copy(line) : line) + "\n";
+    is_first = is_head || (is_first && trimmed.find('=') == std::string::npos);
+    if (is_head) {
       result += fmt::format("{}\n{}={}\n", MARK, OPTION, value);
     }
   }

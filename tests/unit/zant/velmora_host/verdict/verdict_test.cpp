@@ -234,6 +234,14 @@ TEST(VerdictTest, CountsTheTimeOfTheOffer) {
   EXPECT_EQ(offered_for(verdict), seconds(90));
 }
 
+TEST(VerdictTest, CountsNoTimeOfAnOfferToCome) {
+  Verdict verdict;
+  verdict.found = JUDGED_AT;
+  verdict.history.offered = {"2.0", JUDGED_AT + hours(1)};
+
+  EXPECT_EQ(offered_for(verdict), seconds(0));
+}
+
 TEST(VerdictTest, IsKnownByItsName) {
   const std::vector<std::string> names = {"up_to_date", "waiting", "overdue", "blocked", "cannot_be_told"};
   for (std::size_t index = 0; index < names.size(); ++index) {

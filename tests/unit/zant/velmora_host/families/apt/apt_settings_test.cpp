@@ -56,6 +56,26 @@ TEST_F(AptSettings, OfSeveralLinesAreOverruled) {
   EXPECT_EQ(found.without(found.place_of("X::Other", "b"), "otherwise"), "otherwise");
 }
 
+TEST_F(AptSettings, OfATextOfSeveralLinesAreOverruled) {
+  host.write("/etc/apt/apt.conf.d/90b", "X::Item \"a\n#clear X::Item\";\n");
+  const auto found = settings();
+
+  EXPECT_EQ(found.without(found.place_of("X::Item", "a\n#clear X::Item"), "otherwise"), "otherwise")
+      << "the line looks like a directive, and ends a text";
+}
+
+TEST_F(AptSettings, InALineThatOpensAnotherBlockAreOverruled) {
+  for (const char* const line : {"} C { y \"a\";", "y \"a\"; x \"}\" {", "y \"a\"; {"}) {
+    host.write("/etc/apt/apt.conf.d/90b", std::string("B {\n") + line + "\nz \"1\"; };\n");
+    const auto found = settings();
+    const auto place =
+        found.place_of("B::y", "a") ? found.place_of("B::y", "a") : found.place_of("C::y", "a");
+
+    ASSERT_TRUE(place) << line;
+    EXPECT_EQ(found.without(place, "otherwise"), "otherwise") << line;
+  }
+}
+
 TEST_F(AptSettings, OfTheLibrarysFilesArePutBackByACycle) {
   host.write("/etc/apt/apt.conf.d/20auto-upgrades", "APT::Periodic::Enable \"0\";\n");
   const auto found = settings();

@@ -153,6 +153,25 @@ TEST_F(IncludedPackages, OfTheTemplateGiveWayToTheSetting) {
   EXPECT_EQ(host_.read(REPO_FILE), std::string(LIMITED) + "enabled=1\n");
 }
 
+// Lines that begin with a blank continue the value before them, comments or not.
+TEST_F(IncludedPackages, AreNotWidenedByTheLinesAfterThem) {
+  const std::string file = "/staging/config-files/dnf/templates/quorvane.repo.template";
+  const std::string option =
+      "# The setting minder.repository_packages of package-minder:\nincludepkgs=zant-velmora\n";
+  const auto prepared = [&](const std::string& text) {
+    host_.write(file, text);
+    Included_Packages(host_.services.filesystem, {"zant-velmora"}, "/staging").prepare_templates();
+    return host_.read(file);
+  };
+
+  EXPECT_EQ(prepared("[{0}]\n  name={1}\n"), "[{0}]\n" + option + "name={1}\n");
+  EXPECT_EQ(prepared("[{0}]\nincludepkgs=bash\n# more\n zsh\nname={1}\n"),
+            "[{0}]\n" + option + "# more\nname={1}\n");
+  EXPECT_EQ(prepared("[{0}]\nword\n bash\n zsh\nname={1}\n"),
+            "[{0}]\n" + option + "word\nbash\nzsh\nname={1}\n");
+  EXPECT_EQ(prepared("[{0}\n bash\n"), "[{0}\n bash\n") << "no head";
+}
+
 TEST_F(IncludedPackages, StandOnceInATemplateThatIsPreparedAgain) {
   const std::string file = "/staging/config-files/dnf/templates/quorvane.repo.template";
   host_.write(file, "[{0}]\nname={1}\n");
