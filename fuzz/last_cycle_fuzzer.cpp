@@ -1,5 +1,5 @@
 // The record of the last cycle, which a crash, a full disk or an older version may have left: it is read, or
-// counts as missing, and what was read can be written again.
+// counts as missing, and what was read can be written and read again and is the same.
 
 #include <fuzz/fuzzer.hpp>
 #include <support/fake_filesystem.hpp>
@@ -15,6 +15,9 @@ void try_input(const std::string& input) {
   files.add_file(file, input);
   if (const auto state = cycle_store::read(files, file)) {
     require(cycle_store::write(files, file, *state));
-    require(cycle_store::read(files, file).has_value());
+    const auto text = files.contents(file);
+    const auto again = cycle_store::read(files, file);
+    require(again.has_value() && cycle_store::write(files, file, *again));
+    require(files.contents(file) == text);
   }
 }
