@@ -11,6 +11,8 @@
 
 #include <algorithm>
 #include <regex>
+#include <set>
+#include <string>
 #include <vector>
 
 namespace zant::velmora_host::apt_outlook {
@@ -46,14 +48,15 @@ std::string remedy_for_fault(const std::string& words) {
 
 // Line by line, without the hyphens that the options have elsewhere.
 std::optional<Place> find_simulation_option(Host_Filesystem& filesystem) {
-  static const std::regex OPTION("\\s*(no-act|dry-run|simulate)\\s*");
+  static const std::set<std::string> OPTIONS = {"no-act", "dry-run", "simulate"};
   auto files = filesystem.list_files("/etc/dpkg/dpkg.cfg.d", "");
   std::sort(files.begin(), files.end());
   files.insert(files.begin(), "/etc/dpkg/dpkg.cfg");
   for (const auto& file : files) {
     const auto lines = lines_of(filesystem.read_file(file, velmora::Read_Flag::WHOLE_TEXT));
-    const auto found = std::find_if(lines.begin(), lines.end(),
-                                    [](const std::string& line) { return std::regex_match(line, OPTION); });
+    const auto found = std::find_if(lines.begin(), lines.end(), [](const std::string& line) {
+      return OPTIONS.contains(boost::algorithm::trim_copy(line));
+    });
     if (found != lines.end()) {
       return Place{file, static_cast<std::size_t>(found - lines.begin()) + 1, *found};
     }

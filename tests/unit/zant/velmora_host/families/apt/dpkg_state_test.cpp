@@ -102,7 +102,7 @@ TEST_F(DpkgState, NamesTheOptionThatHasItActOnNothing) {
   EXPECT_EQ(unknown[0].message, "dpkg only tells what it would do, and installs nothing");
   EXPECT_EQ(unknown[0].remedy, "Take the option no-act out of dpkg's configuration");
 
-  host.write("/etc/dpkg/dpkg.cfg", "# dry-run\nlog /var/log/dpkg.log\n");
+  host.write("/etc/dpkg/dpkg.cfg", "# dry-run\nlog /var/log/dpkg.log\n" + std::string(1000000, ' ') + "\n");
   host.write("/etc/dpkg/dpkg.cfg.d/local", "force-confold\n  simulate\n");
   const auto known = find_simulating_dpkg(question);
   ASSERT_THAT(codes(known), ElementsAre("blocks dpkg.fails"));
