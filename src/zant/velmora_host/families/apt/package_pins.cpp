@@ -17,7 +17,7 @@ namespace {
 
 // As APT takes them. The usual way to match takes forever on nested repetitions, and a stack for nested
 // brackets.
-const auto KIND_OF_PATTERN =
+constexpr auto KIND_OF_PATTERN =
     std::regex_constants::extended | std::regex_constants::icase | std::regex_constants::__polynomial;
 constexpr std::size_t LONGEST_PATTERN = 1000;
 
