@@ -73,7 +73,7 @@ class Planning_Host_With_Files : public Planning_Host {
 
 using Host_Filesystem_Hosts =
     ::testing::Types<Fake_Host_With_Listing, File_Service_On<Disk_Host>, Forwarding_On<Disk_Host>,
-                     Observed_On<Disk_Host>, Planning_Host, Planning_Host_With_Files,
+                     Forgiving_On<Disk_Host>, Observed_On<Disk_Host>, Planning_Host, Planning_Host_With_Files,
                      Planning_In_Scratch_On<Disk_Host>>;
 
 // For the names of the tests.
@@ -81,8 +81,8 @@ class Host_Names {
  public:
   template <typename Host>
   static std::string GetName(int index) {
-    constexpr std::array NAMES = {"FakeWithListing", "FileService",       "Forwarding",       "Observed",
-                                  "Planning",        "PlanningOverFiles", "PlanningInScratch"};
+    constexpr std::array NAMES = {"FakeWithListing", "FileService", "Forwarding",        "Forgiving",
+                                  "Observed",        "Planning",    "PlanningOverFiles", "PlanningInScratch"};
     return NAMES.at(static_cast<std::size_t>(index));
   }
 };

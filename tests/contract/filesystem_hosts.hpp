@@ -5,6 +5,7 @@
 #include <zant/velmora_host/observation/observed_filesystem.hpp>
 #include <zant/velmora_host/reports/planning_filesystem.hpp>
 #include <zant/velmora_host/services/file_service.hpp>
+#include <zant/velmora_host/services/forgiving_filesystem.hpp>
 #include <zant/velmora_host/services/forwarding_filesystem.hpp>
 #include <zant/velmora_host/services/temporary_directory.hpp>
 
@@ -29,6 +30,15 @@ class Forwarding_On : public Disk_Host {
 
  private:
   Forwarding_Filesystem filesystem_{this->disk()};
+};
+
+template <typename Disk_Host>
+class Forgiving_On : public Disk_Host {
+ public:
+  Host_Filesystem& filesystem() { return filesystem_; }
+
+ private:
+  Forgiving_Filesystem filesystem_{this->disk()};
 };
 
 template <typename Disk_Host>

@@ -81,6 +81,30 @@ std::vector<Filesystem::Path> Fake_Filesystem::entries(const Path& directory) co
   return {found.begin(), found.end()};
 }
 
+bool Fake_Filesystem::move(const Path& from, const Path& to) {
+  const std::string operation = "move " + from.generic_string() + " -> " + to.generic_string();
+  const auto failure = failures_.find(operation);
+  const bool goes_well = failure == failures_.end() || --failure->second != 0;
+  if (!goes_well || !has(from) || !is_directory_(key(to.parent_path())) ||
+      (is_directory_(key(to)) && has_entries_(key(to)))) {
+    return false;
+  }
+  const auto renamed = [&](const std::string& name) { return key(to) + name.substr(key(from).size()); };
+  const auto goes = [&](const std::string& name) { return name == key(from) || lies_below(name, key(from)); };
+  files_.erase(key(to));
+  std::map<std::string, std::string> files;
+  for (const auto& [name, text] : files_) {
+    files[goes(name) ? renamed(name) : name] = text;
+  }
+  std::set<std::string> directories;
+  for (const auto& name : directories_) {
+    directories.insert(goes(name) ? renamed(name) : name);
+  }
+  files_ = std::move(files);
+  directories_ = std::move(directories);
+  return true;
+}
+
 void Fake_Filesystem::fail(const std::string& operation, int nth) {
   failures_[operation] = nth;
 }

@@ -53,6 +53,10 @@ class Fake_Filesystem : public Filesystem {
   /// The full paths of a directory's entries, sorted.
   std::vector<Path> entries(const Path& directory) const;
 
+  /// Renames a file, or a directory with all below it, as a host's file service can. Not recorded; `fail`
+  /// knows it as "move /a -> /b".
+  bool move(const Path& from, const Path& to);
+
   /// The nth operation from now that the journal records in exactly these words fails (1 is the next one): it
   /// reports the failure in its way and changes nothing. For copy_files see `fail_copies_of`.
   void fail(const std::string& operation, int nth = 1);

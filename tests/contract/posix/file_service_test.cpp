@@ -19,6 +19,7 @@
 #include <cerrno>
 #include <fstream>
 #include <string>
+#include <system_error>
 #include <thread>
 #include <vector>
 
@@ -30,6 +31,7 @@ using boost::filesystem::path;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using ::testing::StartsWith;
+using ::testing::ThrowsMessage;
 
 class FileService : public ::testing::Test {
  protected:
@@ -253,11 +255,10 @@ TEST_F(FileService, AFifoInAFilesPlaceReadsAsEmptyInsteadOfBlocking) {
               ElementsAre("Cannot read " + at("fifo").string() + ": not a regular file: Invalid argument"));
 }
 
-TEST_F(FileService, AFileThatCannotBeReadToItsEndReadsAsEmptyWithTheReasonInTheLog) {
+TEST_F(FileService, AFileThatCannotBeReadToItsEndIsNotTakenForEmpty) {
   // Nothing is mapped at address 0.
-  EXPECT_EQ(files_.read_file("/proc/self/mem", velmora::Read_Flag::WHOLE_TEXT), "");
-
-  EXPECT_THAT(warnings(), ElementsAre("Cannot read /proc/self/mem: cannot read: Input/output error"));
+  EXPECT_THAT([this] { files_.read_file("/proc/self/mem", velmora::Read_Flag::WHOLE_TEXT); },
+              ThrowsMessage<std::system_error>("Cannot read /proc/self/mem: Input/output error"));
 }
 
 TEST_F(FileService, TypeOfFollowsLinks) {
@@ -313,6 +314,50 @@ TEST_F(FileService, ANewDirectoryIsBroughtToTheDisk) {
   files_.create_directories(at("d"));
 
   EXPECT_THAT(Disk_Seams::calls(), ElementsAre("sync directory"));
+}
+
+TEST_F(FileService, CommonAccessIsWhatItGivesToWhatItWrites) {
+  files_.write_file(at("a"), "text", velmora::Write_Flag::REPLACE);
+  EXPECT_TRUE(files_.has_common_access(at("a")));
+
+  for (const mode_t mode : {0000U, 0600U, 0640U, 0664U, 0755U, 04644U}) {
+    ASSERT_EQ(::chmod(at("a").c_str(), mode), 0);
+    EXPECT_FALSE(files_.has_common_access(at("a"))) << mode;
+  }
+  EXPECT_TRUE(files_.has_common_access(at("missing")));
+  EXPECT_TRUE(files_.has_common_access(at("")));
+}
+
+TEST_F(FileService, WhatIsRemovedIsGoneFromTheDiskToo) {
+  given_file("one", "text");
+  given_file("two", "text");
+  files_.create_directories(at("d"));
+  given_file("d/three", "text");
+
+  Disk_Seams::reset();
+  files_.remove(at("one"));
+  EXPECT_THAT(Disk_Seams::calls(), ElementsAre("sync directory"));
+
+  Disk_Seams::reset();
+  files_.remove(std::vector<path>{at("two"), at("missing")});
+  EXPECT_THAT(Disk_Seams::calls(), ElementsAre("sync directory"));
+
+  Disk_Seams::reset();
+  files_.remove_all(at("d"));
+  EXPECT_THAT(Disk_Seams::calls(), ElementsAre("sync directory"));
+}
+
+TEST_F(FileService, WhatIsMovedHasItsNewNameOnTheDiskToo) {
+  given_file("one", "text");
+  files_.create_directories(at("d"));
+  Disk_Seams::reset();
+
+  files_.move(at("one"), at("two"));
+  EXPECT_THAT(Disk_Seams::calls(), ElementsAre("rename", "sync directory"));
+
+  Disk_Seams::reset();
+  files_.move(at("two"), at("d/three"));
+  EXPECT_THAT(Disk_Seams::calls(), ElementsAre("rename", "sync directory", "sync directory"));
 }
 
 TEST_F(FileService, AFullDiskLeavesTheOldContentsAndNothingElse) {

@@ -17,6 +17,7 @@ class Debian_Host : public Host_In_Directory {
       services.filesystem->create_directories(directory);
     }
     system->on("dpkg-query -f='${Architecture}' -W zant-velmora", 0, "amd64");
+    system->on("dpkg-query --show --showformat='${db:Status-Want}' zant-velmora", 0, "install");
     system->on("apt-config dump", 0, "Acquire::AllowInsecureRepositories \"0\";\n");
     // What the tools tell of the next upgrade is for other tests.
     system->on_like("LC_ALL=C timeout *", 127);

@@ -5,6 +5,7 @@
 #include <support/fake_filesystem.hpp>
 
 #include <memory>
+#include <set>
 #include <string>
 #include <utility>
 #include <vector>
@@ -21,6 +22,9 @@ class Fake_Host_Filesystem : public Host_Filesystem {
       : fake_(std::move(fake)) {}
 
   Fake& fake() const { return *fake_; }
+
+  /// Takes the common access away from a file.
+  void lock_away(const Path& path) { locked_away_.insert(path); }
 
   bool remove(const Path& path) override { return fake_->remove(path); }
   void remove(const std::vector<Path>& paths) override { fake_->remove(paths); }
@@ -52,10 +56,13 @@ class Fake_Host_Filesystem : public Host_Filesystem {
     }
     return fake_->has(path) ? File_Type::FILE : File_Type::NONE;
   }
+  bool has_common_access(const Path& path) override { return !locked_away_.contains(path); }
   std::vector<Path> list_entries(const Path& directory) override { return fake_->entries(directory); }
+  bool move(const Path& from, const Path& to) override { return fake_->move(from, to); }
 
  private:
   std::shared_ptr<Fake> fake_;
+  std::set<Path> locked_away_;
 };
 
 }  // namespace zant::velmora_host::test_support

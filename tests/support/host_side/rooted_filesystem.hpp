@@ -46,6 +46,8 @@ class Rooted_Filesystem : public Host_Filesystem {
   std::vector<Path> list_entries(const Path& directory) override {
     return in_(directory, files_.list_entries(real_(directory)));
   }
+  bool move(const Path& from, const Path& to) override { return files_.move(real_(from), real_(to)); }
+  bool has_common_access(const Path& path) override { return files_.has_common_access(real_(path)); }
 
  private:
   Path real_(const Path& path) const {

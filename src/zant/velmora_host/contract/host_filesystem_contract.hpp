@@ -109,10 +109,32 @@ TYPED_TEST_P(HostFilesystemContract, ListEntriesOfWhatIsNoDirectoryIsEmpty) {
   EXPECT_THAT(this->files().list_entries(this->at("d")), ::testing::IsEmpty());
 }
 
+// --- move --------------------------------------------------------------------
+
+TYPED_TEST_P(HostFilesystemContract, MoveGivesAFileAnotherNameAndReplacesWhatStoodThere) {
+  this->given_file("a");
+  this->files().write_file(this->at("b"), "old", velmora::Write_Flag::REPLACE);
+
+  EXPECT_TRUE(this->files().move(this->at("a"), this->at("b")));
+
+  EXPECT_EQ(this->files().type_of(this->at("a")), File_Type::NONE);
+  EXPECT_EQ(this->files().read_file(this->at("b"), velmora::Read_Flag::WHOLE_TEXT), "text");
+}
+
+TYPED_TEST_P(HostFilesystemContract, MoveOfWhatIsMissingIsFalseAndChangesNothing) {
+  this->given_file("b");
+
+  EXPECT_FALSE(this->files().move(this->at("missing"), this->at("b")));
+
+  EXPECT_EQ(this->files().type_of(this->at("b")), File_Type::FILE);
+}
+
 REGISTER_TYPED_TEST_SUITE_P(HostFilesystemContract, TypeOfTellsFilesFromDirectories,
                             TypeOfWhatIsMissingIsNone, TypeOfFollowsAChange,
                             ListEntriesGivesAllEntriesSortedAndNothingBelowThem,
                             ListEntriesShowsWhatWasMadeAndNotWhatWasRemoved,
-                            ListEntriesOfWhatIsNoDirectoryIsEmpty);
+                            ListEntriesOfWhatIsNoDirectoryIsEmpty,
+                            MoveGivesAFileAnotherNameAndReplacesWhatStoodThere,
+                            MoveOfWhatIsMissingIsFalseAndChangesNothing);
 
 }  // namespace zant::velmora_host::contract

@@ -61,7 +61,7 @@ std::vector<File_Change> Planning_Filesystem::changes() const {
   for (const auto& path : touched) {
     const auto before = text_in(real(), path);
     const auto after = text_of_(path);
-    if (before != after) {
+    if (before != after || (after && !real().has_common_access(path))) {
       changes.push_back({path, before, after});
     }
   }
@@ -163,7 +163,7 @@ bool Planning_Filesystem::create_directories(const Path& path) {
 
 bool Planning_Filesystem::files_equal(const Path& first, const Path& second) {
   const auto text = text_of_(first);
-  return text && text == text_of_(second);
+  return text && text == text_of_(second) && has_common_access(first) && has_common_access(second);
 }
 
 File_Type Planning_Filesystem::type_of(const Path& path) {
@@ -172,6 +172,15 @@ File_Type Planning_Filesystem::type_of(const Path& path) {
 
 std::vector<Path> Planning_Filesystem::list_entries(const Path& directory) {
   return planned_entries_(directory);
+}
+
+// Files alone: the library's own operations move nothing.
+bool Planning_Filesystem::move(const Path& from, const Path& to) {
+  return copy_file(from, to, velmora::Copy_Option::OVERWRITE_EXISTING) && remove(from);
+}
+
+bool Planning_Filesystem::has_common_access(const Path& path) {
+  return entries_.contains(normal(path)) || real().has_common_access(path);
 }
 
 bool Planning_Filesystem::is_scratch_(const Path& path) const {

@@ -25,7 +25,8 @@ class Planning_Filesystem : public Forwarding_Filesystem {
   /// @param scratch where changes are made for real.
   Planning_Filesystem(std::shared_ptr<Host_Filesystem> real, const Path& scratch);
 
-  /// What would be different, by path; a file that ends as it began is left out.
+  /// What would be different, by path; a file that ends as it began is left out, unless it would get the
+  /// common access.
   std::vector<File_Change> changes() const;
 
   bool remove(const Path& path) override;
@@ -42,6 +43,8 @@ class Planning_Filesystem : public Forwarding_Filesystem {
   bool files_equal(const Path& first, const Path& second) override;
   File_Type type_of(const Path& path) override;
   std::vector<Path> list_entries(const Path& directory) override;
+  bool move(const Path& from, const Path& to) override;
+  bool has_common_access(const Path& path) override;
 
  private:
   // What stands at a path instead of what really does. It hides everything real below the path too.

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <zant/velmora_host/services/bounded_system.hpp>
+#include <zant/velmora_host/services/forgiving_filesystem.hpp>
 #include <zant/velmora_host/services/host_services.hpp>
 
 #include <chrono>
@@ -15,7 +16,8 @@ namespace zant::velmora_host {
 inline constexpr auto REPORT_LIMIT = std::chrono::seconds(9);
 inline constexpr auto ONLINE_REPORT_LIMIT = std::chrono::seconds(28);
 
-/// The services of one report: all commands together have so much time, whatever service runs them.
+/// The services of one report: all commands together have so much time, whatever service runs them, and a
+/// file that cannot be looked at counts as missing.
 class Report_Services {
  public:
   using Clock = std::chrono::steady_clock;
@@ -23,7 +25,7 @@ class Report_Services {
   explicit Report_Services(const Host_Services& real, std::chrono::seconds limit = REPORT_LIMIT)
       : bounds_{Clock::now() + limit, {}},
         system_(std::make_shared<Bounded_System>(real.system, bounds_)),
-        services_{system_, real.filesystem} {}
+        services_{system_, std::make_shared<Forgiving_Filesystem>(real.filesystem)} {}
 
   const Host_Services& services() const noexcept { return services_; }
   const Command_Bounds& bounds() const noexcept { return bounds_; }

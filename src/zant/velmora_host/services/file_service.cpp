@@ -46,17 +46,27 @@ class PACKAGE_MINDER_HOST_LOCAL File_Service::Implementation {
     }
   }
 
-  void log_unless_missing(const std::string& what, const Path& path, const boost::system::error_code& error) {
+  // Nothing is there, or a guess would be needed.
+  static void throw_unless_missing(const std::string& what, const Path& path,
+                                   const boost::system::error_code& error) {
     if (error && !disk::means_missing(error.value())) {
-      log_failure_(what, path, disk::error_text(error.value()));
+      throw std::system_error(error, fmt::format("Cannot {} {}", what, path.string()));
     }
   }
 
-  boost::filesystem::directory_iterator open_directory(const Path& directory) {
-    boost::system::error_code error;
-    boost::filesystem::directory_iterator entries(directory, error);
-    log_unless_missing("list", directory, error);
-    return error ? boost::filesystem::directory_iterator() : entries;
+  std::string read(const Path& path) {
+    try {
+      return disk::read(path);
+    } catch (const std::system_error& error) {
+      if (disk::means_missing(error.code().value())) {
+        return "";
+      }
+      if (!disk::means_no_file(error.code().value())) {
+        throw std::system_error(error.code(), fmt::format("Cannot read {}", path.string()));
+      }
+      log_failure_("read", path, error.what());
+      return "";
+    }
   }
 
  private:
@@ -88,9 +98,8 @@ void File_Service::remove(const std::vector<Path>& paths) {
 }
 
 void File_Service::remove_all(const Path& path) {
-  boost::system::error_code error;
-  boost::filesystem::remove_all(path, error);
-  implementation_->log_unless_missing("remove", path, error);
+  implementation_->attempt("remove", path, Implementation::Missing::IS_AN_ANSWER,
+                           [&] { disk::remove_all(path); });
 }
 
 bool File_Service::exists(const Path& path) {
@@ -130,9 +139,7 @@ std::size_t File_Service::copy_files(const std::vector<Path>& sources, const Pat
 }
 
 std::string File_Service::read_file(const Path& path, int read_flag) {
-  std::string text;
-  implementation_->attempt("read", path, Implementation::Missing::IS_AN_ANSWER,
-                           [&] { text = disk::read(path); });
+  std::string text = implementation_->read(path);
   return read_flag == velmora::Read_Flag::WITHOUT_LINE_END ? without_line_end(std::move(text)) : text;
 }
 
@@ -165,6 +172,15 @@ std::string File_Service::stamp_of(const Path& path) {
   return disk::stamp_of(path);
 }
 
+bool File_Service::move(const Path& from, const Path& to) {
+  return implementation_->attempt(fmt::format("move {} to", from.string()), to,
+                                  Implementation::Missing::IS_A_FAILURE, [&] { disk::move(from, to); });
+}
+
+bool File_Service::has_common_access(const Path& path) {
+  return disk::has_common_access(path);
+}
+
 File_Type File_Service::type_of(const Path& path) {
   boost::system::error_code error;
   const boost::filesystem::file_type type = boost::filesystem::status(path, error).type();
@@ -176,7 +192,7 @@ File_Type File_Service::type_of(const Path& path) {
     case boost::filesystem::file_not_found:
       return File_Type::NONE;
     case boost::filesystem::status_error:
-      implementation_->log_unless_missing("look for", path, error);
+      Implementation::throw_unless_missing("look for", path, error);
       return File_Type::NONE;
     default:
       return File_Type::OTHER;
@@ -186,11 +202,11 @@ File_Type File_Service::type_of(const Path& path) {
 std::vector<velmora::Filesystem::Path> File_Service::list_entries(const Path& directory) {
   std::vector<Path> found;
   boost::system::error_code error;
-  for (auto entry = implementation_->open_directory(directory);
-       !error && entry != boost::filesystem::directory_iterator(); entry.increment(error)) {
+  for (boost::filesystem::directory_iterator entry(directory, error), end; !error && entry != end;
+       entry.increment(error)) {
     found.push_back(entry->path());
   }
-  implementation_->log_unless_missing("list", directory, error);
+  Implementation::throw_unless_missing("list", directory, error);
   std::sort(found.begin(), found.end());
   return found;
 }

@@ -17,8 +17,10 @@ namespace zant::velmora_host {
 /// directory is written, brought to the disk and renamed over the destination. Texts are stored unchanged,
 /// without a translation of line ends. Links in sources are followed.
 ///
-/// Ordinary failures are the results that `Filesystem` describes, never exceptions; their reason is logged as
-/// a warning under the channel "File_Service". A missing file is an answer and is not logged.
+/// An act that fails has the result that `Filesystem` describes; its reason is logged as a warning under the
+/// channel "File_Service". A missing file is an answer and is not logged. A question to which the operating
+/// system has no answer, because of a bad disk or for want of memory or descriptors, throws
+/// std::system_error: any answer would be a guess. Two files that cannot be compared count as different.
 ///
 /// Safe to call from several threads at once; the last of several writers of one file wins.
 ///
@@ -79,6 +81,10 @@ class PACKAGE_MINDER_HOST_EXPORT File_Service : public Host_Filesystem {
 
   /// Made of size and times, also of those of a link's target.
   std::string stamp_of(const Path& path) override;
+  bool move(const Path& from, const Path& to) override;
+
+  /// Judged by mode and owner. On Windows access is a matter of the directory, and always true.
+  bool has_common_access(const Path& path) override;
 
  private:
   class Implementation;

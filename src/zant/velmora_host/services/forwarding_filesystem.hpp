@@ -39,6 +39,8 @@ class Forwarding_Filesystem : public Host_Filesystem {
     return real_->files_equal(first, second);
   }
   std::string stamp_of(const Path& path) override { return real_->stamp_of(path); }
+  bool move(const Path& from, const Path& to) override { return real_->move(from, to); }
+  bool has_common_access(const Path& path) override { return real_->has_common_access(path); }
   File_Type type_of(const Path& path) override { return real_->type_of(path); }
   std::vector<Path> list_entries(const Path& directory) override { return real_->list_entries(directory); }
 

@@ -35,6 +35,15 @@ class PACKAGE_MINDER_HOST_EXPORT Host_Filesystem : public velmora::Filesystem {
   /// with an earlier one of the same path and process. Unless overridden, it is made of what the other
   /// operations return; a file service that knows sizes and times need not read the file.
   virtual std::string stamp_of(const Path& path);
+
+  /// Gives a file or directory another name on the same file system, at once: whatever stops the process or
+  /// the machine, it has one of the two names. A file at the new name is replaced, an empty directory too.
+  /// True on success; after a failure all is as it was.
+  virtual bool move(const Path& from, const Path& to) = 0;
+
+  /// Whether everybody may read a file and only this process's user may change it, as it is with what this
+  /// service writes; also true where there is no file. Unless overridden, it is so with every file.
+  virtual bool has_common_access(const Path& path);
 };
 
 }  // namespace zant::velmora_host

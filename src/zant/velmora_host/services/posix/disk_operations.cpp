@@ -1,6 +1,7 @@
 #include <zant/velmora_host/services/disk_operations.hpp>
 
 #include <zant/velmora_host/services/file_service.hpp>
+#include <zant/velmora_host/services/passing_error.hpp>
 #include <zant/velmora_host/services/posix/input_file.hpp>
 #include <zant/velmora_host/services/posix/replacement_file.hpp>
 #include <zant/velmora_host/services/posix/system_error.hpp>
@@ -25,6 +26,7 @@ namespace {
 constexpr mode_t DIRECTORY_MODE = 0755;
 constexpr mode_t PRIVATE_DIRECTORY_MODE = 0700;
 constexpr mode_t ACCESS_OF_OTHERS = 0077;
+constexpr mode_t ALL_PERMISSIONS = 07777;
 
 bool directory_exists(const Path& path) {
   boost::system::error_code ignored;
@@ -93,15 +95,38 @@ bool are_equal(const Path& first, const Path& second) {
   }
 }
 
+void move(const Path& from, const Path& to) {
+  if (::rename(from.c_str(), to.c_str()) != 0) {
+    throw_reason();
+  }
+  sync_directory(to.parent_path());
+  if (from.parent_path() != to.parent_path()) {
+    sync_directory(from.parent_path());
+  }
+}
+
 void remove_file(const Path& path) {
   if (::unlink(path.c_str()) != 0) {
     throw_reason();
   }
+  sync_directory(path.parent_path());
 }
 
 void remove(const Path& path) {
   if (std::remove(path.c_str()) != 0) {
     throw_reason();
+  }
+  sync_directory(path.parent_path());
+}
+
+void remove_all(const Path& path) {
+  boost::system::error_code error;
+  const auto removed = boost::filesystem::remove_all(path, error);
+  if (error) {
+    throw std::system_error(error.value(), std::generic_category());
+  }
+  if (removed > 0) {
+    sync_directory(path.parent_path());
   }
 }
 
@@ -116,6 +141,16 @@ void create_private_directory(const Path& path) {
       ((status.st_mode & ACCESS_OF_OTHERS) != 0 && ::chmod(path.c_str(), PRIVATE_DIRECTORY_MODE) != 0)) {
     throw_system_error("cannot set its mode");
   }
+}
+
+bool has_common_access(const Path& path) {
+  struct stat status {};
+  if (::stat(path.c_str(), &status) != 0) {
+    throw_if_passing({errno, std::generic_category()}, "look at", path);
+    return true;
+  }
+  return !S_ISREG(status.st_mode) ||
+         (status.st_uid == ::geteuid() && (status.st_mode & ALL_PERMISSIONS) == Replacement_File::MODE);
 }
 
 std::string stamp_of(const Path& path) {
@@ -133,8 +168,14 @@ std::string stamp_of(const Path& path) {
   return leads_elsewhere ? text_of(entry) + text_of(target) : text_of(entry);
 }
 
+// A link that leads in a circle leads nowhere.
 bool means_missing(int error_code) {
-  return error_code == ENOENT || error_code == ENOTDIR;
+  return error_code == ENOENT || error_code == ENOTDIR || error_code == ELOOP;
+}
+
+// As Input_File has it.
+bool means_no_file(int error_code) {
+  return error_code == EISDIR || error_code == EINVAL;
 }
 
 std::string error_text(int error_code) {

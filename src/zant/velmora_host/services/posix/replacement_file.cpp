@@ -12,7 +12,6 @@
 namespace zant::velmora_host {
 namespace {
 
-constexpr mode_t FILE_MODE = 0644;
 // Without set-user-ID and the like, which no text has a use for.
 constexpr mode_t PERMISSIONS = 0777;
 constexpr mode_t OWNERS_PERMISSIONS = 0700;
@@ -26,7 +25,7 @@ std::string temporary_path_template(const boost::filesystem::path& destination) 
 }  // namespace
 
 Replacement_File::Replacement_File(const boost::filesystem::path& destination)
-    : destination_(destination), temporary_path_(temporary_path_template(destination)), mode_(FILE_MODE) {
+    : destination_(destination), temporary_path_(temporary_path_template(destination)), mode_(MODE) {
   const auto suffix_size = static_cast<int>(std::strlen(EXTENSION));
   file_ = File_Descriptor(::mkostemps(temporary_path_.data(), suffix_size, O_CLOEXEC));
   if (!file_.is_open()) {

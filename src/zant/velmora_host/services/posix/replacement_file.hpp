@@ -18,6 +18,9 @@ class Replacement_File {
   /// What the names of unfinished files end in. They begin with a point.
   static constexpr const char* EXTENSION = ".package-minder";
 
+  /// The mode that a file has unless it is given another one's.
+  static constexpr mode_t MODE = 0644;
+
   explicit Replacement_File(const boost::filesystem::path& destination);
   ~Replacement_File();
   Replacement_File(const Replacement_File&) = delete;
@@ -25,7 +28,7 @@ class Replacement_File {
 
   void write(std::string_view data);
 
-  /// Gives the file the mode, owner and group of another one, instead of mode 0644 and the process's user.
+  /// Gives the file the mode, owner and group of another one, instead of `MODE` and the process's user.
   /// One that may not be given away is for the process's user alone.
   void give_access_of(const struct stat& other);
 

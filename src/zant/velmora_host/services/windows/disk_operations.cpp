@@ -44,6 +44,12 @@ bool are_equal(const Path& first, const Path& second) {
   return read(first) == read(second);
 }
 
+void move(const Path& from, const Path& to) {
+  if (::MoveFileExW(from.c_str(), to.c_str(), MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH) == FALSE) {
+    throw_win32_error("cannot rename it");
+  }
+}
+
 void remove_file(const Path& path) {
   if (::DeleteFileW(path.c_str()) == FALSE) {
     throw_win32_error("cannot delete it");
@@ -55,6 +61,14 @@ void remove(const Path& path) {
       directory_exists(path) ? ::RemoveDirectoryW(path.c_str()) : ::DeleteFileW(path.c_str());
   if (is_removed == FALSE) {
     throw_win32_error("cannot delete it");
+  }
+}
+
+void remove_all(const Path& path) {
+  boost::system::error_code error;
+  boost::filesystem::remove_all(path, error);
+  if (error) {
+    throw std::system_error(error.value(), std::system_category());
   }
 }
 
@@ -74,6 +88,10 @@ void create_private_directory(const Path& path) {
   disk::create_directory(path);
 }
 
+bool has_common_access(const Path& /*path*/) {
+  return true;
+}
+
 std::string stamp_of(const Path& path) {
   WIN32_FILE_ATTRIBUTE_DATA data{};
   if (::GetFileAttributesExW(path.c_str(), GetFileExInfoStandard, &data) == FALSE) {
@@ -86,6 +104,11 @@ std::string stamp_of(const Path& path) {
 bool means_missing(int error_code) {
   return error_code == ERROR_FILE_NOT_FOUND || error_code == ERROR_PATH_NOT_FOUND ||
          error_code == ERROR_INVALID_NAME || error_code == ERROR_DIRECTORY;
+}
+
+// A directory cannot be opened like a file.
+bool means_no_file(int error_code) {
+  return error_code == ERROR_ACCESS_DENIED;
 }
 
 std::string error_text(int error_code) {

@@ -3,6 +3,8 @@
 #include <zant/velmora_host/services/file_service.hpp>
 #include <zant/velmora_host/services/temporary_directory.hpp>
 
+#include <support/host_side/fake_host_filesystem.hpp>
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <boost/filesystem/operations.hpp>
@@ -151,6 +153,24 @@ TEST_F(PlanningFilesystem, DoesNotReportAFileThatIsRemovedAndWrittenAgainAsItWas
   files_.write_file(host("timer.d/one.conf"), "1\n", velmora::Write_Flag::REPLACE);
 
   EXPECT_THAT(changes(), IsEmpty());
+}
+
+TEST_F(PlanningFilesystem, ReportsAFileThatWouldGetTheCommonAccess) {
+  const auto real = std::make_shared<test_support::Fake_Host_Filesystem>();
+  real->fake().add_file("/etc/list", "text");
+  real->fake().add_file("/scratch/list", "text");
+  Planning_Filesystem files(real, "/scratch");
+  EXPECT_TRUE(files.files_equal("/scratch/list", "/etc/list"));
+
+  real->lock_away("/etc/list");
+  EXPECT_FALSE(files.files_equal("/scratch/list", "/etc/list"));
+  EXPECT_THAT(files.changes(), IsEmpty());
+  files.copy_file("/scratch/list", "/etc/list", velmora::Copy_Option::OVERWRITE_EXISTING);
+
+  EXPECT_TRUE(files.files_equal("/scratch/list", "/etc/list"));
+  ASSERT_EQ(files.changes().size(), 1U);
+  EXPECT_EQ(files.changes().front().path, "/etc/list");
+  EXPECT_EQ(files.changes().front().before, files.changes().front().after);
 }
 
 TEST_F(PlanningFilesystem, RemovesALinkThatLeadsNowhere) {
