@@ -3,6 +3,7 @@
 #include <zant/velmora_host/base/printable.hpp>
 #include <zant/velmora_host/base/refusal.hpp>
 #include <zant/velmora_host/services/judged_file.hpp>
+#include <zant/velmora_host/services/passing_error.hpp>
 #include <zant/velmora_host/services/privileges.hpp>
 #include <zant/velmora_host/settings/address_credentials.hpp>
 #include <zant/velmora_host/settings/properties_text.hpp>
@@ -43,6 +44,9 @@ Judged_Text read_or_refuse(const boost::filesystem::path& file) {
     }
     if (error.code() == std::errc::invalid_argument) {
       refuse_file(file, "is not a regular file", "name a settings file");
+    }
+    if (is_passing(error.code())) {
+      throw;
     }
     refuse_file(file, "cannot be read: " + error.code().message(),
                 "it must be readable by the administrator");

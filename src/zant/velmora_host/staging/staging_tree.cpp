@@ -1,5 +1,7 @@
 #include <zant/velmora_host/staging/staging_tree.hpp>
 
+#include <zant/velmora_host/services/disk_operations.hpp>
+#include <zant/velmora_host/services/passing_error.hpp>
 #include <zant/velmora_host/services/privileges.hpp>
 
 #include <fmt/format.h>
@@ -8,9 +10,9 @@
 
 #include <fstream>
 #include <set>
-#include <sstream>
 #include <stdexcept>
 #include <string>
+#include <system_error>
 #include <vector>
 
 namespace zant::velmora_host {
@@ -20,19 +22,20 @@ using boost::filesystem::path;
 
 constexpr const char* REINSTALL = "install the package-minder's staging tree again, or correct it";
 
+// A file that cannot be looked at is not missing.
 bool is_file(const path& file) {
-  boost::system::error_code ignored;
-  return boost::filesystem::is_regular_file(file, ignored);
+  boost::system::error_code error;
+  const bool is_regular = boost::filesystem::is_regular_file(file, error);
+  throw_if_passing(error, "look for", file);
+  return is_regular;
 }
 
 std::string read(const path& file) {
-  const std::ifstream stream(file.c_str(), std::ios::binary);
-  std::ostringstream contents;
-  contents << stream.rdbuf();
-  if (!stream.is_open() || stream.bad()) {
-    throw std::runtime_error(fmt::format("cannot read {}", file.string()));
+  try {
+    return disk::read(file);
+  } catch (const std::system_error& error) {
+    throw std::runtime_error(fmt::format("cannot read {}: {}", file.string(), error.what()));
   }
-  return contents.str();
 }
 
 Findings find_template_faults(const path& tree, const Staging_Layout& layout) {

@@ -2,7 +2,9 @@
 
 #include <zant/velmora_host/base/printable.hpp>
 #include <zant/velmora_host/base/refusal.hpp>
+#include <zant/velmora_host/services/disk_operations.hpp>
 #include <zant/velmora_host/services/file_service.hpp>
+#include <zant/velmora_host/services/passing_error.hpp>
 #include <zant/velmora_host/services/privileges.hpp>
 #include <zant/velmora_host/settings/host_defaults.hpp>
 
@@ -12,10 +14,11 @@
 
 #include <algorithm>
 #include <cctype>
-#include <fstream>
 #include <optional>
 #include <set>
+#include <sstream>
 #include <string>
+#include <system_error>
 
 namespace zant::velmora_host::state_directory {
 namespace {
@@ -32,9 +35,12 @@ constexpr const char* ROOTS_ALONE =
 constexpr const char* MARK_TEXT =
     "This directory is package-minder's, which replaces and deletes files in it.\n";
 
+// What cannot be looked at is not missing.
 bool is_file(const path& file) {
-  boost::system::error_code ignored;
-  return boost::filesystem::symlink_status(file, ignored).type() == boost::filesystem::regular_file;
+  boost::system::error_code error;
+  const auto type = boost::filesystem::symlink_status(file, error).type();
+  throw_if_passing(error, "look for", file);
+  return type == boost::filesystem::regular_file;
 }
 
 bool is_own_name(const std::string& name) {
@@ -68,6 +74,7 @@ Contents contents_of(const Settings& settings) {
       foreign.insert(name);
     }
   }
+  throw_if_passing(error, "list", directory);
   if (!foreign.empty()) {
     contents.foreign_name = *foreign.begin();
   }
@@ -79,7 +86,7 @@ bool is_lock_of_ours(const path& file) {
   if (!is_file(file)) {
     return false;
   }
-  std::ifstream stream(file.c_str(), std::ios::binary);
+  std::istringstream stream(disk::read(file));
   std::string text;
   std::getline(stream, text);
   return !text.empty() && std::all_of(text.begin(), text.end(),
@@ -130,6 +137,28 @@ Findings not_creatable(const path& directory) {
       {directory.string(), "the state directory cannot be created", ROOTS_ALONE, "state.not_a_directory"}};
 }
 
+void create_with_parents(const path& directory) {
+  boost::system::error_code ignored;
+  if (directory.empty() || boost::filesystem::is_directory(directory, ignored)) {
+    return;
+  }
+  create_with_parents(directory.parent_path());
+  disk::create_directory(directory);
+}
+
+// What may go well the next time is no fault of the settings.
+template <typename Act>
+void carry_out(Act act, const Findings& faults) {
+  try {
+    act();
+  } catch (const std::system_error& error) {
+    if (is_passing(error.code())) {
+      throw;
+    }
+    refuse_if_any(faults);
+  }
+}
+
 }  // namespace
 
 Findings find_faults(const Settings& settings) {
@@ -144,17 +173,15 @@ Findings find_faults(const Settings& settings) {
   return is_ours(settings) ? Findings{} : not_ours(settings);
 }
 
-void prepare(const Settings& settings, velmora::Filesystem& filesystem) {
+void prepare(const Settings& settings) {
   const path directory = settings.state_directory();
   refuse_if_any(find_faults(settings));
-  if (!filesystem.create_directories(directory)) {
-    refuse_if_any(not_creatable(directory));
-  }
+  carry_out([&directory] { create_with_parents(directory); }, not_creatable(directory));
   // In a sticky directory others may have been faster.
   refuse_if_any(find_faults(settings));
-  if (!is_file(directory / MARK) &&
-      !filesystem.write_file(directory / MARK, MARK_TEXT, velmora::Write_Flag::REPLACE)) {
-    refuse_if_any({{directory.string(), "nothing can be written there", ROOTS_ALONE}});
+  if (!is_file(directory / MARK)) {
+    carry_out([&directory] { disk::write(directory / MARK, MARK_TEXT); },
+              {{directory.string(), "nothing can be written there", ROOTS_ALONE}});
   }
 }
 

@@ -21,8 +21,9 @@ Findings find_faults(const Settings& settings);
 
 /// Creates the directory if it is missing, and marks it if it has no mark.
 ///
-/// @throws Refusal BAD_SETTINGS when it cannot be used; nothing in it is changed then.
-void prepare(const Settings& settings, velmora::Filesystem& filesystem);
+/// @throws Refusal BAD_SETTINGS when it cannot be used; std::system_error when that may be otherwise the next
+///         time (`is_passing`). Nothing in it is changed then.
+void prepare(const Settings& settings);
 
 /// Removes the mark and the directory, if nothing else is in it; else leaves both.
 void remove(const boost::filesystem::path& directory, velmora::Filesystem& filesystem);

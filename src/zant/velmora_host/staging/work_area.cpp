@@ -1,6 +1,8 @@
 #include <zant/velmora_host/staging/work_area.hpp>
 
 #include <zant/velmora_host/base/refusal.hpp>
+#include <zant/velmora_host/services/passing_error.hpp>
+#include <zant/velmora_host/services/temporary_directory.hpp>
 #include <zant/velmora_host/staging/staging_tree.hpp>
 #include <zant/velmora_host/staging/state_directory.hpp>
 
@@ -25,8 +27,8 @@ constexpr const char* UNFINISHED_STAGING_DIRECTORY = "staging.new";
                           "minder.state_directory must name another one"}});
 }
 
-path prepare_directory(const Settings& settings, velmora::Filesystem& filesystem) {
-  state_directory::prepare(settings, filesystem);
+path prepare_directory(const Settings& settings) {
+  state_directory::prepare(settings);
   return settings.state_directory();
 }
 
@@ -39,10 +41,14 @@ path lock_file_in(const path& directory) {
 Work_Area::Work_Area(const Settings& settings, const Staging_Layout& layout,
                      std::shared_ptr<velmora::Filesystem> filesystem) try
     : filesystem_(std::move(filesystem)),
-      directory_(prepare_directory(settings, *filesystem_)),
+      directory_(prepare_directory(settings)),
       lock_(lock_file_in(directory_)) {
+  Temporary_Directory::delete_abandoned();
   make_staging_directory_(settings, layout);
 } catch (const std::system_error& error) {
+  if (is_passing(error.code())) {
+    throw;
+  }
   refuse(settings.state_directory(), error.what());
 }
 

@@ -18,9 +18,9 @@ namespace zant::velmora_host {
 class Work_Area {
  public:
   /// @param layout of the host's family; empty when nothing is staged.
-  /// @throws Refusal when the state directory cannot be used, is not ours (`state_directory::find_faults`),
-  /// or
-  ///         another process has locked it; nothing in it is changed then but its mark, which may be new.
+  /// @throws Refusal when the state directory cannot be used or is not ours (`state_directory::find_faults`),
+  ///         or another process has locked it; std::system_error when that may be otherwise the next time
+  ///         (`is_passing`). Nothing in it is changed then but its mark, which may be new.
   Work_Area(const Settings& settings, const Staging_Layout& layout,
             std::shared_ptr<velmora::Filesystem> filesystem);
 
