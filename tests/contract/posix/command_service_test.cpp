@@ -481,7 +481,7 @@ TEST_F(CommandService, ACommandThatCannotBeStartedHasFailedWithTheReasonInTheLog
   // No argument of a program may be that long.
   const velmora::Command_Result result = run("true " + std::string(200000, 'x'));
 
-  EXPECT_EQ(result.exit_code, 127);
+  EXPECT_EQ(result.exit_code, 126);
   EXPECT_EQ(result.output, "");
   ASSERT_THAT(log_.messages(ERROR), SizeIs(1));
   EXPECT_THAT(log_.messages(ERROR)[0],
@@ -498,7 +498,7 @@ TEST_F(CommandService, ACallerThatHasNoDescriptorsLeftGetsAFailureWithTheReasonI
   const velmora::Command_Result result = run("true");
 
   ::setrlimit(RLIMIT_NOFILE, &previous);
-  EXPECT_EQ(result.exit_code, 127);
+  EXPECT_EQ(result.exit_code, 126);
   EXPECT_THAT(
       log_.messages(ERROR),
       ElementsAre("Could not start a command: cannot make a pipe: Too many open files | Command: true"));

@@ -29,6 +29,9 @@ struct Command_Traits {
   /// For a command line that the library repeats whether or not it is needed: a query that succeeds when the
   /// command line would change nothing. Empty for those that run only to change something.
   std::string noop_check = {};
+
+  /// A query without whose text a cycle must not go on: the text becomes part of a file.
+  bool must_print = false;
 };
 
 }  // namespace zant::velmora_host

@@ -18,7 +18,7 @@ namespace zant::velmora_host {
 namespace Exit_Code {
 inline constexpr int TIME_LIMIT = 124;   ///< the command did not end in time and was ended
 inline constexpr int STATUS_LOST = 125;  ///< the command ended, but its exit status is lost; never on Windows
-inline constexpr int NOT_STARTED = 127;  ///< the command could not be started
+inline constexpr int NOT_STARTED = 126;  ///< the command could not be started
 inline constexpr int SIGNAL_BASE = 128;  ///< plus the number of the signal that ended it; never on Windows
 }  // namespace Exit_Code
 

@@ -32,6 +32,10 @@ using velmora::Package_Constants::PACKAGE_NAME;
 namespace APT_Constants = velmora::APT_Constants;
 namespace Upgrade_Timer_Constants = velmora::Upgrade_Timer_Constants;
 
+// "install", "hold" and the like.
+constexpr const char* WANTED_STATE_QUERY = "dpkg-query --show --showformat='${db:Status-Want}' zant-velmora";
+constexpr int DPKG_QUERY_FINDS_NOTHING = 1;
+
 constexpr const char* FOLDER = "apt";
 constexpr const char* CONFIGURATION_QUERY = "apt-config dump";
 
@@ -42,7 +46,7 @@ path keyring_in_tree() {
 const std::map<std::string, Command_Traits>& command_table() {
   using systemd_commands::noop_check_of_start;
   static const std::map<std::string, Command_Traits> table = {
-      {APT_Constants::ARCHITECTURE_QUERY, {Command_Kind::QUERY}},
+      {APT_Constants::ARCHITECTURE_QUERY, {.kind = Command_Kind::QUERY, .must_print = true}},
       {APT_Constants::REPO_POLICY_QUERY, {Command_Kind::QUERY}},
       {APT_Constants::HOLD_QUERY, {Command_Kind::QUERY}},
       {APT_Constants::UNATTENDED_UPGRADES_PRESENCE, {Command_Kind::QUERY}},
@@ -65,6 +69,18 @@ const std::map<std::string, Command_Traits>& command_table() {
 std::string distribution_of(velmora::Filesystem& filesystem) {
   const std::string os_release = filesystem.read_file("/etc/os-release", velmora::Read_Flag::WHOLE_TEXT);
   return boost::algorithm::icontains(os_release, "ubuntu") ? "Ubuntu" : "Debian";
+}
+
+// The library takes every failure of its question for "not held", also one of apt-mark's own.
+std::optional<Cycle_Failure> find_hidden_hold(velmora::System& system) {
+  const auto wanted = system.run_command(WANTED_STATE_QUERY, velmora::Run_Flag::WAIT_AND_CAPTURE);
+  const bool is_wanted_otherwise = wanted.exit_code == 0 && wanted.output.find("hold") == std::string::npos;
+  if (is_wanted_otherwise || wanted.exit_code == DPKG_QUERY_FINDS_NOTHING) {
+    return std::nullopt;
+  }
+  return Cycle_Failure{Cycle_Step::HOLD,
+                       fmt::format("{} may be held: apt-mark does not tell, and dpkg says \"{}\"",
+                                   PACKAGE_NAME, boost::algorithm::trim_copy(wanted.output))};
 }
 
 // "  Installed: 1.0" and the like; "(none)" stands for nothing.
@@ -127,6 +143,9 @@ std::optional<Cycle_Failure> APT_Family::failure_of(const Ended_Command& command
                                                     const Host_Services& services) const {
   if (command.exit_code == 0) {
     return std::nullopt;
+  }
+  if (command.line == APT_Constants::HOLD_QUERY) {
+    return find_hidden_hold(*services.system);
   }
   const std::string timer = APT_Constants::APT_UPGRADE_TIMER;
   switch (traits_of(command.line).kind) {

@@ -15,6 +15,8 @@ namespace {
 using boost::filesystem::path;
 
 constexpr const char* DUMP = "apt-config dump";
+// As shells say it.
+constexpr int NO_SUCH_PROGRAM = 127;
 
 // The first file below /etc/apt that an error names.
 std::string file_in(const std::string& words) {
@@ -100,7 +102,8 @@ APT_Health find_apt_health(const Outlook_Question& question, const path& configu
   health.dump = dump.words;
   if (!dump.succeeded()) {
     health.can_work = false;
-    health.causes.push_back(dump.exit_code == 127 ? tool_failed(DUMP, dump) : judge_check(DUMP, dump));
+    const bool has_run = dump.exit_code != NO_SUCH_PROGRAM && dump.exit_code != Exit_Code::NOT_STARTED;
+    health.causes.push_back(has_run ? judge_check(DUMP, dump) : tool_failed(DUMP, dump));
     return health;
   }
   const auto check = ask(question, fmt::format("apt-get -c {} check -qq", quoted(configuration.string())));

@@ -245,6 +245,12 @@ std::optional<Cycle_Failure> DNF_Family::failure_of(const Ended_Command& command
           Cycle_Step::HOLD,
           fmt::format("{} is still held: the repository's option could not be set, exit code {}",
                       PACKAGE_NAME, command.exit_code)};
+    case Command_Kind::DISABLES_TIMERS:
+      // It fails too where not all of the timers exist.
+      if (velmora::command_succeeds(*services.system, NO_CONFLICTING_TIMER)) {
+        return std::nullopt;
+      }
+      return Cycle_Failure{Cycle_Step::UPGRADES, "dnf-automatic's other timers could not be disabled"};
     case Command_Kind::STARTS_TIMER:
       return Cycle_Failure{Cycle_Step::UPGRADES, timer + " could not be started"};
     case Command_Kind::RELOADS_TIMER:

@@ -11,13 +11,16 @@
 #include <boost/algorithm/string/join.hpp>
 
 #include <memory>
+#include <stdexcept>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace zant::velmora_host {
 namespace {
 
 using ::testing::ElementsAre;
+using ::testing::ThrowsMessage;
 
 // Writes down what it is told.
 class Noting_Observer : public Command_Observer {
@@ -80,6 +83,31 @@ TEST_F(ObservedSystem, TellsTheFailureThatTheLibraryGoesOnAfter) {
   observer_->notes.clear();
   run("apt-mark -qq unhold zant-velmora", Occasion::PURGE);
   EXPECT_THAT(observer_->notes, ElementsAre("begins", "did: apt-mark -qq unhold zant-velmora 100"));
+}
+
+TEST_F(ObservedSystem, TakesNoAnswerForNone) {
+  const std::string query = "which unattended-upgrades > /dev/null";
+  for (const int exit_code : {124, 125, 126, 137}) {
+    host_.system->on(query, exit_code);
+    EXPECT_THAT([&] { run(query); },
+                ThrowsMessage<std::runtime_error>("No answer to a question, but exit code " +
+                                                  std::to_string(exit_code) + " | Command: " + query));
+  }
+  for (const int exit_code : {1, 2, 127, 255}) {
+    host_.system->on(query, exit_code);
+    EXPECT_EQ(run(query).exit_code, exit_code);
+  }
+}
+
+TEST_F(ObservedSystem, LetsNoCycleGoOnWithoutTheTextOfAFile) {
+  const std::string query = "dpkg-query -f='${Architecture}' -W zant-velmora";
+  EXPECT_EQ(run(query).output, "amd64");
+
+  for (const auto& [exit_code, text] : {std::pair(0, ""), std::pair(1, ""), std::pair(1, "amd64")}) {
+    host_.system->on(query, exit_code, text);
+    EXPECT_THROW(run(query), std::runtime_error);
+    EXPECT_EQ(run(query, Occasion::PURGE).exit_code, exit_code) << "a purge installs no file";
+  }
 }
 
 TEST(ObservedKeyImport, IsToldWithTheKeysBeforeAndAfterItEvenWhenItFails) {

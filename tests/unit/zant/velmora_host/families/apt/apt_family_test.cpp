@@ -78,6 +78,24 @@ TEST_F(AptFamily, TakesForNoFailureWhatTheLibraryJudgesItselfOrExpects) {
   EXPECT_EQ(failure("systemctl start apt-daily-upgrade.timer"), "") << "there is no systemd";
 }
 
+TEST_F(AptFamily, TakesNoAnswerAboutTheHoldFromAptMarkAlone) {
+  const std::string query = "apt-mark showhold | grep -q ^zant-velmora$";
+  const char* const wanted = "dpkg-query --show --showformat='${db:Status-Want}' zant-velmora";
+  EXPECT_EQ(failure(query, Occasion::CYCLE, 1), "");
+
+  host_.system->on(wanted, 0, "hold");
+  EXPECT_EQ(failure(query, Occasion::CYCLE, 1),
+            "hold: zant-velmora may be held: apt-mark does not tell, and dpkg says \"hold\"");
+  EXPECT_EQ(failure(query, Occasion::CYCLE, 0), "") << "the library releases it";
+
+  host_.system->on(wanted, 2, "");
+  EXPECT_EQ(failure(query, Occasion::CYCLE, 1),
+            "hold: zant-velmora may be held: apt-mark does not tell, and dpkg says \"\"");
+
+  host_.system->on(wanted, 1, "");
+  EXPECT_EQ(failure(query, Occasion::CYCLE, 1), "") << "dpkg does not know the package";
+}
+
 TEST_F(AptFamily, KnowsWhatItsFilesAreFor) {
   EXPECT_EQ(family_.kind_of("/etc/apt/trusted.gpg.d/zant-velmora.gpg"), File_Kind::KEYRING);
   EXPECT_EQ(family_.kind_of("/etc/apt/sources.list.d/zant-velmora.list"), File_Kind::SOURCE_LIST);

@@ -78,8 +78,15 @@ TEST_F(DnfFamily, TakesForAFailureWhatTheLibraryGoesOnAfter) {
             "automatic_upgrades: dnf-automatic-install.timer could not be started");
   EXPECT_EQ(failure("systemctl daemon-reload && systemctl restart dnf-automatic-install.timer"),
             "automatic_upgrades: dnf-automatic-install.timer could not be reloaded");
-  EXPECT_EQ(failure(DISABLE_OTHERS), "") << "fails where the host has none of them";
   EXPECT_EQ(failure(IMPORT_KEY, 0), "");
+}
+
+TEST_F(DnfFamily, TakesOtherTimersForDisabledWhenTheyAreWhateverTheCommandSays) {
+  EXPECT_EQ(failure(DISABLE_OTHERS), "") << "it fails where the host has none of them";
+
+  host_.system->on(family_.traits_of(DISABLE_OTHERS).noop_check, 1);
+  EXPECT_EQ(failure(DISABLE_OTHERS),
+            "automatic_upgrades: dnf-automatic's other timers could not be disabled");
 }
 
 TEST_F(DnfFamily, TakesARepositoryOfWhichNothingIsListedForAFailureUnlessItIsHeld) {

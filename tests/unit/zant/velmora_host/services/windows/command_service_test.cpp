@@ -150,7 +150,7 @@ TEST_F(WindowsCommandService, FailsACommandForWhichThereIsNoProgram) {
 TEST_F(WindowsCommandService, RefusesACommandOfSeveralLines) {
   const velmora::Command_Result result = run("echo one\necho two");
 
-  EXPECT_EQ(result.exit_code, 127);
+  EXPECT_EQ(result.exit_code, 126);
   EXPECT_EQ(result.output, "");
   EXPECT_THAT(log.messages(5),
               ElementsAre("Could not start a command: a command is one line of text | Command: "
@@ -158,7 +158,7 @@ TEST_F(WindowsCommandService, RefusesACommandOfSeveralLines) {
 }
 
 TEST_F(WindowsCommandService, RefusesACommandThatIsNotUtf8) {
-  EXPECT_EQ(run("echo \xff").exit_code, 127);
+  EXPECT_EQ(run("echo \xff").exit_code, 126);
   EXPECT_THAT(log.messages(5),
               ElementsAre(StartsWith("Could not start a command: a command is UTF-8 | Command: echo ")));
 }
