@@ -19,7 +19,7 @@ class PACKAGE_MINDER_HOST_LOCAL Package_Minding::Implementation {
     // For a report only, which says that it is missing.
     settings_in_force::write(*services.filesystem, settings.state_directory(),
                              settings_in_force::of_this_process(settings));
-    runner.add_listener([this](const Cycle_State& /*state*/) {
+    runner.cycles().add_listener([this](const Cycle_State& /*state*/) {
       if (keeper) {
         keeper->note_cycle();
       }
@@ -27,7 +27,7 @@ class PACKAGE_MINDER_HOST_LOCAL Package_Minding::Implementation {
   }
 
   void take_over(const Verdict& verdict, const Verdict_Keeper::Keys& keys) {
-    runner.note_verdict(verdict, keys);
+    runner.cycles().note_verdict(verdict, keys);
     for (const auto& listener : verdict_listeners) {
       listener(verdict);
     }
@@ -51,7 +51,7 @@ Package_Minding::~Package_Minding() {
 }
 
 void Package_Minding::add_listener(Listener listener) {
-  implementation_->runner.add_listener(std::move(listener));
+  implementation_->runner.cycles().add_listener(std::move(listener));
 }
 
 void Package_Minding::add_verdict_listener(Verdict_Listener listener) {
@@ -59,7 +59,7 @@ void Package_Minding::add_verdict_listener(Verdict_Listener listener) {
 }
 
 Cycle_State Package_Minding::run_cycle() {
-  return implementation_->runner.run_cycle();
+  return implementation_->runner.cycles().run_cycle();
 }
 
 void Package_Minding::start() {
@@ -69,7 +69,7 @@ void Package_Minding::start() {
         implementation->take_over(verdict, keys);
       });
   const auto interval = static_cast<unsigned int>(implementation_->settings.interval().count());
-  implementation_->worker.emplace(implementation_->runner.minder(), interval);
+  implementation_->worker.emplace(implementation_->runner.cycles().minder(), interval);
 }
 
 void Package_Minding::stop() {
@@ -81,7 +81,7 @@ void Package_Minding::stop() {
 }
 
 bool Package_Minding::is_alive() const {
-  return implementation_->runner.watch().is_alive();
+  return implementation_->runner.cycles().watch().is_alive();
 }
 
 }  // namespace zant::velmora_host

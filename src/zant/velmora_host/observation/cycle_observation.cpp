@@ -3,6 +3,7 @@
 #include <zant/velmora_host/observation/observed_filesystem.hpp>
 #include <zant/velmora_host/observation/observed_package.hpp>
 #include <zant/velmora_host/observation/observed_system.hpp>
+#include <zant/velmora_host/services/forgiving_filesystem.hpp>
 #include <zant/velmora_host/staging/metrics_file.hpp>
 #include <zant/velmora_host/verdict/verdict_keeper.hpp>
 #include <zant/velmora_host/verdict/verdict_store.hpp>
@@ -41,16 +42,17 @@ class Cycle_Command_Observer : public Command_Observer {
 }  // namespace
 
 Cycle_Observation::Cycle_Observation(const std::string& program, const Minded_Host& host,
-                                     const path& staging_directory)
+                                     const Host_Services& acting, const path& staging_directory)
     : watch_(std::make_shared<Cycle_Watch>(
           host.settings.interval(), host.settings.command_time_limit() + host.settings.command_kill_delay())),
-      recorder_(std::make_shared<Cycle_Recorder>(program, host.services.filesystem, host.family,
-                                                 cycle_store::file_in(host.settings.state_directory()))),
+      recorder_(std::make_shared<Cycle_Recorder>(
+          program, std::make_shared<Forgiving_Filesystem>(host.services.filesystem), host.family,
+          cycle_store::file_in(host.settings.state_directory()))),
       metrics_(std::make_shared<Metrics_File_Writer>(host, staging_directory)),
       observed_services_{
-          std::make_shared<Observed_System>(host.services, host.family, Occasion::CYCLE,
+          std::make_shared<Observed_System>(acting, host.family, Occasion::CYCLE,
                                             std::make_shared<Cycle_Command_Observer>(recorder_, watch_)),
-          std::make_shared<Observed_Filesystem>(host.services.filesystem, recorder_, staging_directory)},
+          std::make_shared<Observed_Filesystem>(acting.filesystem, recorder_, staging_directory)},
       log_observer_(severity_level::notice, [recorder = recorder_](const Log_Record& record) {
         // A verdict may be found while a cycle runs.
         if (!Verdict_Keeper::is_this_thread()) {

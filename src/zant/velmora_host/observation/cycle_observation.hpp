@@ -20,8 +20,10 @@ namespace zant::velmora_host {
 class Cycle_Observation {
  public:
   /// @param program           who runs the cycles: "run", "once", or the name of the server.
+  /// @param acting            through which the cycles change the host; the record and the metrics are
+  ///                          written through the host's own services.
   /// @param staging_directory the working copy that the library renders into.
-  Cycle_Observation(const std::string& program, const Minded_Host& host,
+  Cycle_Observation(const std::string& program, const Minded_Host& host, const Host_Services& acting,
                     const boost::filesystem::path& staging_directory);
 
   /// Through which the library is to work.

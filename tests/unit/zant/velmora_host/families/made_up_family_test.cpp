@@ -34,7 +34,8 @@ TEST_F(MadeUpFamily, HasItsCyclesRecorded) {
   host_.system->on(RELEASE, 0);
   const Settings settings = host_.settings();
 
-  const auto record = Cycle_Runner("once", settings, host_.services, registry_).run_cycle().last_cycle;
+  const auto record =
+      Cycle_Runner("once", settings, host_.services, registry_).cycles().run_cycle().last_cycle;
 
   EXPECT_TRUE(record.succeeded());
   ASSERT_EQ(record.files.size(), 1U);
@@ -50,7 +51,7 @@ TEST_F(MadeUpFamily, HasTheFailuresOfItsCommandsRecorded) {
   host_.system->on(START_TIMER, 1);
   const Settings settings = host_.settings();
 
-  const auto state = Cycle_Runner("once", settings, host_.services, registry_).run_cycle();
+  const auto state = Cycle_Runner("once", settings, host_.services, registry_).cycles().run_cycle();
 
   ASSERT_EQ(state.last_cycle.failures.size(), 1U);
   EXPECT_EQ(state.last_cycle.failures[0].message, "parcel.timer could not be started");

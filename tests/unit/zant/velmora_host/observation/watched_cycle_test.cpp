@@ -37,7 +37,7 @@ class WatchedCycle : public ::testing::Test {
     host_.set("minder.command_kill_delay", "60");
     settings_ = std::make_unique<Settings>(host_.settings());
     observation_ = std::make_unique<Cycle_Observation>("run", find_minded_host(*settings_, host_.services),
-                                                       host_.installed_tree());
+                                                       host_.services, host_.installed_tree());
     observed_ = observation_->observe(package_);
   }
 

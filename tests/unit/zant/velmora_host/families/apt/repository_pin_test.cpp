@@ -51,7 +51,7 @@ class RepositoryPin : public ::testing::Test {
 
   Cycle_Record run_cycle() {
     const Settings settings = host_.settings();
-    return Cycle_Runner("once", settings, host_.services).run_cycle().last_cycle;
+    return Cycle_Runner("once", settings, host_.services).cycles().run_cycle().last_cycle;
   }
 
   std::vector<std::string> outcomes(const Cycle_Record& record) {
