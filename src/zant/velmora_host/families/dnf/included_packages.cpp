@@ -79,7 +79,7 @@ bool has_mark(const std::string& text) {
 
 }  // namespace
 
-Included_Packages::Included_Packages(std::shared_ptr<velmora::Filesystem> filesystem,
+Included_Packages::Included_Packages(std::shared_ptr<Host_Filesystem> filesystem,
                                      std::vector<std::string> patterns, const path& staging_directory)
     : filesystem_(std::move(filesystem)),
       patterns_(std::move(patterns)),
@@ -102,17 +102,24 @@ void Included_Packages::prepare_templates() {
 
 void Included_Packages::set_up_if_necessary() {
   const path installed = DNF_Constants::REPO_FILE_PATH;
-  const std::string text = filesystem_->read_file(installed, velmora::Read_Flag::WHOLE_TEXT);
   // A file that is not there yet is installed whole with the repository.
-  const bool is_in_step = patterns_.empty() ? !has_mark(text) : included_packages_are(text, patterns_);
-  if (!filesystem_->exists(installed) || is_in_step) {
+  if (!filesystem_->exists(installed)) {
     return;
   }
-  ZANT_LOG(log_, severity_level::notice)
-      << (patterns_.empty()
-              ? std::string("Removing the limit on what DNF installs from the repository")
-              : fmt::format("Limiting what DNF installs from the repository to these packages: {}",
-                            boost::algorithm::join(patterns_, " ")));
+  const std::string text = filesystem_->read_file(installed, velmora::Read_Flag::WHOLE_TEXT);
+  if (patterns_.empty() && has_mark(text)) {
+    install_("Removing the limit on what DNF installs from the repository");
+  } else if (!patterns_.empty() && !included_packages_are(text, patterns_)) {
+    install_(fmt::format("Limiting what DNF installs from the repository to these packages: {}",
+                         boost::algorithm::join(patterns_, " ")));
+  } else if (!filesystem_->has_common_access(installed)) {
+    install_(fmt::format("Giving everybody access to {} again", installed.string()));
+  }
+}
+
+void Included_Packages::install_(const std::string& reason) {
+  ZANT_LOG(log_, severity_level::notice) << reason;
+  const path installed = DNF_Constants::REPO_FILE_PATH;
   if (!filesystem_->copy_file(staged_file_, installed, velmora::Copy_Option::OVERWRITE_EXISTING)) {
     throw std::runtime_error(fmt::format("Failed to install {}", installed.string()));
   }

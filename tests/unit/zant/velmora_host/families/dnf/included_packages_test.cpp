@@ -9,6 +9,7 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <boost/filesystem/operations.hpp>
 
 #include <fstream>
 #include <string>
@@ -119,6 +120,18 @@ TEST_F(IncludedPackages, AreLeftAsTheConfigurationManagerWritesThem) {
               "gpgkey=https://repo.velmora.example/velmora-yum-repo/quorvane-yum-repo.gpg\n"
               "throttle=500k\n");
   EXPECT_THAT(outcomes(run_cycle()), IsEmpty()) << "the same patterns";
+}
+
+TEST_F(IncludedPackages, AreForEverybodyToRead) {
+  run_cycle();
+  const std::string text = host_.read(REPO_FILE);
+  boost::filesystem::permissions(host_.on_disk(REPO_FILE), boost::filesystem::owner_write);
+
+  const auto record = run_cycle();
+
+  EXPECT_THAT(record.actions, Contains("Giving everybody access to /etc/yum.repos.d/quorvane.repo again"));
+  EXPECT_EQ(host_.read(REPO_FILE), text);
+  EXPECT_THAT(run_cycle().actions, IsEmpty());
 }
 
 TEST_F(IncludedPackages, GoWhenTheSettingIsTakenAway) {
