@@ -2,16 +2,15 @@
 
 #include <zant/velmora_host/services/temporary_directory.hpp>
 
+#include <fcntl.h>
 #include <poll.h>
 #include <pthread.h>
 #include <signal.h>
-#include <sys/eventfd.h>
 #include <sys/signalfd.h>
 #include <unistd.h>
 
 #include <array>
 #include <cerrno>
-#include <cstdint>
 #include <thread>
 
 namespace zant::program {
@@ -46,16 +45,22 @@ class Clean_Interruption::Watch {
   Watch() : signals_(deadly_signals()) {
     ::pthread_sigmask(SIG_BLOCK, &signals_, &mask_before_);
     signal_ = ::signalfd(-1, &signals_, SFD_CLOEXEC);
-    end_ = ::eventfd(0, EFD_CLOEXEC);
-    thread_ = std::thread([this] { wait_(); });
+    if (signal_ >= 0 && ::pipe2(end_.data(), O_CLOEXEC) == 0) {
+      thread_ = std::thread([this] { wait_(); });
+    } else {
+      // Better at once than never.
+      ::pthread_sigmask(SIG_SETMASK, &mask_before_, nullptr);
+    }
   }
 
   ~Watch() {
-    const std::uint64_t one = 1;
-    [[maybe_unused]] const ssize_t size = ::write(end_, &one, sizeof(one));
-    thread_.join();
+    // What the thread waits for, and what cannot fail as a write can.
+    ::close(end_[1]);
+    if (thread_.joinable()) {
+      thread_.join();
+    }
     ::close(signal_);
-    ::close(end_);
+    ::close(end_[0]);
     // One that came since has its effect now.
     ::pthread_sigmask(SIG_SETMASK, &mask_before_, nullptr);
   }
@@ -65,7 +70,7 @@ class Clean_Interruption::Watch {
 
  private:
   void wait_() const {
-    std::array<pollfd, 2> events = {pollfd{end_, POLLIN, 0}, pollfd{signal_, POLLIN, 0}};
+    std::array<pollfd, 2> events = {pollfd{end_[0], POLLIN, 0}, pollfd{signal_, POLLIN, 0}};
     while (::poll(events.data(), events.size(), -1) < 0 && errno == EINTR) {
     }
     signalfd_siginfo signal{};
@@ -78,7 +83,7 @@ class Clean_Interruption::Watch {
   sigset_t signals_;
   sigset_t mask_before_{};
   int signal_ = -1;
-  int end_ = -1;
+  std::array<int, 2> end_ = {-1, -1};
   std::thread thread_;
 };
 
