@@ -30,6 +30,7 @@ class Simulated_APT_Host : public Simulated_Host {
   void add_package_commands_() {
     on_question("dpkg-query -f='${Architecture}' -W zant-velmora", [] { return Answer{0, "amd64"}; });
     on_command("apt-get -qq update", [this] { return refresh_(); });
+    on_command("sync --file-system /var/lib/apt/lists", [] { return Answer{}; });
     on_question("apt-cache policy zant-velmora", [this] { return Answer{0, " 500 " + tools().list_in_use}; });
     on_question("apt-mark showhold | grep -q ^zant-velmora$",
                 [this] { return Answer{tools().is_held ? 0 : 1}; });

@@ -42,7 +42,8 @@ class Debian_Host : public Host_In_Directory {
 
   /// The commands that change the host succeed from now on, and change nothing.
   void allow_changes() {
-    script(0, {"apt-get -qq update", "apt-mark -qq hold zant-velmora", "apt-mark -qq unhold zant-velmora",
+    script(0, {"apt-get -qq update", "sync --file-system /var/lib/apt/lists",
+               "apt-mark -qq hold zant-velmora", "apt-mark -qq unhold zant-velmora",
                "service unattended-upgrades start > /dev/null", "systemctl start apt-daily-upgrade.timer"});
   }
 

@@ -196,6 +196,20 @@ class Family {
   virtual std::vector<boost::filesystem::path> outlook_inputs() const = 0;
 
   /// @}
+  /// @name What a refresh leaves
+  /// @{
+
+  /// What the last refresh has left of our repository. A loss of power may have torn it, and the package
+  /// manager would take it for what the repository still offers. Empty when the package manager looks itself.
+  virtual std::vector<boost::filesystem::path> find_refreshed_files(const Settings& /*settings*/,
+                                                                    Host_Filesystem& /*filesystem*/) const {
+    return {};
+  }
+
+  /// A command line after which what a refresh has left outlives a loss of power; empty when none is needed.
+  virtual std::string refresh_keeping_line() const { return ""; }
+
+  /// @}
 };
 
 }  // namespace zant::velmora_host

@@ -3,6 +3,8 @@
 #include <zant/velmora_host/minding/interrupted_writes.hpp>
 
 #include <algorithm>
+#include <stdexcept>
+#include <string>
 #include <utility>
 #include <vector>
 
@@ -27,22 +29,51 @@ bool has_failed(const Cycle_Record& record, Cycle_Step step) {
                      [step](const Cycle_Failure& failure) { return failure.step == step; });
 }
 
-// Notes the timer's files before a command that must not be left out after them.
-class Noting_System : public velmora::System {
+// Notes the timer's files before a command that must not be left out after them, and sees to it that what a
+// refresh leaves is whole and lasts.
+class Acting_System : public velmora::System {
  public:
-  Noting_System(std::shared_ptr<velmora::System> real, const Family& family,
-                std::shared_ptr<Unfinished_Work> work)
-      : real_(std::move(real)), family_(family), work_(std::move(work)) {}
+  Acting_System(const Host_Services& real, const Family& family, const Settings& settings,
+                std::shared_ptr<Unfinished_Work> work, bool is_refresh_doubtful)
+      : real_(real),
+        family_(family),
+        settings_(settings),
+        work_(std::move(work)),
+        is_refresh_doubtful_(is_refresh_doubtful) {}
 
   velmora::Command_Result run_command(const std::string& command, bool flag) override {
     const Command_Kind kind = family_.traits_of(command).kind;
+    if (kind == Command_Kind::REFRESHES_REPOSITORIES) {
+      return refresh_(command, flag);
+    }
     if (kind == Command_Kind::DISABLES_TIMERS || kind == Command_Kind::RELOADS_TIMER) {
       note_timer_();
     }
-    return real_->run_command(command, flag);
+    return real_.system->run_command(command, flag);
   }
 
  private:
+  velmora::Command_Result refresh_(const std::string& command, bool flag) {
+    if (is_refresh_doubtful_) {
+      real_.filesystem->remove(family_.find_refreshed_files(settings_, *real_.filesystem));
+    }
+    const velmora::Command_Result result = real_.system->run_command(command, flag);
+    if (result.exit_code == 0) {
+      keep_refreshed_files_();
+      is_refresh_doubtful_ = false;
+    }
+    return result;
+  }
+
+  void keep_refreshed_files_() {
+    const std::string line = family_.refresh_keeping_line();
+    if (!line.empty() &&
+        real_.system->run_command(line, velmora::Run_Flag::WAIT_AND_CAPTURE).exit_code != 0) {
+      throw std::runtime_error(
+          "What the repository offers may not outlive a loss of power; it is fetched again");
+    }
+  }
+
   void note_timer_() {
     for (const auto& path : family_.installed_paths().upgrades) {
       if (family_.kind_of(path) == File_Kind::TIMER) {
@@ -51,9 +82,11 @@ class Noting_System : public velmora::System {
     }
   }
 
-  std::shared_ptr<velmora::System> real_;
+  const Host_Services real_;
   const Family& family_;
+  const Settings& settings_;
   std::shared_ptr<Unfinished_Work> work_;
+  bool is_refresh_doubtful_;  // an earlier process may have been in the middle of one
 };
 
 // Notes which steps have come to their end.
@@ -92,7 +125,10 @@ Acting_Services::Acting_Services(const Host_Services& real, const Family& family
   const auto filesystem = std::make_shared<Acting_Filesystem>(
       real.filesystem, work_, family.private_directories(), settings.state_directory());
   filesystem->remove_leftovers();
-  services_ = {std::make_shared<Noting_System>(real.system, family, work_), filesystem};
+  const bool is_refresh_doubtful = std::any_of(repository_.begin(), repository_.end(),
+                                               [this](const Path& path) { return work_->was_touched(path); });
+  services_ = {std::make_shared<Acting_System>(real, family, settings, work_, is_refresh_doubtful),
+               filesystem};
 }
 
 std::shared_ptr<velmora::Package> Acting_Services::watch(std::shared_ptr<velmora::Package> package) {

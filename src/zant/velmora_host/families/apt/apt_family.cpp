@@ -20,6 +20,7 @@
 #include <boost/algorithm/string/predicate.hpp>
 #include <boost/algorithm/string/trim.hpp>
 
+#include <algorithm>
 #include <chrono>
 #include <sstream>
 #include <tuple>
@@ -37,6 +38,7 @@ constexpr const char* WANTED_STATE_QUERY = "dpkg-query --show --showformat='${db
 constexpr int DPKG_QUERY_FINDS_NOTHING = 1;
 
 constexpr const char* FOLDER = "apt";
+constexpr const char* PACKAGE_LISTS = "/var/lib/apt/lists";
 constexpr const char* CONFIGURATION_QUERY = "apt-config dump";
 
 path keyring_in_tree() {
@@ -221,6 +223,30 @@ Staging_Layout APT_Family::staging_layout() const {
 
 std::vector<path> APT_Family::private_directories() const {
   return {APT_Constants::APT_CONFIG_BACKUP_DIR};
+}
+
+// APT names a list after its address without the scheme, and what it has it never compares with the
+// repository's signature again.
+std::vector<path> APT_Family::find_refreshed_files(const Settings& settings,
+                                                   Host_Filesystem& filesystem) const {
+  const std::string url = settings.configuration().getString("package.apt.repo.url", "");
+  const std::vector<std::string> urls =
+      url.empty() ? std::vector{APT_Constants::SECURE_DEFAULT_REPO_URL, APT_Constants::PLAIN_DEFAULT_REPO_URL}
+                  : std::vector{url};
+  std::vector<path> found = filesystem.list_entries(PACKAGE_LISTS);
+  std::erase_if(found, [&](const path& file) {
+    const std::string name = file.filename().string();
+    return filesystem.type_of(file) != File_Type::FILE ||
+           std::none_of(urls.begin(), urls.end(), [&name](const std::string& one) {
+             const std::string site = site_of(one);
+             return !site.empty() && (name.starts_with(site + "_") || name.starts_with(site + ":"));
+           });
+  });
+  return found;
+}
+
+std::string APT_Family::refresh_keeping_line() const {
+  return std::string("sync --file-system ") + PACKAGE_LISTS;
 }
 
 std::vector<path> APT_Family::directories() const {

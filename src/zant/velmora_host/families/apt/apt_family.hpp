@@ -26,6 +26,9 @@ class APT_Family : public Family {
   Installed_Paths installed_paths() const override;
   Staging_Layout staging_layout() const override;
   std::vector<boost::filesystem::path> private_directories() const override;
+  std::vector<boost::filesystem::path> find_refreshed_files(const Settings& settings,
+                                                            Host_Filesystem& filesystem) const override;
+  std::string refresh_keeping_line() const override;
   std::vector<boost::filesystem::path> directories() const override;
 
   std::vector<Required_Tool> required_tools() const override;

@@ -10,6 +10,7 @@
 
 #include <fstream>
 #include <iterator>
+#include <stdexcept>
 #include <string>
 
 namespace zant::velmora_host {
@@ -40,6 +41,21 @@ class ActingServices : public ::testing::Test {
 
   Acting_Services begin() { return {host_.services, family_, settings_}; }
 
+  // Which of the vendor's and another server's lists are there while APT refreshes them.
+  std::string lists_during_a_refresh() {
+    host_.write(LISTS + "repo.velmora.example_velmora-apt-repo_dists_systemd-production_InRelease", "");
+    host_.write(LISTS + "repo.velmora.example.org_debian_dists_bookworm_InRelease", "signed");
+    std::string there;
+    host_.system->during("apt-get -qq update", [&] {
+      for (const auto& file : host_.services.filesystem->list_entries("/var/lib/apt/lists")) {
+        there += file.filename().string() + "\n";
+      }
+    });
+    begin().services().system->run_command("apt-get -qq update", velmora::Run_Flag::WAIT_AND_CAPTURE);
+    return there;
+  }
+
+  static inline const std::string LISTS = "/var/lib/apt/lists/";
   test_support::Debian_Host host_;
   const APT_Family family_;
   const Settings settings_ = host_.settings();
@@ -79,6 +95,41 @@ TEST_F(ActingServices, NoteTheTimersFilesBeforeItIsReloaded) {
   begin().services().system->run_command(reload, velmora::Run_Flag::WAIT_AND_CAPTURE);
 
   EXPECT_THAT(before, ::testing::HasSubstr(DROP_IN + "\n"));
+}
+
+TEST_F(ActingServices, RefreshWhatAKilledRefreshMayHaveTorn) {
+  EXPECT_EQ(lists_during_a_refresh(), "repo.velmora.example.org_debian_dists_bookworm_InRelease\n");
+}
+
+TEST_F(ActingServices, LeaveWhatAFinishedRefreshHasLeft) {
+  note(SWITCHES + "\n");
+
+  EXPECT_EQ(lists_during_a_refresh(),
+            "repo.velmora.example.org_debian_dists_bookworm_InRelease\n"
+            "repo.velmora.example_velmora-apt-repo_dists_systemd-production_InRelease\n");
+}
+
+TEST_F(ActingServices, HaveWhatWasRefreshedWrittenToTheDisk) {
+  begin().services().system->run_command("apt-get -qq update", velmora::Run_Flag::WAIT_AND_CAPTURE);
+
+  EXPECT_THAT(host_.system->commands(),
+              ::testing::ElementsAre("apt-get -qq update", "sync --file-system /var/lib/apt/lists"));
+}
+
+TEST_F(ActingServices, HaveNothingWrittenAfterARefreshThatFailed) {
+  host_.system->on("apt-get -qq update", 100);
+
+  begin().services().system->run_command("apt-get -qq update", velmora::Run_Flag::WAIT_AND_CAPTURE);
+
+  EXPECT_THAT(host_.system->commands(), ::testing::ElementsAre("apt-get -qq update"));
+}
+
+TEST_F(ActingServices, CallNoRefreshDoneThatMayNotLast) {
+  host_.system->on("sync --file-system /var/lib/apt/lists", 1);
+
+  EXPECT_THROW(
+      begin().services().system->run_command("apt-get -qq update", velmora::Run_Flag::WAIT_AND_CAPTURE),
+      std::runtime_error);
 }
 
 TEST_F(ActingServices, TellWhatOfKilledProcessesCouldNotBeRemoved) {
