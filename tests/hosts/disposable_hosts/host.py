@@ -84,6 +84,8 @@ class HostGone(RuntimeError):
 class Host:
     """A booted host. Use it as a context manager: it boots on entry and is gone on exit."""
 
+    boot_script = BOOT_SCRIPT
+
     def __init__(self, image_root):
         self._image_root = image_root
         self._name = f"host{next(_numbers)}"
@@ -207,7 +209,7 @@ class Host:
         name = f"{self._name}-{os.getpid()}"
         self._container = subprocess.Popen(
             # The death signal reaches the container whatever becomes of this process.
-            ["setpriv", "--pdeathsig", "TERM", "unshare", "--mount", "sh", "-c", BOOT_SCRIPT, "boot",
+            ["setpriv", "--pdeathsig", "TERM", "unshare", "--mount", "sh", "-c", self.boot_script, "boot",
              str(self._image_root), str(base), name, *map(str, group.paths)],
             env={**os.environ, "SYSTEMD_NSPAWN_UNIFIED_HIERARCHY": "1"},
             stdin=subprocess.DEVNULL, stdout=console, stderr=console, start_new_session=True,
