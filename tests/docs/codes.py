@@ -13,7 +13,7 @@ from pathlib import Path
 CHECKOUT = Path(sys.argv[1])
 
 # Of the form of a code, and something else: names of files, and a finding that is always printed as a failure.
-NO_CODES = {"choco.exe", "schtasks.exe", "staging.new", "settings.unreadable", "system.posix_acl_access", "verdict.json"}
+NO_CODES = {"choco.exe", "installation.json", "schtasks.exe", "staging.new", "settings.unreadable", "system.posix_acl_access", "verdict.json"}
 SETTING = re.compile(r"minder\.|package\.(apt|dnf|choco)$")
 CODE = re.compile(r'"([a-z][a-z0-9_]*\.[a-z0-9_]+)"')
 

@@ -171,6 +171,7 @@ class Parcel_Family : public Family {
     return outlook(question);
   }
   std::vector<boost::filesystem::path> outlook_inputs() const override { return {"/etc/parcel"}; }
+  std::vector<boost::filesystem::path> installation_traces() const override { return {"/var/log/parcel"}; }
 
   static Upgrade_Outlook glued(const Outlook_Question& /*question*/) {
     Upgrade_Outlook outlook;

@@ -210,6 +210,14 @@ class Family {
   virtual std::string refresh_keeping_line() const { return ""; }
 
   /// @}
+  /// @name What an installation leaves
+  /// @{
+
+  /// Files and directories that change while the package manager fetches and installs packages: its caches,
+  /// its database and its logs.
+  virtual std::vector<boost::filesystem::path> installation_traces() const = 0;
+
+  /// @}
 };
 
 }  // namespace zant::velmora_host

@@ -22,7 +22,7 @@ using Problems = std::vector<std::string>;
 // The library carries on past what it cannot undo.
 class Failure_Collector : public Command_Observer {
  public:
-  void note_begin(Command_Kind /*kind*/) override {}
+  void note_begin(const std::string& /*line*/, Command_Kind /*kind*/) override {}
   void note_end(const Ended_Command& /*command*/, Command_Kind /*kind*/, double /*seconds*/) override {}
   void note_failure(const Cycle_Failure& failure) override { failures_.push_back(failure.message); }
   void note_key_import(const Key_Import& /*import*/) override {}

@@ -93,6 +93,14 @@ struct Cycle_State {
   Cycle_History history;
 };
 
+/// An installation that goes on, but has left no trace of progress for an hour. It is never ended.
+struct Stalled_Installation {
+  std::string command;
+  std::chrono::system_clock::time_point since;  ///< the last trace, or the beginning
+
+  bool operator==(const Stalled_Installation&) const = default;
+};
+
 /// The name under which the hold stands among what was put right.
 inline constexpr const char* HOLD_SUBJECT = "hold";
 

@@ -125,7 +125,8 @@ std::string of_verdict(const Verdict& verdict, std::chrono::system_clock::time_p
 }  // namespace
 
 std::string metrics_text(const Cycle_State& state, const std::optional<Verdict>& verdict,
-                         const std::vector<Signing_Key>& keys, std::chrono::system_clock::time_point now) {
+                         const std::vector<Signing_Key>& keys, bool is_installation_stalled,
+                         std::chrono::system_clock::time_point now) {
   const auto& history = state.history;
   std::string text = single("cycles_total", "counter", "Cycles that were begun.", history.cycles);
   text += by_kind("failures_total", "Failed steps of cycles, by step.", CYCLE_STEPS, history.failures);
@@ -139,6 +140,8 @@ std::string metrics_text(const Cycle_State& state, const std::optional<Verdict>&
   }
   text += single("last_cycle_duration_seconds", "gauge", "How long the last cycle took.",
                  state.last_cycle.seconds);
+  text += single("installation_stalled", "gauge", "Whether an installation makes no progress for an hour.",
+                 is_installation_stalled ? 1 : 0);
   if (verdict) {
     text += of_verdict(*verdict, now);
   }

@@ -23,6 +23,9 @@ class Metrics_File_Writer {
 
   void note_cycle(const Cycle_State& state);
 
+  /// An installation makes no progress, or gets on again.
+  void note_installation(bool is_stalled);
+
   /// @param keys that the package manager checks packages with; nothing where it keeps none of its own.
   void note_verdict(const Verdict& verdict, const std::optional<std::vector<Signing_Key>>& keys);
 
@@ -30,11 +33,13 @@ class Metrics_File_Writer {
   void write_() const;
 
   const boost::filesystem::path file_;
+  const boost::filesystem::path record_;
   const std::shared_ptr<Host_Filesystem> filesystem_;
   std::mutex mutex_;
   std::vector<Signing_Key> keys_;
   std::optional<Cycle_State> state_;
   std::optional<Verdict> verdict_;
+  bool is_installation_stalled_ = false;
 };
 
 }  // namespace zant::velmora_host

@@ -45,7 +45,7 @@ velmora::Command_Result Observed_System::run_command(const std::string& command,
   const bool imports_key = kind == Command_Kind::IMPORTS_KEY;
   const auto keys_before = imports_key ? family_.trusted_keys(services_) : std::nullopt;
   const auto start = Clock::now();
-  observer_->note_begin(kind);
+  observer_->note_begin(command, kind);
   auto result = services_.system->run_command(command, flag);
   const Ended_Command ended = {command, result.exit_code};
   observer_->note_end(ended, kind, std::chrono::duration<double>(Clock::now() - start).count());

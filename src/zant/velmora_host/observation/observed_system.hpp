@@ -23,7 +23,7 @@ class Command_Observer {
  public:
   virtual ~Command_Observer() = default;
 
-  virtual void note_begin(Command_Kind kind) = 0;
+  virtual void note_begin(const std::string& line, Command_Kind kind) = 0;
   virtual void note_end(const Ended_Command& command, Command_Kind kind, double seconds) = 0;
 
   /// A step failed and the library goes on.

@@ -3,6 +3,7 @@
 #include <zant/velmora_host/families/minded_host.hpp>
 #include <zant/velmora_host/families/systemd_commands.hpp>
 #include <zant/velmora_host/observation/cycle_store.hpp>
+#include <zant/velmora_host/observation/stalled_installation.hpp>
 #include <zant/velmora_host/reports/plan.hpp>
 #include <zant/velmora_host/reports/reports_of_families.hpp>
 #include <zant/velmora_host/staging/work_area.hpp>
@@ -115,6 +116,13 @@ void add_conflicts(const Cycle_History& history, std::vector<Status::Reason>& re
 }
 
 void add_cycle_reasons(const Status& status, std::vector<Status::Reason>& reasons) {
+  if (const auto& stalled = status.stalled_installation) {
+    reasons.push_back(
+        {"installation.stalled",
+         fmt::format("An installation has made no progress since {}, and no cycle goes on until "
+                     "it ends: {}",
+                     to_iso_time(stalled->since), stalled->command)});
+  }
   if (!status.cycles) {
     reasons.push_back({"cycle.never_ran", "No cycle is recorded on this host"});
     return;
@@ -253,6 +261,8 @@ Status make_status(const Settings& settings, const Report_Services& report, cons
   }
   status.versions = find_versions(host, status.verdict);
   status.cycles = cycle_store::read(*services.filesystem, cycle_store::file_in(settings.state_directory()));
+  status.stalled_installation = stalled_installation::read(
+      *services.filesystem, stalled_installation::file_in(settings.state_directory()));
   const Findings weaknesses = host.family.find_weaknesses(settings, services, host.init);
   status.reasons = find_reasons(status, plan, service);
   if (is_started_by_nobody(host, service)) {

@@ -57,6 +57,7 @@ struct Status {
   bool timer_is_enabled = false;  ///< it starts with the host
   std::string next_run;           ///< of the timer, in UTC, "2026-01-31T03:00:00Z"; empty when it has none
   std::optional<Cycle_State> cycles;
+  std::optional<Stalled_Installation> stalled_installation;  ///< while it goes on
   std::vector<Reason> reasons;
 };
 

@@ -392,4 +392,9 @@ std::vector<boost::filesystem::path> APT_Family::outlook_inputs() const {
   return apt_outlook::inputs();
 }
 
+std::vector<boost::filesystem::path> APT_Family::installation_traces() const {
+  return {"/var/cache/apt/archives", "/var/lib/dpkg/status", "/var/lib/dpkg/updates", "/var/log/apt",
+          "/var/log/dpkg.log"};
+}
+
 }  // namespace zant::velmora_host

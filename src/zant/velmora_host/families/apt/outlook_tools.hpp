@@ -28,6 +28,7 @@ std::string quoted(const std::string& text);
 /// The beginning of a text, for a regular expression: the standard library's take a part of the stack for
 /// each character.
 std::string searchable(const std::string& words);
+
 /// "COMMAND: its words", with long words cut in the middle.
 std::string told(const std::string& command, const std::string& words);
 

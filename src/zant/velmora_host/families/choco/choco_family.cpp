@@ -273,4 +273,8 @@ std::vector<boost::filesystem::path> Choco_Family::outlook_inputs() const {
   return choco_outlook::inputs();
 }
 
+std::vector<boost::filesystem::path> Choco_Family::installation_traces() const {
+  return {};  // it installs nothing that may not be ended
+}
+
 }  // namespace zant::velmora_host

@@ -446,4 +446,9 @@ std::vector<boost::filesystem::path> DNF_Family::outlook_inputs() const {
   return dnf_outlook::inputs();
 }
 
+std::vector<boost::filesystem::path> DNF_Family::installation_traces() const {
+  return {"/var/cache/dnf",   "/var/lib/rpm",         "/usr/lib/sysimage/rpm",
+          "/var/log/dnf.log", "/var/log/dnf.rpm.log", "/var/log/dnf.librepo.log"};
+}
+
 }  // namespace zant::velmora_host

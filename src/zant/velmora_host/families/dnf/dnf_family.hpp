@@ -54,6 +54,7 @@ class DNF_Family : public Family {
              Check_Report& report) const override;
   Upgrade_Outlook find_upgrade_outlook(const Outlook_Question& question) const override;
   std::vector<boost::filesystem::path> outlook_inputs() const override;
+  std::vector<boost::filesystem::path> installation_traces() const override;
 };
 
 }  // namespace zant::velmora_host

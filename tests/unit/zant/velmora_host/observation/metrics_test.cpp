@@ -17,7 +17,7 @@ TEST(Metrics, AreThereFromTheFirstCycleOn) {
   state.history.cycles = 1;
 
   EXPECT_EQ(
-      metrics_text(state, std::nullopt, {}, {}),
+      metrics_text(state, std::nullopt, {}, false, {}),
       "# HELP package_minder_cycles_total Cycles that were begun.\n"
       "# TYPE package_minder_cycles_total counter\n"
       "package_minder_cycles_total 1\n"
@@ -42,7 +42,12 @@ TEST(Metrics, AreThereFromTheFirstCycleOn) {
       "package_minder_holds_released_total 0\n"
       "# HELP package_minder_last_cycle_duration_seconds How long the last cycle took.\n"
       "# TYPE package_minder_last_cycle_duration_seconds gauge\n"
-      "package_minder_last_cycle_duration_seconds 0\n");
+      "package_minder_last_cycle_duration_seconds 0\n"
+      "# HELP package_minder_installation_stalled Whether an installation makes no progress for an hour.\n"
+      "# TYPE package_minder_installation_stalled gauge\n"
+      "package_minder_installation_stalled 0\n");
+  EXPECT_THAT(metrics_text(state, std::nullopt, {}, true, {}),
+              HasSubstr("\npackage_minder_installation_stalled 1\n"));
 }
 
 TEST(Metrics, CountByKind) {
@@ -51,7 +56,7 @@ TEST(Metrics, CountByKind) {
   state.history.repairs = {{File_Kind::OTHER, 4}};
   state.history.last_success = system_clock::from_time_t(1800000000);
 
-  const auto text = metrics_text(state, std::nullopt, {}, {});
+  const auto text = metrics_text(state, std::nullopt, {}, false, {});
 
   EXPECT_THAT(text, HasSubstr("package_minder_failures_total{kind=\"hold\"} 3\n"));
   EXPECT_THAT(text, HasSubstr("package_minder_drift_repaired_total{kind=\"other\"} 4\n"));
@@ -62,8 +67,8 @@ TEST(Metrics, TellWhenKeysExpireAndNothingOfThoseThatDoNot) {
   const Signing_Key lasting{"AA", 22, 255, false, std::nullopt};
   const Signing_Key expiring{"BB", 22, 255, false, system_clock::from_time_t(1900000000)};
 
-  EXPECT_THAT(metrics_text({}, std::nullopt, {lasting}, {}), Not(HasSubstr("key_expiry")));
-  EXPECT_THAT(metrics_text({}, std::nullopt, {lasting, expiring}, {}),
+  EXPECT_THAT(metrics_text({}, std::nullopt, {lasting}, false, {}), Not(HasSubstr("key_expiry")));
+  EXPECT_THAT(metrics_text({}, std::nullopt, {lasting, expiring}, false, {}),
               HasSubstr("package_minder_key_expiry_timestamp_seconds{fingerprint=\"BB\"} 1900000000\n"));
 }
 
@@ -87,7 +92,9 @@ class VerdictInMetrics : public ::testing::Test {
     verdict_.history.version_changed = system_clock::from_time_t(1800000004);
   }
 
-  std::string text() const { return metrics_text({}, verdict_, {}, system_clock::from_time_t(1800000100)); }
+  std::string text() const {
+    return metrics_text({}, verdict_, {}, false, system_clock::from_time_t(1800000100));
+  }
 
   Verdict verdict_;
 };

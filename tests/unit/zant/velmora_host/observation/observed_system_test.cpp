@@ -25,7 +25,8 @@ using ::testing::ThrowsMessage;
 // Writes down what it is told.
 class Noting_Observer : public Command_Observer {
  public:
-  void note_begin(Command_Kind kind) override {
+  void note_begin(const std::string& line, Command_Kind kind) override {
+    EXPECT_NE(line, "");
     notes.push_back(kind == Command_Kind::QUERY ? "begins to look" : "begins");
   }
   void note_end(const Ended_Command& command, Command_Kind kind, double seconds) override {

@@ -3,6 +3,7 @@
 #include <zant/velmora_host/base/json_document.hpp>
 #include <zant/velmora_host/families/apt/apt_family.hpp>
 #include <zant/velmora_host/observation/cycle_store.hpp>
+#include <zant/velmora_host/observation/stalled_installation.hpp>
 #include <zant/velmora_host/reports/reports_of_families.hpp>
 
 #include <support/host_side/debian_host.hpp>
@@ -154,6 +155,20 @@ TEST_F(StatusTest, TakesADamagedRecordForNone) {
                                         0);
 
   EXPECT_THAT(reasons(), ElementsAre("cycle.never_ran"));
+}
+
+TEST_F(StatusTest, TellsOfAnInstallationThatMakesNoProgress) {
+  const auto file = stalled_installation::file_in(host_.state_directory());
+  host_.services.filesystem->write_file(host_.state_directory() / "package-minder-state", "", 0);
+  stalled_installation::write(
+      *host_.services.filesystem, file,
+      Stalled_Installation{"apt-get install x", std::chrono::system_clock::from_time_t(1800000000)});
+
+  const auto stalled = status();
+  ASSERT_THAT(reasons(), ElementsAre("installation.stalled"));
+  EXPECT_EQ(stalled.reasons[0].message,
+            "An installation has made no progress since 2027-01-15T08:00:00Z, and no cycle goes on until it "
+            "ends: apt-get install x");
 }
 
 TEST_F(StatusTest, ShowsTheKeysThatTheHostTrusts) {

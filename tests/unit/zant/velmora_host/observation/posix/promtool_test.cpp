@@ -31,7 +31,7 @@ TEST(MetricsOfEverything, PassTheCheckOfPrometheus) {
   const Signing_Key key{"BB", 22, 255, false, system_clock::from_time_t(1900000000)};
   const Temporary_Directory directory;
   const auto file = directory.path() / "minder.prom";
-  File_Service().write_file(file, metrics_text(state, verdict, {key}, time + std::chrono::seconds(100)),
+  File_Service().write_file(file, metrics_text(state, verdict, {key}, true, time + std::chrono::seconds(100)),
                             velmora::Write_Flag::REPLACE);
 
   const auto result = Command_Service({}).run_command(PROMTOOL " check metrics < " + file.string() + " 2>&1",
