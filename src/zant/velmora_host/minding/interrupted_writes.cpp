@@ -27,14 +27,14 @@ Paths interrupted_metrics(const path& file, velmora::Filesystem& filesystem) {
   return found;
 }
 
-std::set<path> directories_of(const Family& family, const Settings& settings) {
+std::set<std::string> directories_of(const Family& family, const Settings& settings) {
   const Installed_Paths installed = family.installed_paths();
-  std::set<path> directories = {settings.state_directory()};
+  std::set<std::string> directories = {settings.state_directory().string()};
   for (const auto* paths : {&installed.repository, &installed.upgrades}) {
     for (const auto& path : *paths) {
-      directories.insert(path.parent_path());
+      directories.insert(path.parent_path().string());
       // Some of the paths are directories themselves, such as the one of backups.
-      directories.insert(path);
+      directories.insert(path.string());
     }
   }
   return directories;

@@ -4,6 +4,7 @@
 
 #include <fmt/format.h>
 
+#include <system_error>
 #include <utility>
 
 namespace zant::velmora_host {
@@ -20,12 +21,19 @@ Installation_Watch::Installation_Watch(std::string command, Trace trace, Listene
                                        std::chrono::milliseconds limit)
     : command_(std::move(command)), trace_(std::move(trace)), listener_(std::move(listener)), limit_(limit) {
   log_.init_("Installation_Watch", "");
-  thread_ = std::jthread([this](const std::stop_token& stop) { work_(stop); });
+  try {
+    thread_ = std::jthread([this](const std::stop_token& stop) { work_(stop); });
+  } catch (const std::system_error& error) {
+    ZANT_LOG(log_, severity_level::warning)
+        << fmt::format("An installation could not be looked after: {}", error.what());
+  }
 }
 
 Installation_Watch::~Installation_Watch() {
-  thread_.request_stop();
-  thread_.join();
+  if (thread_.joinable()) {
+    thread_.request_stop();
+    thread_.join();
+  }
   if (is_told_) {
     tell_(std::nullopt);
   }
@@ -33,14 +41,18 @@ Installation_Watch::~Installation_Watch() {
 
 void Installation_Watch::work_(const std::stop_token& stop) {
   std::unique_lock lock(mutex_);
-  while (!stop.stop_requested()) {
+  for (;;) {
+    // Most installations end before there is anything to look at.
+    ended_.wait_for(lock, stop, limit_ / LOOKS_IN_LIMIT, [] { return false; });
+    if (stop.stop_requested()) {
+      return;
+    }
     try {
       look_();
     } catch (const std::exception& error) {
       ZANT_LOG(log_, severity_level::warning)
           << fmt::format("An installation could not be looked after: {}", error.what());
     }
-    ended_.wait_for(lock, stop, limit_ / LOOKS_IN_LIMIT, [] { return false; });
   }
 }
 

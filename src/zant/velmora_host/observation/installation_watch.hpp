@@ -26,7 +26,11 @@ class Installation_Watch {
   /// Nothing: it gets on again, or has ended.
   using Listener = std::function<void(const std::optional<Stalled_Installation>& stalled)>;
 
-  /// @param limit how long it may leave no trace; looked at twelve times in that time.
+  /// Without a thread to watch on, the log tells of that, and the installation is not looked after.
+  ///
+  /// @param limit how long it may leave no trace; looked at twelve times in that time, for the first time
+  /// when
+  ///     a twelfth of it has passed.
   Installation_Watch(std::string command, Trace trace, Listener listener,
                      std::chrono::milliseconds limit = std::chrono::hours(1));
 

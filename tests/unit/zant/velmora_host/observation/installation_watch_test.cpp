@@ -88,11 +88,16 @@ TEST(InstallationWatch, SaysNothingOfOneThatLeavesTraces) {
   EXPECT_EQ(told.count(), 0U);
 }
 
-TEST(InstallationWatch, EndsWithAnInstallationThatIsDoneSoon) {
+TEST(InstallationWatch, LooksForNoTraceOfAnInstallationThatIsDoneSoon) {
   Told told;
   {
     Installation_Watch watch(
-        "x", [] { return ""; }, told.listener());
+        "x",
+        [] {
+          ADD_FAILURE();
+          return "";
+        },
+        told.listener());
   }
   EXPECT_EQ(told.count(), 0U);
 }
