@@ -5,9 +5,12 @@
 #include <zant/velmora_host/families/minded_host.hpp>
 #include <zant/velmora_host/settings/settings.hpp>
 
+#include <map>
 #include <memory>
 #include <optional>
 #include <string>
+#include <unordered_map>
+#include <utility>
 #include <vector>
 
 namespace zant::velmora_host::faults {
@@ -37,6 +40,14 @@ struct Stage {
   std::vector<Call> calls;          ///< of work that nothing disturbs
   bool server_answers = true;
   Outcome outcome = Outcome::SUCCEEDED;  ///< of work that nothing disturbs
+
+  // Of situations that were played before. Nothing but the host's state decides what becomes of it, and most
+  // faults leave it in one of few states.
+
+  /// The host after a process that has met one fault, by the fault.
+  mutable std::map<std::pair<std::size_t, Fault>, Host_State> known_beginnings = {};
+  /// What was violated after all faults, by what is done then and the host's state before it.
+  mutable std::unordered_map<std::string, std::optional<std::string>> known_ends = {};
 };
 
 /// The whole life of a product on a host of one family: set up, drift of every kind, repair, hold, release,

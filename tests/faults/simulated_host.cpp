@@ -12,6 +12,17 @@ namespace zant::velmora_host::faults {
 namespace {
 
 constexpr int OF_KILL = 9;
+const std::string RECORDS = "/var/lib/package-minder/";
+
+void add(std::string& text, const std::string& part) {
+  text += std::to_string(part.size()) + ':' + part;
+}
+
+// Of times and counters.
+std::string without_numbers(std::string text) {
+  std::erase_if(text, [](char character) { return character >= '0' && character <= '9'; });
+  return text;
+}
 
 }  // namespace
 
@@ -22,6 +33,27 @@ Simulated_Host::Simulated_Host() {
 void Simulated_Host::restore(const Host_State& state) {
   tools_ = state.tools;
   disk_->entries() = state.disk;
+}
+
+std::string Simulated_Host::text_of_state() const {
+  std::string text;
+  for (const bool is_so : {tools_.is_held, tools_.has_upgrade_package, tools_.upgrade_service_runs,
+                           tools_.timer_runs, tools_.other_timers_run, tools_.key_is_imported}) {
+    text += is_so ? '1' : '0';
+  }
+  add(text, tools_.list_in_use);
+  for (const auto& [path, drop_in] : tools_.loaded_drop_ins) {
+    add(text, path);
+    add(text, drop_in);
+  }
+  text += '/';
+  for (const auto& [path, entry] : disk_->entries()) {
+    add(text, path);
+    if (entry) {
+      add(text, path.starts_with(RECORDS) ? without_numbers(*entry) : *entry);
+    }
+  }
+  return text;
 }
 
 void Simulated_Host::start_anew() {

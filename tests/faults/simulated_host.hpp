@@ -51,6 +51,9 @@ class Simulated_Host : public velmora::System, public std::enable_shared_from_th
   Host_State state() const { return {tools_, disk_->entries()}; }
   void restore(const Host_State& state);
 
+  /// The same text for states that are the same, and for no others, apart from times and counters in records.
+  std::string text_of_state() const;
+
   /// What process 1 does when the host starts.
   void start_anew();
 

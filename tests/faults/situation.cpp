@@ -76,14 +76,19 @@ class Play {
  public:
   explicit Play(const Situation& situation)
       : road_(*situation.road), stage_(*situation.stage), host_(road_.host()) {
-    host_.restore(stage_.before);
-    host_.set_server(stage_.server_answers);
-    run_(stage_.work, situation.in_first);
-    host_.set_server(true);
+    if (situation.in_first.size() == 1) {
+      meet_(situation.in_first.front());
+    } else {
+      run_first_(situation.in_first);
+    }
     if (!situation.in_second.empty()) {
       run_(stage_.work, situation.in_second);
     }
-    if (situation.continuation == Continuation::REPEAT) {
+  }
+
+  // When the faults are over.
+  void go_on(Continuation continuation) {
+    if (continuation == Continuation::REPEAT) {
       run_(stage_.work, {});
       require_success_();
     } else if (stage_.work == Work::PURGE || stage_.work == Work::PURGE_OF_UPGRADES) {
@@ -95,6 +100,24 @@ class Play {
   }
 
  private:
+  void run_first_(const std::vector<Planned_Fault>& faults) {
+    host_.restore(stage_.before);
+    host_.set_server(stage_.server_answers);
+    run_(stage_.work, faults);
+    host_.set_server(true);
+  }
+
+  void meet_(const Planned_Fault& fault) {
+    const std::pair key(fault.call, fault.fault);
+    const auto known = stage_.known_beginnings.find(key);
+    if (known != stage_.known_beginnings.end()) {
+      host_.restore(known->second);
+      return;
+    }
+    run_first_({fault});
+    stage_.known_beginnings.emplace(key, host_.state());
+  }
+
   void run_(Work work, const std::vector<Planned_Fault>& faults) {
     host_.plan().begin(faults);
     is_undisturbed_ = faults.empty();
@@ -224,6 +247,16 @@ class Play {
   Outcome outcome_ = Outcome::FAILED;
 };
 
+template <typename Work>
+std::optional<std::string> violation_in(const Work& work) {
+  try {
+    work();
+    return std::nullopt;
+  } catch (const Violation& violation) {
+    return violation.what();
+  }
+}
+
 template <typename Value>
 const Value& one_of(const std::vector<Value>& values, std::mt19937_64& random) {
   return values[random() % values.size()];
@@ -260,12 +293,17 @@ std::string describe(const char* process, const std::vector<Planned_Fault>& faul
 }  // namespace
 
 std::optional<std::string> violation_of(const Situation& situation) {
-  try {
-    const Play play(situation);
-    return std::nullopt;
-  } catch (const Violation& violation) {
-    return violation.what();
+  std::optional<Play> play;
+  if (auto violation = violation_in([&] { play.emplace(situation); })) {
+    return violation;
   }
+  const char* const then = situation.continuation == Continuation::REPEAT ? "repeat " : "turn ";
+  const auto [known, is_new] =
+      situation.stage->known_ends.try_emplace(then + situation.road->host().text_of_state());
+  if (is_new) {
+    known->second = violation_in([&] { play->go_on(situation.continuation); });
+  }
+  return known->second;
 }
 
 std::vector<Situation> every_single_fault(const Road& road) {
