@@ -1,5 +1,6 @@
 #include <zant/velmora_host/staging/keyring.hpp>
 
+#include <zant/velmora_host/base/iso_time.hpp>
 #include <zant/velmora_host/staging/openpgp_packets.hpp>
 
 #include <Poco/Base64Decoder.h>
@@ -124,16 +125,21 @@ bool algorithm_can_sign(int algorithm) {
   return std::find(only_encrypt.begin(), only_encrypt.end(), algorithm) == only_encrypt.end();
 }
 
+// A key without a lifetime never expires, nor does one that outlives the clock.
+std::optional<system_clock::time_point> expiry_after(system_clock::time_point created,
+                                                     std::chrono::seconds lifetime) {
+  return lifetime.count() == 0
+             ? std::nullopt
+             : time_since_epoch(system_clock::to_time_t(created) + static_cast<long long>(lifetime.count()));
+}
+
 std::optional<Signing_Key> parse_key(const Packet& packet) {
   Byte_Reader reader(packet.body);
   Signing_Key key;
   key.version = static_cast<int>(reader.number(1));
   key.created = system_clock::from_time_t(reader.number(4));
   if (key.version < 4) {
-    const auto days = reader.number(2);
-    if (days != 0) {
-      key.expiry = key.created + std::chrono::hours(24) * days;
-    }
+    key.expiry = expiry_after(key.created, std::chrono::hours(24) * reader.number(2));
   }
   key.algorithm = static_cast<int>(reader.number(1));
   if (key.version > 4) {
@@ -246,10 +252,7 @@ class Keyring_Reader {
     signature_time_[index] = signature.created;
     Signing_Key& key = keyring_.keys[index];
     key.digest = signature.digest;
-    key.expiry.reset();
-    if (signature.key_lifetime.value_or(0) != 0) {
-      key.expiry = key.created + std::chrono::seconds(*signature.key_lifetime);
-    }
+    key.expiry = expiry_after(key.created, std::chrono::seconds(signature.key_lifetime.value_or(0)));
     key.can_sign =
         signature.key_flags ? (*signature.key_flags & MAY_SIGN) != 0 : algorithm_can_sign(key.algorithm);
   }

@@ -102,6 +102,14 @@ TEST(KeyringReader, GivesASubkeyTheExpiryOfItsPrimaryKey) {
   EXPECT_TRUE(parsed->keys[1].can_sign);
 }
 
+TEST(KeyringReader, TakesALifetimeBeyondTheEndOfTheClockForNone) {
+  // Of version 3: made at the last moment that it can be, for the longest time.
+  const auto parsed = parse_keyring("\x98\x0A\x03\xFF\xFF\xFF\xFF\xFF\xFF\x01\x08\x00"s);
+
+  ASSERT_TRUE(parsed);
+  EXPECT_FALSE(parsed->keys.at(0).expiry);
+}
+
 TEST(KeyringReader, RefusesDataThatIsNoKeyring) {
   EXPECT_FALSE(parse_keyring("\xCB\x03xyz"s)) << "literal data";
   EXPECT_FALSE(parse_keyring("<html>"));

@@ -124,7 +124,14 @@ TEST_P(BadTemplate, IsNamed) {
 }
 
 INSTANTIATE_TEST_SUITE_P(, BadTemplate,
-                         ::testing::Values("{", "}", "text {} {", "{} {}", "{1}", "{0:s}", "{name}", "{}}"));
+                         ::testing::Values("{", "}", "text {} {", "{} {}", "{1}", "{0:s}", "{name}", "{}}",
+                                           "{:>1000}", "{:}>2000000000}", "{0:{0}}", "{:{}}"));
+
+TEST_F(StagingTree, WithATemplateThatPadsItsValuesIsAllRight) {
+  given_file("config-files/apt/templates/75lowerspeed.template", "// 2026 {{12345}} {0:>999} {0:}<8} 65535\n");
+
+  EXPECT_THAT(faults(), IsEmpty());
+}
 
 TEST_F(StagingTree, WithATemplateThatUsesFewerValuesIsAllRight) {
   given_file("config-files/apt/templates/zant-velmora.list.template", "deb {1} {{literal}} {1}\n");
