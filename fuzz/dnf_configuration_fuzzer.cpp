@@ -7,7 +7,7 @@
 #include <zant/velmora_host/families/dnf/included_packages.hpp>
 #include <zant/velmora_host/families/dnf/repository_files.hpp>
 
-#include <support/fake_filesystem.hpp>
+#include <support/host_side/fake_host_filesystem.hpp>
 
 #include <memory>
 
@@ -21,21 +21,22 @@ constexpr const char* ADDRESS = "https://repo.velmora.example/velmora-yum-repo/r
 
 // Once as the vendor's template and once as the installed file.
 void try_limit(const std::string& input, const std::vector<std::string>& patterns) {
-  const auto files = std::make_shared<Fake_Filesystem>();
-  files->add_file("/staging/config-files/dnf/templates/quorvane.repo.template", input);
-  files->add_file("/staging/config-files/dnf/quorvane.repo", "[quorvane]\nincludepkgs=zant-velmora zant-*\n");
-  files->add_file(INSTALLED, input);
-  Included_Packages limit(files, patterns, "/staging");
+  const auto host = std::make_shared<zant::velmora_host::test_support::Fake_Host_Filesystem>();
+  auto& files = host->fake();
+  files.add_file("/staging/config-files/dnf/templates/quorvane.repo.template", input);
+  files.add_file("/staging/config-files/dnf/quorvane.repo", "[quorvane]\nincludepkgs=zant-velmora zant-*\n");
+  files.add_file(INSTALLED, input);
+  Included_Packages limit(host, patterns, "/staging");
   limit.prepare_templates();
   if (!patterns.empty()) {
-    const auto filled = files->contents("/staging/config-files/dnf/templates/quorvane.repo.template");
+    const auto filled = files.contents("/staging/config-files/dnf/templates/quorvane.repo.template");
     require(included_packages_are(*filled, patterns));
   }
   limit.set_up_if_necessary();
-  const auto after_one_cycle = files->contents(INSTALLED);
+  const auto after_one_cycle = files.contents(INSTALLED);
   require(patterns.empty() || included_packages_are(*after_one_cycle, patterns));
   limit.set_up_if_necessary();
-  require(files->contents(INSTALLED) == after_one_cycle);
+  require(files.contents(INSTALLED) == after_one_cycle);
 }
 
 }  // namespace

@@ -92,7 +92,7 @@ void require_tellable(const Verdict& verdict) {
   require_harmless(to_text(verdict));
   const auto document = nlohmann::json::parse(to_json_text(verdict));
   require(document.at("causes").size() == verdict.outlook.causes.size());
-  metrics_text({}, verdict, {}, verdict.found);
+  metrics_text({}, verdict, {}, false, verdict.found);
   require(offered_for(verdict).count() >= 0);
   require_kept(verdict);
 }
