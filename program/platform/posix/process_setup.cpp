@@ -37,6 +37,8 @@ void set_up_process() {
   ::umask(USUAL_MASK);
   // A log that nobody reads any more must not end the program.
   ::signal(SIGPIPE, SIG_IGN);
+  // Nor may a file size limit: a write beyond it is an error like others.
+  ::signal(SIGXFSZ, SIG_IGN);
   // Inherited as ignored, it would lose the exit status of every command.
   ::signal(SIGCHLD, SIG_DFL);
 }

@@ -273,8 +273,10 @@ TEST_F(CommandService, TheProgramsOwnVariablesAreAddedAndWin) {
 TEST_F(CommandService, SignalsThatTheCallerIgnoresAreNotIgnored) {
   const Signal_Disposition pipe(SIGPIPE, SIG_IGN);
   const Signal_Disposition interrupt(SIGINT, SIG_IGN);
+  const Signal_Disposition large_file(SIGXFSZ, SIG_IGN);
 
   EXPECT_EQ(status_of("kill -PIPE $$"), 128 + SIGPIPE);
+  EXPECT_EQ(status_of("kill -XFSZ $$"), 128 + SIGXFSZ);
   EXPECT_EQ(status_of("kill -INT $$"), 128 + SIGINT);
 }
 

@@ -19,8 +19,8 @@ struct Ended_Program {
 };
 
 // The program as it is built.
-Ended_Program call(const std::string& arguments) {
-  FILE* const stream = ::popen((PACKAGE_MINDER_PROGRAM " " + arguments).c_str(), "r");
+Ended_Program call(const std::string& arguments, const std::string& before = "") {
+  FILE* const stream = ::popen((before + PACKAGE_MINDER_PROGRAM " " + arguments).c_str(), "r");
   std::array<char, 4096> piece{};
   std::string output;
   while (const std::size_t size = std::fread(piece.data(), 1, piece.size(), stream)) {
@@ -48,6 +48,14 @@ TEST(TheProgram, ExitsWithWhatItsWorkCameTo) {
   EXPECT_EQ(call("run --settings /nowhere/settings 2> /dev/null").exit_status, 78);
   EXPECT_THAT(call("check --json --settings /nowhere/settings 2> /dev/null").output,
               HasSubstr("\"bad_settings\""));
+}
+
+TEST(TheProgram, SaysThatAFileSizeLimitKeptItFromWriting) {
+  const auto ended = call("--version 2>&1 > ended-at-a-limit; status=$?; rm ended-at-a-limit; exit $status",
+                          "ulimit -f 0; ");
+
+  EXPECT_EQ(ended.exit_status, 1);
+  EXPECT_EQ(ended.output, "package-minder: cannot write to standard output\n");
 }
 
 TEST(TheProgram, FailsWhenWhatItPrintsCannotBeWritten) {

@@ -14,6 +14,7 @@ namespace zant::velmora_host {
 inline bool is_passing(const std::error_code& error) {
   static constexpr std::array PASSING = {
       std::errc::device_or_resource_busy,
+      std::errc::file_too_large,
       std::errc::interrupted,
       std::errc::io_error,
       std::errc::no_space_on_device,

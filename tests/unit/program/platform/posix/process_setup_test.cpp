@@ -18,10 +18,12 @@ class ProcessSetup : public ::testing::Test {
   ProcessSetup()
       : mask_(::umask(0077)),
         on_closed_pipe_(::signal(SIGPIPE, SIG_DFL)),
+        on_large_file_(::signal(SIGXFSZ, SIG_DFL)),
         on_child_(::signal(SIGCHLD, SIG_IGN)) {}
   ~ProcessSetup() override {
     ::umask(mask_);
     ::signal(SIGPIPE, on_closed_pipe_);
+    ::signal(SIGXFSZ, on_large_file_);
     ::signal(SIGCHLD, on_child_);
   }
 
@@ -34,6 +36,7 @@ class ProcessSetup : public ::testing::Test {
  private:
   mode_t mask_;
   Handler on_closed_pipe_;
+  Handler on_large_file_;
   Handler on_child_;
 };
 
@@ -42,6 +45,7 @@ TEST_F(ProcessSetup, DoesAwayWithWhatTheCallerLeft) {
 
   EXPECT_EQ(::umask(0), 0022U) << "what package managers create is for everybody to read";
   EXPECT_EQ(handler_of(SIGPIPE), SIG_IGN) << "a reader of the log may go away";
+  EXPECT_EQ(handler_of(SIGXFSZ), SIG_IGN) << "a write beyond a limit is an error, and no end without a word";
   EXPECT_EQ(handler_of(SIGCHLD), SIG_DFL) << "or every command would lose its exit status";
 }
 
