@@ -1,7 +1,7 @@
 #include <zant/velmora_host/families/keyring_check.hpp>
 
-#include <fmt/chrono.h>
 #include <fmt/format.h>
+#include <zant/velmora_host/base/iso_time.hpp>
 
 #include <algorithm>
 #include <map>
@@ -39,14 +39,17 @@ std::string algorithm_name(const Signing_Key& key) {
   return found == names.end() ? fmt::format("algorithm {}", key.algorithm) : found->second;
 }
 
-std::string day_of(system_clock::time_point time) {
-  return fmt::format("{:%Y-%m-%d}", fmt::gmtime(system_clock::to_time_t(time)));
-}
-
 Listed_Key listed(const path& keyring, const Signing_Key& key) {
-  return {keyring.string(),    key.fingerprint, key.primary,         key.user_names,
-          algorithm_name(key), key.bits,        day_of(key.created), key.expiry ? day_of(*key.expiry) : "",
-          key.revoked,         key.can_sign};
+  return {keyring.string(),
+          key.fingerprint,
+          key.primary,
+          key.user_names,
+          algorithm_name(key),
+          key.bits,
+          to_iso_day(key.created),
+          key.expiry ? to_iso_day(*key.expiry) : "",
+          key.revoked,
+          key.can_sign};
 }
 
 // APT accepts nothing that is signed with one of these.
@@ -59,9 +62,9 @@ void find_invalidity(const Signing_Key& key, system_clock::time_point now, const
   if (key.revoked) {
     add("is revoked: APT accepts nothing signed with it", "keyring.key_revoked");
   } else if (key.expiry && *key.expiry <= now) {
-    add("expired on " + day_of(*key.expiry), "keyring.key_expired");
+    add("expired on " + to_iso_day(*key.expiry), "keyring.key_expired");
   } else if (key.expiry && *key.expiry - now < SOON) {
-    add("expires on " + day_of(*key.expiry), "keyring.key_expires_soon");
+    add("expires on " + to_iso_day(*key.expiry), "keyring.key_expires_soon");
   }
 }
 

@@ -1,6 +1,7 @@
 #include <zant/velmora_host/families/refresh_age.hpp>
 
-#include <fmt/chrono.h>
+#include <zant/velmora_host/base/iso_time.hpp>
+
 #include <fmt/format.h>
 
 namespace zant::velmora_host {
@@ -13,13 +14,11 @@ std::optional<Finding> find_old_refresh(const std::string& where,
   if (now - refreshed <= LONGEST) {
     return std::nullopt;
   }
-  return Finding{
-      where,
-      fmt::format(
-          "the repository was last refreshed {:%Y-%m-%dT%H:%M:%SZ}, more than 3 days ago: newer versions do "
-          "not arrive",
-          fmt::gmtime(std::chrono::system_clock::to_time_t(refreshed))),
-      remedy, "repository.not_refreshed"};
+  return Finding{where,
+                 fmt::format("the repository was last refreshed {}, more than 3 days ago: newer versions do "
+                             "not arrive",
+                             to_iso_time(refreshed)),
+                 remedy, "repository.not_refreshed"};
 }
 
 }  // namespace zant::velmora_host

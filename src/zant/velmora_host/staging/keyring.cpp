@@ -137,7 +137,7 @@ std::optional<Signing_Key> parse_key(const Packet& packet) {
   Byte_Reader reader(packet.body);
   Signing_Key key;
   key.version = static_cast<int>(reader.number(1));
-  key.created = system_clock::from_time_t(reader.number(4));
+  key.created = system_clock::time_point(std::chrono::seconds(reader.number(4)));
   if (key.version < 4) {
     key.expiry = expiry_after(key.created, std::chrono::hours(24) * reader.number(2));
   }

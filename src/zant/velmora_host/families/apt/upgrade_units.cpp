@@ -4,6 +4,8 @@
 #include <zant/velmora_host/families/apt/outlook_tools.hpp>
 #include <zant/velmora_host/families/far_run.hpp>
 
+#include <Poco/DateTime.h>
+#include <Poco/Timestamp.h>
 #include <fmt/format.h>
 #include <boost/algorithm/string/classification.hpp>
 #include <boost/algorithm/string/predicate.hpp>
@@ -69,7 +71,14 @@ std::optional<system_clock::time_point> parse_time(const std::string& text) {
       strptime(text.c_str() + begin + 1, "%Y-%m-%d %H:%M:%S", &time) == nullptr) {
     return std::nullopt;
   }
-  return time_since_epoch(timegm(&time));
+  // Not by way of time_t, which ends in 2038 on some hosts.
+  const int year = time.tm_year + 1900;
+  const int month = time.tm_mon + 1;
+  if (!Poco::DateTime::isValid(year, month, time.tm_mday, time.tm_hour, time.tm_min, time.tm_sec)) {
+    return std::nullopt;
+  }
+  const Poco::DateTime date(year, month, time.tm_mday, time.tm_hour, time.tm_min, time.tm_sec);
+  return time_since_epoch(date.timestamp().epochMicroseconds() / Poco::Timestamp::resolution());
 }
 
 std::string shown(const Properties& unit, const std::string& name) {

@@ -111,7 +111,8 @@ std::optional<system_clock::time_point> next_time_of(const Upgrade_Units& units,
     return calendar;
   }
   const auto other =
-      time_since_epoch(system_clock::to_time_t(now) + since_boot->count() - units.uptime.count());
+      time_since_epoch(std::chrono::floor<std::chrono::seconds>(now.time_since_epoch()).count() +
+                       since_boot->count() - units.uptime.count());
   return calendar && other ? std::min(calendar, other) : calendar ? calendar : other;
 }
 
