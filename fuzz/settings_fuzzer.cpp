@@ -4,6 +4,7 @@
 
 #include <zant/velmora_host/base/refusal.hpp>
 #include <zant/velmora_host/services/temporary_directory.hpp>
+#include <zant/velmora_host/settings/package_patterns.hpp>
 #include <zant/velmora_host/settings/settings.hpp>
 
 #include <fstream>
@@ -23,6 +24,14 @@ void try_input(const std::string& input) {
     settings.metrics_file();
     settings.log_level();
     settings.log_format();
+    settings.overdue_after();
+    settings.purge_on_removal();
+    settings.staging_directory();
+    settings.state_directory();
+    for (const auto& pattern : settings.repository_packages()) {
+      require(package_patterns::is_pattern(pattern));
+      package_patterns::allows(pattern, "zant-velmora");
+    }
     for (const auto& setting : settings.all()) {
       const bool has_value = settings.configuration().has(setting.key);
       require(!has_value || settings.configuration().getString(setting.key) == setting.value);

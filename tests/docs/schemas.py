@@ -73,7 +73,7 @@ class Documents(unittest.TestCase):
         self.assertEqual(sorted(seen), NAMES)
 
     def test_those_of_the_fuzzer_seeds_follow_their_schemas(self):
-        for record in ("last_cycle", "verdict"):
+        for record in ("last_cycle", "settings_in_force", "stalled_installation", "verdict"):
             for seed in (CHECKOUT / "fuzz" / "seeds" / record).iterdir():
                 with self.subTest(seed=seed.name):
                     documents.parse(seed.read_text(encoding="utf-8"))
