@@ -128,9 +128,8 @@ bool algorithm_can_sign(int algorithm) {
 // A key without a lifetime never expires, nor does one that outlives the clock.
 std::optional<system_clock::time_point> expiry_after(system_clock::time_point created,
                                                      std::chrono::seconds lifetime) {
-  return lifetime.count() == 0
-             ? std::nullopt
-             : time_since_epoch(system_clock::to_time_t(created) + static_cast<long long>(lifetime.count()));
+  const auto since_epoch = std::chrono::floor<std::chrono::seconds>(created.time_since_epoch());
+  return lifetime.count() == 0 ? std::nullopt : time_since_epoch((since_epoch + lifetime).count());
 }
 
 std::optional<Signing_Key> parse_key(const Packet& packet) {
