@@ -90,11 +90,11 @@ class El_Host : public Host_In_Directory {
   /// What the checks ask: nothing is missing, masked or read-only, and dnf is not dnf5.
   void pass_checks() {
     services.filesystem->create_directories("/etc/systemd/system");
-    script(0,
-           {"command -v bash > /dev/null", "command -v grep > /dev/null", "command -v dnf > /dev/null",
-            "command -v rpm > /dev/null", "command -v which > /dev/null", "command -v systemctl > /dev/null",
-            "dnf config-manager --help &> /dev/null || command -v yum-config-manager > /dev/null",
-            "test -w /etc/yum.repos.d", "test -w /etc/systemd/system"});
+    script(0, {"command -v bash > /dev/null", "command -v grep > /dev/null", "command -v dnf > /dev/null",
+               "command -v rpm > /dev/null", "command -v which > /dev/null", "command -v prlimit > /dev/null",
+               "command -v systemctl > /dev/null",
+               "dnf config-manager --help &> /dev/null || command -v yum-config-manager > /dev/null",
+               "test -w /etc/yum.repos.d", "test -w /etc/systemd/system"});
     system->on("dnf --version 2> /dev/null | head -n 1 | grep -q dnf5", 1);
     for (const char* unit : {"dnf-automatic-install.timer", "dnf-automatic-install.service"}) {
       system->on(std::string("systemctl is-enabled ") + unit + " 2> /dev/null", 0, "enabled\n");

@@ -99,6 +99,13 @@ class Family {
   /// it, and answers from what the host knows.
   virtual std::string report_form_of(const std::string& query) const { return query; }
 
+  /// The form of a command line that fetches what can be of any size: what it fetches lies in the directory
+  /// alone, and is at most `Contained_Fetches::LARGEST` bytes. Nothing for all other command lines.
+  virtual std::optional<std::string> contained_form_of(const std::string& /*line*/,
+                                                       const boost::filesystem::path& /*directory*/) const {
+    return std::nullopt;
+  }
+
   /// Variables that this family's command lines need, beside what the command service gives to all.
   virtual std::map<std::string, std::string> command_environment() const = 0;
 

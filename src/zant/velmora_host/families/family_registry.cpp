@@ -31,6 +31,16 @@ std::map<std::string, std::string> Family_Registry::command_environment() const 
   return environment;
 }
 
+std::optional<std::string> Family_Registry::contained_form_of(
+    const std::string& line, const boost::filesystem::path& directory) const {
+  for (const auto& family : families_) {
+    if (auto form = family->contained_form_of(line, directory)) {
+      return form;
+    }
+  }
+  return std::nullopt;
+}
+
 std::vector<boost::filesystem::path> Family_Registry::private_directories() const {
   std::vector<boost::filesystem::path> directories;
   for (const auto& family : families_) {

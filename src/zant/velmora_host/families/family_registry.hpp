@@ -4,6 +4,7 @@
 
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -28,6 +29,10 @@ class Family_Registry {
 
   /// The variables that the command lines of all families need.
   std::map<std::string, std::string> command_environment() const;
+
+  /// As `Family::contained_form_of`, of the family that has one.
+  std::optional<std::string> contained_form_of(const std::string& line,
+                                               const boost::filesystem::path& directory) const;
 
   /// The directories of all families where the library keeps copies of the host's own files.
   std::vector<boost::filesystem::path> private_directories() const;

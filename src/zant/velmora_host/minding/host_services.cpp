@@ -1,5 +1,6 @@
 #include <zant/velmora_host/minding/host_services.hpp>
 
+#include <zant/velmora_host/families/contained_fetches.hpp>
 #include <zant/velmora_host/families/family_registry.hpp>
 #include <zant/velmora_host/minding/acting_filesystem.hpp>
 #include <zant/velmora_host/services/command_service.hpp>
@@ -30,7 +31,7 @@ Host_Services make_host_services(const Settings& settings) {
   options.kill_delay = settings.command_kill_delay();
   options.environment = families.command_environment();
   options.runs_to_its_end = [&families](const std::string& line) { return families.installs_packages(line); };
-  return {std::make_shared<Command_Service>(options),
+  return {std::make_shared<Contained_Fetches>(std::make_shared<Command_Service>(options), families),
           std::make_shared<File_Service>(with_names_aside(families.private_directories()))};
 }
 

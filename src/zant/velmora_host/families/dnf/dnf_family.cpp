@@ -2,6 +2,7 @@
 
 #include <zant/velmora_host/base/iso_time.hpp>
 #include <zant/velmora_host/base/printable.hpp>
+#include <zant/velmora_host/families/contained_fetches.hpp>
 #include <zant/velmora_host/families/dnf/dnf_outlook.hpp>
 #include <zant/velmora_host/families/dnf/included_packages.hpp>
 #include <zant/velmora_host/families/dnf/repository_files.hpp>
@@ -43,6 +44,10 @@ constexpr const char* SHIPPED_KEY_FILE = "zant-velmora.asc";
 
 constexpr std::string_view FILE_SCHEME = "file://";
 constexpr const char* IMPORT_KEY_PREFIX = "rpm --import ";
+// rpm has a helper write what it fetches into a file, and forgets that file when there is no key in it. The
+// limit is the helper's alone: rpm's database is larger.
+constexpr const char* CONTAINMENT_FORMAT =
+    " --define '_tmppath {}' --define \"_urlhelper prlimit --fsize={} $(rpm --eval '%{{?_urlhelper}}')\"";
 // Which keys rpm has says nothing of the file that would be imported. That it has one is near enough: the
 // import is repeated in every cycle.
 constexpr const char* ANY_KEY_IMPORTED = "rpm --quiet --query gpg-pubkey";
@@ -181,6 +186,13 @@ void check_dnf(velmora::System& system, Check_Report& report) {
   }
 }
 
+std::string reason_of_failed_import(const Ended_Command& command) {
+  return command.exit_code == Contained_Fetches::TOO_LARGE
+             ? fmt::format("what \"{}\" fetched is larger than {} MiB, which no key is", command.line,
+                           Contained_Fetches::LARGEST >> 20U)
+             : fmt::format("\"{}\" failed with exit code {}", command.line, command.exit_code);
+}
+
 }  // namespace
 
 velmora::Package_Config_Type DNF_Family::type() const {
@@ -237,9 +249,7 @@ std::optional<Cycle_Failure> DNF_Family::failure_of(const Ended_Command& command
   switch (traits_of(command.line).kind) {
     case Command_Kind::IMPORTS_KEY:
       return Cycle_Failure{Cycle_Step::REPOSITORY,
-                           fmt::format("The repository's key could not be imported: \"{}\" failed with exit "
-                                       "code {}",
-                                       command.line, command.exit_code)};
+                           "The repository's key could not be imported: " + reason_of_failed_import(command)};
     case Command_Kind::RELEASES_HOLD:
       return Cycle_Failure{
           Cycle_Step::HOLD,
@@ -282,6 +292,15 @@ std::string DNF_Family::report_form_of(const std::string& query) const {
              : query;
 }
 
+std::optional<std::string> DNF_Family::contained_form_of(const std::string& line,
+                                                         const path& directory) const {
+  if (!boost::algorithm::starts_with(line, IMPORT_KEY_PREFIX) ||
+      boost::algorithm::starts_with(line, std::string(IMPORT_KEY_PREFIX) + std::string(FILE_SCHEME))) {
+    return std::nullopt;
+  }
+  return line + fmt::format(CONTAINMENT_FORMAT, directory.string(), Contained_Fetches::LARGEST);
+}
+
 std::map<std::string, std::string> DNF_Family::command_environment() const {
   return {};
 }
@@ -319,7 +338,8 @@ std::vector<path> DNF_Family::directories() const {
 }
 
 std::vector<Required_Tool> DNF_Family::required_tools() const {
-  return {{"bash", "bash"}, {"grep", "grep"}, {"dnf", "dnf"}, {"rpm", "rpm"}, {"which", "which"}};
+  return {{"bash", "bash"}, {"grep", "grep"},   {"dnf", "dnf"},
+          {"rpm", "rpm"},   {"which", "which"}, {"prlimit", "util-linux"}};
 }
 
 std::vector<std::string> DNF_Family::units() const {

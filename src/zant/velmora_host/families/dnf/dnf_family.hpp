@@ -21,6 +21,8 @@ class DNF_Family : public Family {
   std::optional<int> planned_exit_code_of(const std::string& query, velmora::Filesystem& planned,
                                           velmora::Filesystem& real) const override;
   std::string report_form_of(const std::string& query) const override;
+  std::optional<std::string> contained_form_of(const std::string& line,
+                                               const boost::filesystem::path& directory) const override;
   std::map<std::string, std::string> command_environment() const override;
 
   File_Kind kind_of(const boost::filesystem::path& file) const override;

@@ -68,10 +68,22 @@ TEST_F(DnfFamily, KnowsWhenACommandLineThatIsRepeatedInEveryCycleChangesNothing)
   EXPECT_EQ(family_.traits_of("dnf -yq install dnf-automatic").noop_check, "");
 }
 
+TEST_F(DnfFamily, KeepsWhatRpmFetchesInADirectoryAndSmall) {
+  EXPECT_EQ(family_.contained_form_of(IMPORT_KEY, "/tmp/private"),
+            "rpm --import https://repo.velmora.test/key --define '_tmppath /tmp/private' "
+            "--define \"_urlhelper prlimit --fsize=4194304 $(rpm --eval '%{?_urlhelper}')\"");
+  EXPECT_EQ(family_.contained_form_of("rpm --import file:///usr/share/key.asc", "/tmp/private"),
+            std::nullopt);
+  EXPECT_EQ(family_.contained_form_of(IS_LISTED, "/tmp/private"), std::nullopt);
+}
+
 TEST_F(DnfFamily, TakesForAFailureWhatTheLibraryGoesOnAfter) {
   EXPECT_EQ(failure(IMPORT_KEY, 124),
             "repository: The repository's key could not be imported: \"rpm --import "
             "https://repo.velmora.test/key\" failed with exit code 124");
+  EXPECT_EQ(failure(IMPORT_KEY, 63),
+            "repository: The repository's key could not be imported: what \"rpm --import "
+            "https://repo.velmora.test/key\" fetched is larger than 4 MiB, which no key is");
   EXPECT_EQ(failure(El_Host::INCLUDE_PACKAGES, 127),
             "hold: zant-velmora is still held: the repository's option could not be set, exit code 127");
   EXPECT_EQ(failure("systemctl start dnf-automatic-install.timer"),
