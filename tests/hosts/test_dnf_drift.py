@@ -23,6 +23,7 @@ def site(open_shared_dnf_site):
         f"sed -i '/^gpgkey/d' {dnf.REPO_FILE}",
         f"sed -i 's/^throttle=.*/throttle=1k/' {dnf.REPO_FILE}",
         f"sed -i '/^baseurl/s/$/ /' {dnf.REPO_FILE}",
+        f"echo nonsense >> {dnf.REPO_FILE}",
         f"chmod 0 {dnf.REPO_FILE}",
         f"chmod 0666 {dnf.DELAY_DROP_IN}",
         f"sed -i 's/03:00/04:00/' {dnf.CALENDAR_DROP_IN} && systemctl daemon-reload",

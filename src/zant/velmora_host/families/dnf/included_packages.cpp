@@ -10,6 +10,7 @@
 
 #include <sstream>
 #include <stdexcept>
+#include <string_view>
 #include <utility>
 
 namespace zant::velmora_host {
@@ -77,6 +78,22 @@ bool has_mark(const std::string& text) {
   return false;
 }
 
+// DNF skips a file with such a line, and all that is in it, while the library compares the options alone.
+// Older releases take a colon for an equals sign.
+bool has_a_line_without_meaning(const std::string& text) {
+  std::istringstream lines(text);
+  for (std::string line; std::getline(lines, line);) {
+    const std::string trimmed = boost::algorithm::trim_copy(line);
+    const bool may_mean_something =
+        trimmed.empty() || std::string_view("#;[").find(trimmed.front()) != std::string_view::npos ||
+        continues_a_value(line) || trimmed.find_first_of("=:") != std::string::npos;
+    if (!may_mean_something) {
+      return true;
+    }
+  }
+  return false;
+}
+
 }  // namespace
 
 Included_Packages::Included_Packages(std::shared_ptr<Host_Filesystem> filesystem,
@@ -114,6 +131,9 @@ void Included_Packages::set_up_if_necessary() {
                          boost::algorithm::join(patterns_, " ")));
   } else if (!filesystem_->has_common_access(installed)) {
     install_(fmt::format("Giving everybody access to {} again", installed.string()));
+  } else if (has_a_line_without_meaning(text) && !has_a_line_without_meaning(filesystem_->read_file(
+                                                     staged_file_, velmora::Read_Flag::WHOLE_TEXT))) {
+    install_(fmt::format("Replacing {}, which DNF cannot read", installed.string()));
   }
 }
 

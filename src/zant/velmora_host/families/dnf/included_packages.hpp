@@ -16,7 +16,7 @@ namespace zant::velmora_host {
 
 /// The limit on DNF hosts: the option "includepkgs" in our repository file, with a comment that says where it
 /// comes from. An administrator's own option, without the comment, stays while there is no limit. The library
-/// compares what our file says; whether everybody can read it is seen to here as well.
+/// compares what our file says; whether everybody, and DNF, can read it is seen to here as well.
 class Included_Packages : public Repository_Limit {
  public:
   /// @param patterns of the packages that are allowed; none is no limit, and ours is removed.

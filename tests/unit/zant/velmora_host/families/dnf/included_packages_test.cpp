@@ -72,6 +72,28 @@ TEST_F(IncludedPackages, StandInTheFileThatIsInstalled) {
   EXPECT_THAT(outcomes(run_cycle()), IsEmpty());
 }
 
+TEST_F(IncludedPackages, AreNotAllThatKeepsAFileInStep) {
+  run_cycle();
+  const std::string whole = host_.read(REPO_FILE);
+
+  host_.write(REPO_FILE, whole + "nonsense\n");
+  const auto record = run_cycle();
+
+  EXPECT_THAT(outcomes(record), ElementsAre("repaired /etc/yum.repos.d/quorvane.repo"));
+  EXPECT_THAT(record.actions, Contains("Replacing /etc/yum.repos.d/quorvane.repo, which DNF cannot read"));
+  EXPECT_EQ(host_.read(REPO_FILE), whole);
+}
+
+TEST_F(IncludedPackages, LeaveLinesToTheAdministratorThatDnfUnderstands) {
+  run_cycle();
+  const std::string text = host_.read(REPO_FILE) + "\n# nonsense\n; nonsense\nproxy: none\n two\n\tthree\n";
+
+  host_.write(REPO_FILE, text);
+
+  EXPECT_THAT(outcomes(run_cycle()), IsEmpty());
+  EXPECT_EQ(host_.read(REPO_FILE), text);
+}
+
 TEST_F(IncludedPackages, AreAddedToAnInstalledFileBeforeAnythingElseIsDone) {
   run_cycle();
   limit();
