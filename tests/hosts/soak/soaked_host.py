@@ -44,10 +44,11 @@ MEMORY_TOLERANCE, DESCRIPTOR_TOLERANCE = 1024, 1
 # Of a first sample: the allocator's first threads and the verdict come later.
 WARM_UP_SHARE = 0.1
 
+# A process that is stopped looks after no child.
 SAMPLE = r"""
 p=$(systemctl show --property=MainPID --value {unit})
 echo $p $(sed -n 's/^VmRSS:[^0-9]*\([0-9]*\).*/\1/p' /proc/$p/status) $(ls /proc/$p/fd | wc -l) \
-  $(ps -o pid=,stat= --ppid $p | sed -n 's/^ *\([0-9]*\) *Z.*/\1/p')
+  $(grep --quiet '^State:[^A-Z]*T' /proc/$p/status || ps -o pid=,stat= --ppid $p | sed -n 's/^ *\([0-9]*\) *Z.*/\1/p')
 """
 CROWD = r"""
 for i in $(seq {count}); do
