@@ -91,7 +91,12 @@ class Walk {
       return;
     }
     struct stat status {};
-    if (::fstat(next.get(), &status) == 0 && S_ISLNK(status.st_mode)) {
+    if (::fstat(next.get(), &status) != 0) {
+      // Without an answer a link would pass for what it leads to.
+      walked_.error = errno;
+      return;
+    }
+    if (S_ISLNK(status.st_mode)) {
       follow_(next, name, status);
       return;
     }
@@ -121,6 +126,10 @@ class Walk {
   }
 
   void enter_(File_Descriptor entry) {
+    if (!entry.is_open()) {
+      walked_.error = errno;
+      return;
+    }
     walked_.entry = std::move(entry);
     if (::fstat(walked_.entry.get(), &walked_.status) != 0) {
       walked_.error = errno;
