@@ -1,15 +1,21 @@
 """A host that a program works on while one of its system calls fails, and what must be true afterwards."""
 
+import contextlib
 import shlex
 from dataclasses import dataclass
 
 from disposable_hosts.apt import site as apt
 from disposable_hosts.dnf import site as dnf
+from disposable_hosts.polling import wait_until
 
 from faults import system_calls
 
 KEPT = "/root/kept"
 STATE = "/var/lib/package-minder"
+RUN_PROCESS, RUN_STATUS, RUN_LOG = "/root/run.pid", "/root/run.status", "/root/run.log"
+
+# What systemd does not start again: see RestartPreventExitStatus= of the unit.
+FOR_GOOD = (64, 69, 77, 78)
 
 # One line for each entry: what it is, and for a file its content. The records of cycles differ from run to run, and
 # the settings in force are for a report, which says that they are missing.
@@ -69,14 +75,16 @@ WORKS = {
     "purge": Work("purge", "set-up"),
     "hold": Work("hold", "set-up"),
     "release": Work("release", "held"),
+    "run": Work("run", "fresh"),
 }
 
 
 class FaultedHost:
     """Plays one point after the other on a site."""
 
-    def __init__(self, site, family):
-        self.site, self.family = site, family
+    def __init__(self, site, family, follow=False):
+        """With `follow` the commands that the program starts meet the fault as well."""
+        self.site, self.family, self.follow = site, family, follow
         self._described = {}
         system_calls.install(site.host)
         self._keep("fresh")
@@ -91,7 +99,12 @@ class FaultedHost:
     def points_of(self, work):
         """Every point of a work that nothing disturbs."""
         self._restore(work.before)
-        self.site.host.run(system_calls.traced(f"package-minder {work.arguments}"))
+        if work.arguments == "run":
+            self._start_run()
+            self._wait_until_in_order()
+            self._stop_run()
+        else:
+            self.site.host.run(system_calls.traced(f"package-minder {work.arguments}", follow=self.follow))
         self._described[work] = self.describe()
         return system_calls.points_in(self.site.host.read(system_calls.TRACE))
 
@@ -99,8 +112,10 @@ class FaultedHost:
         """The invariants that a point violates, a sentence each."""
         self._restore(work.before)
         inject = f"--inject={point.injection}"
-        done = self.site.host.run(system_calls.traced(f"package-minder {work.arguments}", inject), check=False)
-        return [*self._after_the_fault(work, done), *self._after_a_cycle(), *self._after_a_purge()]
+        if work.arguments == "run":
+            return [*self._after_run(work, inject), *self._after_a_purge()]
+        done = self.site.host.run(system_calls.traced(f"package-minder {work.arguments}", inject, follow=self.follow), check=False)
+        return [*self._after_the_fault(work, done), *self._after_cycles(), *self._after_a_purge()]
 
     def describe(self):
         """All that the host has of us, as a text."""
@@ -112,11 +127,51 @@ class FaultedHost:
         if done.status == 0:
             yield from self._differences(self._described[work], "it ended with 0")
 
-    def _after_a_cycle(self):
+    def _after_cycles(self):
         cycle = self.site.minder.run("once", check=False)
+        if self.follow and (cycle.status != 0 or [*self._differences(self._described["set-up"], "")]):
+            # A package manager that was hit itself may need the first cycle to find that out.
+            cycle = self.site.minder.run("once", check=False)
         if cycle.status != 0:
             yield f"the next cycle fails: {cycle}"
         yield from self._differences(self._described["set-up"], "after a cycle")
+
+    def _after_run(self, work, inject):
+        """`run` brings the host into order by itself; once it has ended, systemd starts it again unless it is for good."""
+        self._start_run(inject)
+        self._wait_until_in_order()
+        status = self._status_of_run()
+        if status in FOR_GOOD:
+            yield f"run ended for good with {status}: {self.site.host.read(RUN_LOG)}"
+        if status:
+            self._start_run()
+            self._wait_until_in_order()
+        yield from self._differences(self._described["set-up"], "while run works")
+        if not self._status_of_run():
+            self._stop_run()
+        yield from self._differences(self._described[work], "after run")
+
+    def _start_run(self, *options):
+        # The shell becomes the program, whose number it leaves behind: a signal to strace would end strace.
+        command = system_calls.traced(f"sh -c 'echo $$ > {RUN_PROCESS}; exec package-minder run'", *options, follow=True)
+        self.site.host.run(f"rm --force {RUN_PROCESS} {RUN_STATUS}; ({command}; echo $? > {RUN_STATUS}) > {RUN_LOG} 2>&1 < /dev/null &")
+
+    def _status_of_run(self):
+        """How it ended; None while it works."""
+        status = self.site.host.run(f"cat {RUN_STATUS}", check=False).output
+        return int(status) if status else None
+
+    def _wait_until_in_order(self):
+        """Returns also when `run` has ended, or does not get there: what is missing is told by who asks."""
+        with contextlib.suppress(TimeoutError, AssertionError):
+            wait_until(
+                lambda: self._status_of_run() is not None or self.describe() == self._described["set-up"],
+                "run to bring the host into order", expect=True, timeout=60,
+            )
+
+    def _stop_run(self):
+        self.site.host.run(f"kill $(cat {RUN_PROCESS})")
+        wait_until(self._status_of_run, "run to end", expect=lambda status: status is not None, timeout=60)
 
     def _after_a_purge(self):
         purge = self.site.minder.run("purge", check=False)
