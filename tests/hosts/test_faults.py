@@ -10,6 +10,9 @@ from faults.faulted_host import APT, DNF, WORKS, FaultedHost
 CHECKOUT = pathlib.Path(__file__).resolve().parents[2]
 POINTS_OF_EACH = 4
 
+# That of `run` is for script/faults alone: its commands meet the fault anew in each cycle, which takes a minute to tell.
+THINNED_WORKS = [work for work in WORKS if work != "run"]
+
 
 @pytest.fixture(scope="module")
 def offset():
@@ -49,12 +52,12 @@ def dnf_host(open_shared_dnf_site):
 
 
 @pytest.mark.xdist_group("faults of apt")
-@pytest.mark.parametrize("work", WORKS)
+@pytest.mark.parametrize("work", THINNED_WORKS)
 def test_an_apt_host_comes_into_order_after_any_fault(apt_host, work, offset):
     _play_some(apt_host, work, offset)
 
 
 @pytest.mark.xdist_group("faults of dnf")
-@pytest.mark.parametrize("work", WORKS)
+@pytest.mark.parametrize("work", THINNED_WORKS)
 def test_a_dnf_host_comes_into_order_after_any_fault(dnf_host, work, offset):
     _play_some(dnf_host, work, offset)

@@ -70,9 +70,10 @@ Findings find_missing_files(const path& tree, const std::vector<path>& files, co
 
 // Copying and checking stay inside the tree: links to directories are not followed.
 bool is_plain(const path& entry) {
-  boost::system::error_code ignored;
-  return boost::filesystem::symlink_status(entry, ignored).type() == boost::filesystem::directory_file ||
-         is_file(entry);
+  boost::system::error_code error;
+  const boost::filesystem::file_status status = boost::filesystem::symlink_status(entry, error);
+  throw_if_passing(error, "look at", entry);
+  return status.type() == boost::filesystem::directory_file || is_file(entry);
 }
 
 Findings find_foreign_writer(const path& entry) {
