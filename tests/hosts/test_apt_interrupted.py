@@ -45,6 +45,8 @@ def test_killed_at_any_moment_the_next_cycle_reaches_the_same_state(site):
         if first.status == 0:
             break  # It was over before the kill: every moment has had its turn.
         kills += 1
+        # What the killed program had started goes on, and has APT's locks until it is done.
+        wait_until(lambda: site.host.succeeds("pgrep apt-get"), "no apt-get", expect=lambda runs: not runs)
         site.minder.once()
         assert snapshot.differences(wanted, _etc_without_backups(site)) == [], f"after a kill at {milliseconds} ms"
 

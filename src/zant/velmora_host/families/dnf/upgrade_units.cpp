@@ -28,7 +28,7 @@ using Properties = Upgrade_Units::Properties;
 // systemd's answer is in the time zone of who asks.
 constexpr const char* UNITS_QUERY =
     "TZ=UTC timeout --kill-after=1 4 systemctl show "
-    "--property=Id,LoadState,LoadError,UnitFileState,ActiveState,Result,Unit,NextElapseUSecRealtime,"
+    "--property=Id,LoadState,LoadError,UnitFileState,ActiveState,SubState,Result,Unit,NextElapseUSecRealtime,"
     "NextElapseUSecMonotonic,ExecStart,ExecMainStatus,ExecMainExitTimestamp,FragmentPath,DropInPaths,User,"
     "ReadOnlyPaths,InaccessiblePaths,ProtectSystem,PrivateNetwork,ActiveEnterTimestamp "
     "dnf-automatic-install.timer dnf-automatic-install.service";
@@ -120,7 +120,11 @@ Cause blocking(const char* code, std::string message, std::string evidence, std:
   return {Cause_Effect::BLOCKS, code, std::move(message), std::move(evidence), std::move(remedy)};
 }
 
+// The next time is reckoned when the service that the timer has started is done.
 bool never_elapses(const Properties& timer) {
+  if (is(timer, "SubState", "running")) {
+    return false;
+  }
   const std::string monotonic = value_of(timer, "NextElapseUSecMonotonic");
   return value_of(timer, "NextElapseUSecRealtime").empty() && (monotonic.empty() || monotonic == "infinity");
 }

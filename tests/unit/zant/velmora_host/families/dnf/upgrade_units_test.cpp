@@ -19,7 +19,7 @@ using ::testing::IsEmpty;
 
 constexpr const char* SHOW =
     "TZ=UTC timeout --kill-after=1 4 systemctl show "
-    "--property=Id,LoadState,LoadError,UnitFileState,ActiveState,Result,Unit,NextElapseUSecRealtime,"
+    "--property=Id,LoadState,LoadError,UnitFileState,ActiveState,SubState,Result,Unit,NextElapseUSecRealtime,"
     "NextElapseUSecMonotonic,ExecStart,ExecMainStatus,ExecMainExitTimestamp,FragmentPath,DropInPaths,User,"
     "ReadOnlyPaths,InaccessiblePaths,ProtectSystem,PrivateNetwork,ActiveEnterTimestamp "
     "dnf-automatic-install.timer dnf-automatic-install.service";
@@ -141,6 +141,10 @@ TEST_F(DnfUpgradeUnits, NameATimerWithoutATimeToCome) {
   timer_["NextElapseUSecRealtime"] = "";
   EXPECT_THAT(codes(), ElementsAre("timer.elapsed"));
 
+  timer_["SubState"] = "running";
+  EXPECT_THAT(codes(), IsEmpty()) << "while its service runs";
+
+  timer_["SubState"] = "waiting";
   timer_["NextElapseUSecMonotonic"] = "1d 2h";
   EXPECT_THAT(codes(), IsEmpty());
 }
