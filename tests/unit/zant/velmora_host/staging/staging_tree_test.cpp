@@ -128,7 +128,8 @@ INSTANTIATE_TEST_SUITE_P(, BadTemplate,
                                            "{:>1000}", "{:}>2000000000}", "{0:{0}}", "{:{}}"));
 
 TEST_F(StagingTree, WithATemplateThatPadsItsValuesIsAllRight) {
-  given_file("config-files/apt/templates/75lowerspeed.template", "// 2026 {{12345}} {0:>999} {0:}<8} 65535\n");
+  given_file("config-files/apt/templates/75lowerspeed.template",
+             "// 2026 {{12345}} {0:>999} {0:}<8} 65535\n");
 
   EXPECT_THAT(faults(), IsEmpty());
 }
