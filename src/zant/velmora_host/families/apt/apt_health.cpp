@@ -24,7 +24,7 @@ std::string file_in(const std::string& words) {
   for (const auto& line : lines_of(words)) {
     const auto begin = line.starts_with("E:") ? line.find(DIRECTORY) : std::string::npos;
     const auto end = begin == std::string::npos ? begin : line.find_first_of(" \t\v\f\r:'\"", begin);
-    const std::string file = begin == std::string::npos ? "" : line.substr(begin, end - begin);
+    std::string file = begin == std::string::npos ? "" : line.substr(begin, end - begin);
     if (file.size() > DIRECTORY.size()) {
       return file;
     }
