@@ -55,7 +55,8 @@ TEST(TheProgram, SaysThatAFileSizeLimitKeptItFromWriting) {
                           "ulimit -f 0; ");
 
   EXPECT_EQ(ended.exit_status, 1);
-  EXPECT_EQ(ended.output, "package-minder: cannot write to standard output\n");
+  // A build that counts coverage says after it that it cannot write either.
+  EXPECT_THAT(ended.output, StartsWith("package-minder: cannot write to standard output\n"));
 }
 
 TEST(TheProgram, FailsWhenWhatItPrintsCannotBeWritten) {
