@@ -4,6 +4,7 @@
 #include <zant/velmora_host/services/temporary_directory.hpp>
 
 #include <fmt/format.h>
+#include <boost/filesystem/directory.hpp>
 #include <boost/filesystem/operations.hpp>
 
 #include <system_error>
